@@ -1,0 +1,113 @@
+/*
+ * korla.h - public interface of libkorla, a YANG schema engine and
+ * instance-document validator working on modules in their YIN form.
+ *
+ * The embedding process creates a context, adds absolute search directories,
+ * loads modules and then validates rpc/action requests and notifications.
+ * Every call returns an errno-style status (see KZ_OK and friends) unless it
+ * says otherwise.  This header compiles as C and as C++.
+ */
+#ifndef KORLA_H
+#define KORLA_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define KZ_API __attribute__((visibility("default")))
+#else
+#define KZ_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Status codes ------------------------------------------------------ */
+#define KZ_OK          0u   /* success */
+#define KZ_ERR         1u   /* generic failure or not found */
+#define KZ_ENOENT      2u   /* module file not found */
+#define KZ_ENOMEM      12u  /* out of memory */
+#define KZ_ENOTDIR     20u  /* search path relative or not a directory */
+#define KZ_EINVAL      22u  /* invalid argument or malformed input */
+#define KZ_ELOCK       37u  /* a lock could not be taken */
+#define KZ_ECOPY       126u /* a bounded copy failed */
+#define KZ_EPARSE      0xFFFFFFFFu
+
+/* Walk steps handed to tree-walk callbacks. */
+#define KZS_TRAV_CHILD          0u
+#define KZS_TRAV_SIBLING        1u
+#define KZS_TRAV_PARENT         2u
+#define KZS_TRAV_START          3u
+#define KZS_TRAV_SKIP_CHILDREN  0x5a6b7c8du
+
+/* Context option bits (KZ_CTX_Create). */
+#define KZ_CTX_OPT_LOAD_IMPORTS      0x1u
+#define KZ_CTX_OPT_KEEP_DESCRIPTION  0x2u
+#define KZ_CTX_OPT_KEEP_UNITS        0x8u
+#define KZ_CTX_OPT_IGNORE_IMPORT_ERR 0x10u
+
+/* Value input kinds (KZ_NODE_ValidateValue and friends). */
+#define KZ_VAL_INPUT_STRING  1u
+#define KZ_VAL_INPUT_XMLNODE 2u
+
+/* ---- Opaque records ------------------------------------------------------ */
+typedef struct KzCtx KzCtx;
+typedef struct KzMod KzMod;
+typedef struct KzsNode KzsNode;
+typedef struct KzsExtInst KzsExtInst;
+typedef struct KzsIdentity KzsIdentity;
+typedef struct KztRealType KztRealType;
+typedef struct KzdErrNode KzdErrNode;
+
+/* Moment at which a diagnostic was recorded. */
+typedef struct KzSysTime {
+    uint16_t year;
+    uint8_t month;
+    uint8_t day;
+    uint8_t hour;
+    uint8_t minute;
+    uint8_t second;
+    uint8_t reserved;
+    uint32_t microsecond;
+} KzSysTime;
+
+/* ---- Callback types -------------------------------------------------------- */
+typedef void (*KzPridataFreeFunc)(KzCtx *ctx, KzsNode *node, void *priv);
+typedef void (*KzFirstAugChildRelinkFunc)(KzCtx *ctx, KzsNode *node);
+typedef void (*KzBeforeDeviateNotSupportFunc)(KzCtx *ctx, KzsNode *node);
+typedef void (*KzBeforeDeviateExtInstFunc)(KzCtx *ctx, KzsNode *node);
+typedef void (*KzReloadModuleCbFunc)(KzCtx *ctx, const char *moduleName);
+/* Returns 0 when the extension instance is to be parsed. */
+typedef uint32_t (*KzExtInstFilterCbFunc)(const char *moduleName, const char *extName);
+/* Diagnostics scan: non-zero stops the scan and is returned. */
+typedef uint32_t (*KzLoadFailScanCb)(const char *moduleName, const char *yinFile, uint32_t level,
+                                     const char *message, const KzSysTime *time, void *arg);
+/* Schema tree walks: step is one of KZS_TRAV_*. */
+typedef uint32_t (*KzNodeWalkCb)(KzsNode *node, uint32_t step, void *cookie);
+typedef uint32_t (*KzExtInstScanCb)(KzsExtInst *inst, const char *moduleName, const char *extName,
+                                    const char *argument, void *cookie);
+
+/* ==== Runtime: memory, context, search directories, diagnostics ==== */
+/* (declarations follow) */
+
+/* ==== Schema nodes and modules ==== */
+/* (declarations follow) */
+
+/* ==== Types and value checks ==== */
+/* (declarations follow) */
+
+/* ==== XPath ==== */
+/* (declarations follow) */
+
+/* ==== Validation and error records ==== */
+/* (declarations follow) */
+
+/* ==== Schema tree printer ==== */
+/* (declarations follow) */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KORLA_H */
