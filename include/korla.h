@@ -104,7 +104,12 @@ typedef uint32_t (*KzExtInstScanCb)(KzsExtInst *inst, const char *moduleName, co
 /* (declarations follow) */
 
 /* ==== Schema tree printer ==== */
-/* (declarations follow) */
+/* Receives the tree text in chunks; non-zero means failure. */
+typedef uint32_t (*KzPrintOutputCb)(const char *text, uint32_t len, void *arg);
+/* Prints a module's schema tree; 22 without callback, 12 out of memory, 1 on any failure. */
+KZ_API uint32_t KZ_MOD_PrintModelTree(KzMod *mod, KzPrintOutputCb output, void *arg);
+/* Prints the branch from the module header through the node's ancestors down to its subtree. */
+KZ_API uint32_t KZ_NODE_PrintNodesTree(KzsNode *node, KzPrintOutputCb output, void *arg);
 
 #ifdef __cplusplus
 }
