@@ -95,7 +95,65 @@ typedef uint32_t (*KzExtInstScanCb)(KzsExtInst *inst, const char *moduleName, co
 /* (declarations follow) */
 
 /* ==== Types and value checks ==== */
-/* (declarations follow) */
+/* Built-in base type of a real type: 0 derived, 1 "binary" .. 19 "union";
+ * 20 for a null real type. */
+#define KZ_TYPE_BASE_INVALID 20u
+
+/* Value check results (0 means valid). */
+#define KZ_VAL_ERR_NO_BODY      28672u /* a constraint entry has no body */
+#define KZ_VAL_ERR_DERIVED      28673u /* derived chain too deep or typedef not found */
+#define KZ_VAL_ERR_IDENTREF     28674u
+#define KZ_VAL_ERR_BITS         28675u
+#define KZ_VAL_ERR_ENUM         28676u
+#define KZ_VAL_ERR_LENGTH       28677u
+#define KZ_VAL_ERR_LEAFREF      28678u
+#define KZ_VAL_ERR_PATTERN      28679u
+#define KZ_VAL_ERR_RANGE        28680u /* integer, range or decimal64 */
+#define KZ_VAL_ERR_UNION        28681u
+#define KZ_VAL_ERR_BOOLEAN      28682u
+#define KZ_VAL_ERR_BINARY       28683u
+#define KZ_VAL_ERR_EMPTY        28684u
+
+/* Flags of a start/end bound. */
+#define KZ_BOUND_SIGNED   0x1u
+#define KZ_BOUND_UNSIGNED 0x2u
+#define KZ_BOUND_MIN      0x4u
+#define KZ_BOUND_MAX      0x8u
+
+/* One bound of a range or length part; value is read as uint64_t when
+ * KZ_BOUND_UNSIGNED is set, and is meaningless with KZ_BOUND_MIN/MAX. */
+typedef struct KztBoundVal {
+    int64_t value;
+    uint32_t flags;
+} KztBoundVal;
+
+typedef struct KztConsDataPath KztConsDataPath;
+
+/* Scan callbacks: a non-zero result stops the scan and is returned. */
+typedef uint32_t (*KzTypeRealTypeCb)(const char *modName, const char *tdefName, KztRealType *realType,
+                                     void *arg);
+typedef uint32_t (*KzTypeIdentBaseCb)(const char *modName, const char *identName, void *arg);
+typedef uint32_t (*KzTypePatternCb)(const char *pattern, uint32_t invertMatch, void *arg);
+/* bit: (name, position, null); enum: (name, value, description or null) */
+typedef uint32_t (*KzTypeNameValueCb)(const char *name, int64_t value, const char *desc, void *arg);
+typedef uint32_t (*KzTypeStartEndCb)(const KztBoundVal *start, const KztBoundVal *end, void *arg);
+
+KZ_API uint32_t KZ_TYPE_GetBuiltInBaseType(const KztRealType *realType);
+KZ_API uint8_t KZ_TYPE_GetDecimal64Fraction(const KztRealType *realType);
+/* The leafref path body of a real type, or null. */
+KZ_API KztConsDataPath *KZ_TYPE_GetTypeConsDataLeafrefPath(const KztRealType *realType);
+
+/* Value checks: input is a NUL-terminated string (KZ_VAL_INPUT_STRING) or an
+ * xmlNode whose text is the value (KZ_VAL_INPUT_XMLNODE). */
+KZ_API uint32_t KZ_NODE_ValidateValue(const KzsNode *node, uint32_t inputKind, const void *input);
+KZ_API KztRealType *KZ_NODE_FindRealTypeMatchedValue(const KzsNode *node, uint32_t inputKind, const void *input);
+
+KZ_API uint32_t KZ_TYPE_IterRealTypeDerivedName(KztRealType *realType, KzCtx *ctx, KzTypeRealTypeCb cb, void *arg);
+KZ_API uint32_t KZ_TYPE_ScanUnionSubType(const KztRealType *realType, KzTypeRealTypeCb cb, void *arg);
+KZ_API uint32_t KZ_TYPE_ScanIdentRefBase(const KztRealType *realType, KzTypeIdentBaseCb cb, void *arg);
+KZ_API uint32_t KZ_TYPE_ScanPatternInvertMatch(const KztRealType *realType, KzTypePatternCb cb, void *arg);
+KZ_API uint32_t KZ_TYPE_ScanNameValuePair(const KztRealType *realType, KzTypeNameValueCb cb, void *arg);
+KZ_API uint32_t KZ_TYPE_ScanStartEndPair(const KztRealType *realType, KzTypeStartEndCb cb, void *arg);
 
 /* ==== XPath ==== */
 /* (declarations follow) */
