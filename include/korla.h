@@ -156,7 +156,51 @@ KZ_API uint32_t KZ_TYPE_ScanNameValuePair(const KztRealType *realType, KzTypeNam
 KZ_API uint32_t KZ_TYPE_ScanStartEndPair(const KztRealType *realType, KzTypeStartEndCb cb, void *arg);
 
 /* ==== XPath ==== */
-/* (declarations follow) */
+struct _xmlNode; /* libxml2 element */
+typedef struct XpathLex XpathLex;
+
+/* Results of condition evaluation: 0 true, KZ_XPATH_FALSE false, others failed. */
+#define KZ_XPATH_FALSE          0x7100u /* condition evaluated to false */
+#define KZ_XPATH_ETOKENIZE      0x7101u /* tokenizing failed */
+#define KZ_XPATH_EPAREN         0x7102u /* unbalanced parentheses or malformed call */
+#define KZ_XPATH_ENOEVALFUNC    0x7103u /* arithmetic or union operator */
+#define KZ_XPATH_ENOOPCODE      0x7104u /* operator token without an operation */
+#define KZ_XPATH_EPRIMARY       0x7105u /* token cannot start a primary expression */
+#define KZ_XPATH_EROOTDSLASH    0x7106u /* "//" at the start of an absolute path */
+#define KZ_XPATH_ESTEPKIND      0x7107u /* unsupported step kind */
+#define KZ_XPATH_EUNKNOWNFUNC   0x7108u /* unknown function */
+#define KZ_XPATH_EFUNCARG       0x7109u /* derived-from arguments missing or mistyped */
+#define KZ_XPATH_ENOSCHEMA      0x710Au /* derived-from node without a schema node */
+#define KZ_XPATH_ESUBSTART      0x710Bu /* sub-expression does not start at "(" or "," */
+#define KZ_XPATH_ESUBEND        0x710Cu /* sub-expression does not end at ")" or "," */
+#define KZ_XPATH_EPREDICATE     0x710Du /* "[" without "]" */
+
+/* Tokenizer. The list borrows `expr`, which must outlive it; null on failure. */
+KZ_API XpathLex *KZ_XPATH_ExprTokenize(const char *expr);
+KZ_API void KZ_XPATH_FreeXpathLex(XpathLex *lex);
+KZ_API uint32_t KZ_XPATH_GetTokenNumber(const XpathLex *lex);
+/* Start of token `index` in the expression text; kind and length through the optional outs. */
+KZ_API const char *KZ_XPATH_GetTokenExprByPos(const XpathLex *lex, uint32_t index, uint32_t *kindOut,
+                                              uint32_t *lengthOut);
+
+/* Evaluates a when/must condition for `contextNode`; `rootNode` stands for the
+ * document root (absolute paths start there, ".." never climbs to it). */
+KZ_API uint32_t KZ_XPATH_EvalCondition(struct _xmlNode *rootNode, struct _xmlNode *contextNode, const char *expr);
+/* Same with a token list made once by KZ_XPATH_ExprTokenize; the list is only
+ * read, so it can be kept per schema node and shared between threads.
+ * A null list gives KZ_XPATH_ETOKENIZE. */
+KZ_API uint32_t KZ_XPATH_EvalTokenizedCondition(struct _xmlNode *rootNode, struct _xmlNode *contextNode,
+                                                const XpathLex *lex);
+
+/* Rewrites a prefixed schema path of `mod` into module-qualified form; the
+ * caller frees the result with KZ_MemFree. Null on failure. */
+KZ_API char *KZ_XPATH_TransformToJsonFormat(const KzMod *mod, const char *path);
+/* Splits a JSON-form path at its last module-qualified step: the module name
+ * goes to moduleNameBuffer, the text before that step's "/" to *headOut (null
+ * when the step is the first) and the rest to *tailOut (both freed with
+ * KZ_MemFree; either out may be null). 0, 12 or 22. */
+KZ_API uint32_t KZ_XPATH_SplitTargetNodeXpath(const char *path, char *moduleNameBuffer, uint32_t bufferSize,
+                                             char **headOut, char **tailOut);
 
 /* ==== Validation and error records ==== */
 /* (declarations follow) */
