@@ -91,6 +91,13 @@ typedef uint32_t (*KzExtInstScanCb)(KzsExtInst *inst, const char *moduleName, co
 /* ==== Runtime: memory, context, search directories, diagnostics ==== */
 /* (declarations follow) */
 
+/* ==== Module loading ==== */
+/* Loads a module by name from the search directories; with option bit 0 its
+ * imports are loaded too.  0, 2 when no file was found, else the failing status. */
+KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
+/* Loads a module from a NUL-terminated YIN text; imports are not loaded. */
+KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
+
 /* ==== Schema nodes and modules ==== */
 /* (declarations follow) */
 
