@@ -89,7 +89,63 @@ typedef uint32_t (*KzExtInstScanCb)(KzsExtInst *inst, const char *moduleName, co
                                     const char *argument, void *cookie);
 
 /* ==== Runtime: memory, context, search directories, diagnostics ==== */
-/* (declarations follow) */
+/* The library's allocator; everything it hands out for the caller to free
+ * (noted per call) is released with KZ_MemFree. */
+KZ_API void *KZ_MemMalloc(size_t size);
+KZ_API void KZ_MemFree(void *ptr);
+
+/* Context life.  flags: KZ_CTX_OPT_* bits; NULL on failure. */
+KZ_API KzCtx *KZ_CTX_Create(uint32_t flags);
+KZ_API void KZ_CTX_Delete(KzCtx *ctx);
+
+/* Callbacks through which the caller follows schema changes (NULL unsets). */
+KZ_API void KZ_CTX_SetPridataFreeFunc(KzCtx *ctx, KzPridataFreeFunc func);
+KZ_API void KZ_CTX_SetFirstAugChildRelinkFunc(KzCtx *ctx, KzFirstAugChildRelinkFunc func);
+KZ_API void KZ_CTX_SetBeforeDeviateNotSupportFunc(KzCtx *ctx, KzBeforeDeviateNotSupportFunc func);
+KZ_API void KZ_CTX_SetBeforeDeviateExtInstFunc(KzCtx *ctx, KzBeforeDeviateExtInstFunc func);
+KZ_API void KZ_CTX_SetReloadModuleCbFunc(KzCtx *ctx, KzReloadModuleCbFunc func);
+KZ_API void KZ_CTX_SetExtInstFilterCbFunc(KzCtx *ctx, KzExtInstFilterCbFunc func);
+
+/* Search directories: absolute paths of existing directories, searched in the
+ * order added.  20 for a relative or missing directory, 22 for NULL. */
+KZ_API uint32_t KZ_CTX_SetSearchDir(KzCtx *ctx, const char *path);
+/* A NULL path removes every directory. */
+KZ_API void KZ_CTX_UnSetSearchDir(KzCtx *ctx, const char *path);
+
+/* Loading and unloading modules. */
+KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
+KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
+KZ_API uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName);
+
+/* Lookups (NULL when absent). */
+KZ_API KzMod *KZ_CTX_GetModuleByModName(KzCtx *ctx, const char *moduleName);
+KZ_API KzMod *KZ_CTX_GetModuleByModNs(KzCtx *ctx, const char *namespaceUri);
+/* Schema node of an absolute JSON-form schema path; *augOut (optional) gets the
+ * augment node the path ran through, if any. */
+KZ_API KzsNode *KZ_CTX_GetTargetNode(KzCtx *ctx, const char *path, KzsNode **augOut);
+KZ_API const char *KZ_MOD_GetSemanticVersion(const KzMod *mod);
+
+/* Features: 22 for a NULL argument (IsModFeatureEnable: note that 22 is
+ * non-zero), IsModFeatureEnable gives 0 for an unknown feature. */
+KZ_API uint32_t KZ_CTX_DisableModFeature(KzCtx *ctx, const char *moduleName, const char *featureName);
+KZ_API uint32_t KZ_CTX_IsModFeatureEnable(KzCtx *ctx, const char *moduleName, const char *featureName);
+
+/* Modules whose augments target a module.  A KzMod pointer may be passed as
+ * the reference: it starts with the same two fields. */
+typedef struct KzModRef {
+    KzCtx *ctx;
+    const char *moduleName;
+} KzModRef;
+/* ordinal counts augmenting modules from 1; non-zero stops the scan. */
+typedef uint32_t (*KzAugModScanCb)(const char *depModName, uint32_t ordinal, void *arg);
+KZ_API uint32_t KZ_MOD_ScanAugmentModules(const KzModRef *modRef, KzAugModScanCb callback, void *arg);
+
+/* Load diagnostics: visits every kept record (at most two per module, modules
+ * in name order).  yinFile and message are NULL for a record emptied by a
+ * stage clear.  The callback runs under the read lock: it must not load. */
+KZ_API uint32_t KZ_CTX_ScanAllSchemaLoadFail(KzCtx *ctx, KzLoadFailScanCb callback, void *arg);
+#define KZ_DIAG_LEVEL_ERROR   0u
+#define KZ_DIAG_LEVEL_WARNING 1u
 
 /* ==== Module loading ==== */
 /* Loads a module by name from the search directories; with option bit 0 its

@@ -25,7 +25,18 @@ typedef struct KzDict {
     KzDictBucket *buckets;
 } KzDict;
 
-/* (function declarations follow) */
+#define KZ_DICT_BUCKET_COUNT 1024u
+
+/* 0, or 1 when the buckets cannot be allocated. */
+KZ_API uint32_t KZ_DICT_Init(KzDict *dict);
+KZ_API uint32_t KZ_DICT_HashVal(const char *s);
+/* Interns s; equal texts share the returned pointer.  NULL for NULL s or on
+ * allocation failure.  Each insert is matched by one KZ_DICT_Remove. */
+KZ_API const char *KZ_DICT_Insert(KzDict *dict, const char *s);
+/* Drops one reference; unknown strings are ignored. */
+KZ_API void KZ_DICT_Remove(KzDict *dict, const char *s);
+/* Frees the entry records and buckets (not copies still referenced). */
+KZ_API void KZ_DICT_Destroy(KzDict *dict);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,43 @@
+/* Read-only accessors over libxml2 element nodes, and a non-recursive DOM walk. */
+#ifndef KZ_XML_H
+#define KZ_XML_H
+
+#include <libxml/tree.h>
+
+#include "korla.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Directions of the DOM walk. */
+#define KZ_XML_DIR_CHILD   0u /* last move descended to a first child */
+#define KZ_XML_DIR_SIBLING 1u /* last move went to the next sibling */
+#define KZ_XML_DIR_PARENT  2u /* last move climbed to the parent */
+#define KZ_XML_DIR_START   3u /* the walk is at its root */
+
+/* Text of the first attribute named attrName that has a text child, or NULL. */
+KZ_API const char *KZ_XML_GetTargetPropertyValue(const xmlNode *node, const char *attrName);
+/* Text of the node's first attribute, or NULL. */
+KZ_API const char *KZ_XML_GetFirstPropertyValue(const xmlNode *node);
+/* href of the node's own namespace, or NULL. */
+KZ_API const char *KZ_XML_GetXmlNodeDefaultNs(const xmlNode *node);
+/* Content of the first child when it is a text node, else NULL. */
+KZ_API const char *KZ_XML_GetElemNodeContent(const xmlNode *node);
+/* First child whose _private word (a u64 mark set) shares a bit with mask. */
+KZ_API xmlNode *KZ_XML_GetFirstChildNodeWithPriVal(const xmlNode *node, uint64_t mask);
+
+/* One pre-order step under root.  *direction holds the last move on entry and
+ * the move taken on return; NULL ends the walk. */
+KZ_API xmlNode *KZ_XML_GetXmlDomNextNode(const xmlNode *root, xmlNode *node, uint32_t *direction);
+/* The sibling-or-parent part of that step (no descent). */
+KZ_API xmlNode *KZ_XML_GetXmlDomSibOrParent(const xmlNode *root, xmlNode *node, uint32_t *direction);
+/* Parent to use for a node reached with direction: the node itself for 0 and
+ * 3, its parent for 1, NULL otherwise. */
+KZ_API xmlNode *KZ_XML_GetParentNodeByTraverse(xmlNode *node, uint32_t direction);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KZ_XML_H */

@@ -1,0 +1,84 @@
+// Bounded copies and the layout of the allocator globals.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <string>
+
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_diag.h"
+#include "runtime/kz_dict.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+
+namespace {
+
+uintptr_t Addr(const void *p)
+{
+    return reinterpret_cast<uintptr_t>(p);
+}
+
+int TruncFormat(char *dest, size_t size, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    int rc = kz_vsnprintf_trunc(dest, size, format, args);
+    va_end(args);
+    return rc;
+}
+
+}  // namespace
+
+TEST(RuntimeSafeCopy, StringCopiesFailInsteadOfTruncating)
+{
+    char buf[4];
+    EXPECT_EQ(0, kz_strcpy_s(buf, sizeof buf, "abc"));
+    EXPECT_STREQ("abc", buf);
+    EXPECT_EQ(ERANGE, kz_strcpy_s(buf, sizeof buf, "abcd"));
+    EXPECT_STREQ("", buf);
+    EXPECT_EQ(EINVAL, kz_strcpy_s(buf, sizeof buf, nullptr));
+    EXPECT_EQ(EINVAL, kz_strcpy_s(buf, 0, "a"));
+
+    EXPECT_EQ(0, kz_strncpy_s(buf, sizeof buf, "abcdef", 3));
+    EXPECT_STREQ("abc", buf);
+    EXPECT_EQ(ERANGE, kz_strncpy_s(buf, sizeof buf, "abcdef", 4));
+    EXPECT_STREQ("", buf);
+
+    EXPECT_EQ(0, kz_strcpy_s(buf, sizeof buf, "ab"));
+    EXPECT_EQ(0, kz_strcat_s(buf, sizeof buf, "c"));
+    EXPECT_STREQ("abc", buf);
+    EXPECT_NE(0, kz_strcat_s(buf, sizeof buf, "d"));
+    EXPECT_STREQ("", buf);
+}
+
+TEST(RuntimeSafeCopy, MemcpyChecksRoomAndOverlap)
+{
+    char buf[8] = "xxxxxxx";
+    EXPECT_EQ(0, kz_memcpy_s(buf, sizeof buf, "12345678", 8));
+    EXPECT_EQ(0, memcmp(buf, "12345678", 8));
+    EXPECT_EQ(ERANGE, kz_memcpy_s(buf, 4, "12345", 5));
+    EXPECT_EQ(EINVAL, kz_memcpy_s(buf, sizeof buf, buf + 2, 4));
+    EXPECT_EQ(0, kz_memcpy_s(buf, sizeof buf, nullptr, 0));
+}
+
+TEST(RuntimeSafeCopy, FormattingFailsOrTruncatesAsNamed)
+{
+    char buf[6];
+    EXPECT_EQ(0, kz_snprintf_s(buf, sizeof buf, "%s-%d", "ab", 12));
+    EXPECT_STREQ("ab-12", buf);
+    EXPECT_EQ(ERANGE, kz_snprintf_s(buf, sizeof buf, "%s-%d", "ab", 123));
+    EXPECT_STREQ("", buf);
+    EXPECT_EQ(0, TruncFormat(buf, sizeof buf, "%s", "truncated"));
+    EXPECT_STREQ("trunc", buf);
+}
+
+TEST(RuntimeMemGlobals, GuardArraysSurroundTheAllocatorState)
+{
+    EXPECT_LT(Addr(&g_kzMemMutex), Addr(g_kzFirstProtectArr));
+    EXPECT_LT(Addr(g_kzFirstProtectArr), Addr(&g_kzMemHandle));
+    EXPECT_LT(Addr(&g_kzMemHandle), Addr(&g_kzMemPt));
+    EXPECT_LT(Addr(&g_kzMemPt), Addr(&g_kzMemFuncInit));
+    EXPECT_LT(Addr(&g_kzMemFuncInit), Addr(g_kzSecondProtectArr));
+    EXPECT_EQ(16u, sizeof g_kzFirstProtectArr);
+    EXPECT_EQ(16u, sizeof g_kzSecondProtectArr);
+}
