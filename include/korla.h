@@ -155,7 +155,104 @@ KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
 
 /* ==== Schema nodes and modules ==== */
-/* (declarations follow) */
+/* Node kinds returned by KZ_NODE_GetNodeType. */
+#define KZ_NODE_KIND_UNKNOWN   0u
+#define KZ_NODE_KIND_CONTAINER 1u
+#define KZ_NODE_KIND_LEAF      2u
+#define KZ_NODE_KIND_LEAFLIST  3u
+#define KZ_NODE_KIND_LIST      4u
+#define KZ_NODE_KIND_CHOICE    5u
+#define KZ_NODE_KIND_CASE      6u
+#define KZ_NODE_KIND_ANYDATA   7u
+#define KZ_NODE_KIND_ANYXML    8u
+#define KZ_NODE_KIND_ACTION    9u
+#define KZ_NODE_KIND_RPC       10u
+#define KZ_NODE_KIND_NOTIF     11u
+#define KZ_NODE_KIND_INPUT     12u
+#define KZ_NODE_KIND_OUTPUT    13u
+#define KZ_NODE_KIND_AUGMENT   14u
+
+/* Typedef chain scan: (module name, typedef name, that typedef's real type, cookie). */
+typedef uint32_t (*KzDerivedTypeScanCb)(const char *modName, const char *tdefName, KztRealType *realType,
+                                        void *cookie);
+typedef uint32_t (*KzImportScanCb)(KzMod *mod, const char *importedModName, void *cookie);
+typedef uint32_t (*KzIdentityScanCb)(KzsIdentity *identity, void *cookie);
+typedef uint32_t (*KzIdentBaseScanCb)(const char *modName, const char *identName, void *cookie);
+
+/* Node queries: 0 or null for a null node. */
+KZ_API const char *KZ_NODE_GetNodeName(const KzsNode *node);
+KZ_API KzMod *KZ_NODE_GetModule(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_GetNodeType(const KzsNode *node);
+KZ_API const char *KZ_NODE_GetDescription(const KzsNode *node);
+KZ_API const char *KZ_NODE_GetWhenCond(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_GetNodeKeyNum(const KzsNode *node);
+KZ_API KztRealType *KZ_NODE_GetRealType(const KzsNode *node);
+KZ_API void *KZ_NODE_GetPrivate(const KzsNode *node);
+/* Stores data and returns the previous value. */
+KZ_API void *KZ_NODE_SetPrivate(KzsNode *node, void *data);
+/* The parent, or null when the parent is an augment node. */
+KZ_API KzsNode *KZ_NODE_GetParentNode(const KzsNode *node);
+KZ_API KzsNode *KZ_NODE_GetNonChoiceCaseParent(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsKey(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsRwConfig(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsMandatory(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsOrderedByNode(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsNacmDefaultDenyAll(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsNacmDefaultDenyWrite(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsPresenceContainer(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsDeprecatedNode(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_IsObsoleteNode(const KzsNode *node);
+/* 1 when every if-feature of the node is enabled (or it has none). */
+KZ_API uint32_t KZ_NODE_IsEnabled(const KzsNode *node);
+/* Effective default and units, looking through the typedef chain. */
+KZ_API const char *KZ_NODE_GetDefaultValueStr(const KzsNode *node);
+KZ_API const char *KZ_NODE_GetUnitsValueStr(const KzsNode *node);
+KZ_API uint32_t KZ_NODE_ScanDerivedType(const KzsNode *node, KzDerivedTypeScanCb callback, void *cookie);
+/* Target of a leafref; with follow set, the end of a chain of leafrefs. */
+KZ_API KzsNode *KZ_NODE_GetLeafrefTargetNode(const KzsNode *node, uint32_t follow);
+KZ_API KzsNode *KZ_NODE_GetAugmentTargetNode(const KzsNode *node);
+
+/* Node walks: a non-zero callback result stops the walk and is returned
+ * (KZS_TRAV_SKIP_CHILDREN only leaves the children out in the full walk). */
+KZ_API uint32_t KZ_NODE_TreeScanAllNode(KzsNode *root, KzNodeWalkCb callback, void *cookie);
+KZ_API uint32_t KZ_NODE_IterScanChildrenNode(KzsNode *node, KzNodeWalkCb callback, void *cookie);
+KZ_API uint32_t KZ_NODE_IterScanSiblingNode(KzsNode *node, KzNodeWalkCb callback, void *cookie);
+
+/* Extension instances of a node. */
+KZ_API uint32_t KZ_NODE_ScanAllExtInsts(const KzsNode *node, KzExtInstScanCb callback, void *cookie);
+KZ_API uint32_t KZ_EXT_ScanAllChildExtInsts(const KzsExtInst *inst, KzExtInstScanCb callback, void *cookie);
+KZ_API uint32_t KZ_NODE_AppendExtInst(KzsNode *node, const char *modName, const char *extName,
+                                      const char *argument);
+/* dst's extension instances become a deep copy of src's; 22 when src has none. */
+KZ_API uint32_t KZ_NODE_ReplaceDstExtInst(KzsNode *dst, const KzsNode *src);
+KZ_API void KZ_NODE_CleanExtInsts(KzsNode *node);
+
+/* Module queries: 0 or null for a null module. */
+KZ_API const char *KZ_MOD_GetModuleName(const KzMod *mod);
+KZ_API const char *KZ_MOD_GetModuleNs(const KzMod *mod);
+KZ_API const char *KZ_MOD_GetModulePrefix(const KzMod *mod);
+KZ_API const char *KZ_MOD_GetOrganization(const KzMod *mod);
+KZ_API const char *KZ_MOD_GetRevision(const KzMod *mod);
+KZ_API void *KZ_MOD_GetPrivate(const KzMod *mod);
+KZ_API void *KZ_MOD_SetPrivate(KzMod *mod, void *data);
+KZ_API KztRealType *KZ_MOD_GetRealTypeByTypDefName(const KzMod *mod, const char *name);
+/* "*" enables every feature of the module. */
+KZ_API uint32_t KZ_MOD_EnableFeature(KzMod *mod, const char *name);
+/* "*" is an ordinary name here. */
+KZ_API uint32_t KZ_MOD_DisableFeature(KzMod *mod, const char *name);
+/* Finds a node by a path written with the module's prefixes. */
+KZ_API KzsNode *KZ_MOD_GetNodeByPrefixedPath(const KzMod *mod, KzsNode *start, const char *path);
+
+/* Module scans: 22 for a null module or callback, the first non-zero callback
+ * result, else 0. */
+KZ_API uint32_t KZ_MOD_ScanAllExtInsts(const KzMod *mod, KzExtInstScanCb callback, void *cookie);
+KZ_API uint32_t KZ_MOD_IterScanTopmostNode(const KzMod *mod, KzNodeWalkCb callback, void *cookie);
+KZ_API uint32_t KZ_MOD_IterScanAugmentNode(const KzMod *mod, KzNodeWalkCb callback, void *cookie);
+KZ_API uint32_t KZ_MOD_ScanImportModules(KzMod *mod, KzImportScanCb callback, void *cookie);
+KZ_API uint32_t KZ_MOD_ScanAllIdentity(const KzMod *mod, KzIdentityScanCb callback, void *cookie);
+KZ_API uint32_t KZ_MOD_ScanIdentityBase(const KzsIdentity *identity, KzIdentBaseScanCb callback, void *cookie);
+KZ_API const char *KZ_MOD_GetIdentityName(const KzsIdentity *identity);
+KZ_API const char *KZ_MOD_GetIdentityDescription(const KzsIdentity *identity);
 
 /* ==== Types and value checks ==== */
 /* Built-in base type of a real type: 0 derived, 1 "binary" .. 19 "union";

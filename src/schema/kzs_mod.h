@@ -114,7 +114,94 @@ struct KzMod {
     void *priv;
 };
 
-/* (function declarations of modules follow) */
+/* Semantic versions are kept to this many characters. */
+#define KZS_MOD_SEMVER_MAX_LEN 32u
+/* Module and name parts of a path step or prefixed value: 64 characters and NUL. */
+#define KZS_MOD_NAME_BUF 65u
+
+/* ---- Module life ---- */
+KZ_API void KZS_MOD_Free(KzMod *mod);
+KZ_API void KZS_MOD_DestroyNonNodeMember(KzMod *mod);
+KZ_API void KZS_MOD_DestroyNodeMember(KzMod *mod);
+KZ_API uint32_t KZS_MOD_AddTopNodeToSchemaTree(KzMod *mod, KzsNode *node);
+KZ_API KzsNode *KZS_MOD_FindTopLevelSchemaNode(const KzMod *mod, const char *name);
+
+/* ---- Extensions ---- */
+KZ_API uint32_t KZS_MOD_SetExtension(KzDict *dict, KzsExtension *ext, const char *name, const char *argName,
+                                     uint32_t yinElement);
+KZ_API uint32_t KZS_MOD_AppendOneExtension(KzMod *mod, const char *name, const char *argName, uint32_t yinElement);
+KZ_API KzsExtension *KZS_MOD_FindExtensionByName(const KzMod *mod, const char *name);
+KZ_API void KZS_MDL_ClearExtension(KzDict *dict, KzsExtension *ext);
+KZ_API void KZS_MOD_FreeExtensions(KzDict *dict, KzsExtension *exts, uint16_t count);
+KZ_API uint32_t KZS_MOD_CheckTwoExtensionSame(const KzsExtension *a, const KzsExtension *b);
+
+/* ---- Features ---- */
+KZ_API uint32_t KZS_MOD_FillFeature(KzDict *dict, KzsFeature *feat, const char *name);
+KZ_API uint32_t KZS_MOD_AppendOneFeature(KzMod *mod, const char *name);
+KZ_API KzsFeature *KZS_MOD_FindFeatureByName(const KzMod *mod, const char *name);
+KZ_API void KZS_MDL_ClearFeature(KzDict *dict, KzsFeature *feat);
+KZ_API void KZS_MOD_FreeFeatures(KzDict *dict, KzsFeature *feats, uint16_t count);
+KZ_API uint32_t KZS_MOD_CheckTwoFeatureSame(const KzsFeature *a, const KzsFeature *b);
+
+/* ---- Identities ---- */
+KZ_API uint32_t KZS_MOD_FillIdentity(KzDict *dict, KzsIdentity *ident, const char *name, const char *description);
+KZ_API uint32_t KZS_MOD_AppendOneIdentity(KzMod *mod, const char *name, const char *description);
+KZ_API KzsIdentity *KZS_MOD_FindIdentityByName(const KzMod *mod, const char *name);
+KZ_API void KZS_MDL_ClearIdentity(KzDict *dict, KzsIdentity *ident);
+KZ_API void KZS_MOD_FreeIdentities(KzDict *dict, KzsIdentity *idents, uint16_t count);
+KZ_API uint32_t KZS_MOD_FillIdentBase(KzDict *dict, KzsIdentBase *base, const char *modName, const char *identName);
+KZ_API KzsIdentBase *KZS_MOD_CopyIdentBaseArray(KzDict *dict, const KzsIdentBase *src, uint16_t count);
+KZ_API void KZS_MDL_ClearIdentBase(KzDict *dict, KzsIdentBase *base);
+KZ_API void KZS_MDL_FreeIdentBases(KzDict *dict, KzsIdentBase *bases, uint16_t count);
+KZ_API uint32_t KZS_MOD_CheckTwoIdentBaseSame(const KzsIdentBase *a, const KzsIdentBase *b);
+KZ_API uint32_t KZS_MOD_CheckTwoIdentitySame(const KzsIdentity *a, const KzsIdentity *b);
+
+/* ---- Imports and includes ---- */
+KZ_API uint32_t KZS_MOD_FillImport(KzDict *dict, KzsImport *imp, const char *modName, const char *prefix);
+KZ_API uint32_t KZS_MOD_AppendOneImport(KzMod *mod, const char *modName, const char *prefix);
+KZ_API KzsImport *KZS_MOD_FindImportByPrefix(const KzMod *mod, const char *prefix);
+KZ_API void KZS_MOD_ClearImport(KzDict *dict, KzsImport *imp);
+KZ_API void KZS_MOD_FreeImports(KzDict *dict, KzsImport *imps, uint16_t count);
+KZ_API uint32_t KZS_MOD_FillInclude(KzDict *dict, const char **include, const char *subName);
+KZ_API uint32_t KZS_MOD_AppendOneInclude(KzMod *mod, const char *subName);
+/* The array slot holding the submodule name, or null. */
+KZ_API const char **KZS_MOD_FindIncludeBySubName(const KzMod *mod, const char *subName);
+KZ_API void KZS_MOD_ClearInclude(KzDict *dict, const char **include);
+KZ_API void KZS_MOD_FreeIncludes(KzDict *dict, const char **includes, uint16_t count);
+
+/* ---- Typedefs ---- */
+/* Interns name, default and units, then copies realType into the entry. */
+KZ_API uint32_t KZS_MOD_FillTypeDef(KzDict *dict, KzsTypedef *tdef, const char *name, const char *dflt,
+                                    const char *units, const KztRealType *realType);
+KZ_API uint32_t KZS_MOD_AppendOneTypeDef(KzMod *mod, const char *name, const char *dflt, const char *units,
+                                         const KztRealType *realType);
+KZ_API KzsTypedef *KZS_MOD_FindTypDefObjByName(const KzMod *mod, const char *name);
+/* The real type held in the named typedef, or null. */
+KZ_API KztRealType *KZS_MOD_FindNysTypDefByName(const KzMod *mod, const char *name);
+KZ_API void KZS_TYPE_DestroyTypDefInner(KzDict *dict, KzsTypedef *tdef);
+KZ_API void KZS_TYPE_FreeTypDefArray(KzDict *dict, KzsTypedef *tdefs, uint16_t count);
+
+/* ---- Deviations ---- */
+KZ_API void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *dev);
+KZ_API void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *dev);
+KZ_API void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *devs, uint16_t count);
+
+/* ---- Prefixes ---- */
+KZ_API const char *KZS_MOD_GetModuleNameByPrefix(const KzMod *mod, const char *prefix);
+KZ_API const char *KZS_MOD_GetImportModNameByPrefix(const KzMod *mod, const char *prefix);
+/* "module:name" for a "prefix:name" value; the caller frees it with KZ_MemFree. */
+KZ_API char *KZS_MOD_ConvertPrefixValToJsonFormat(const KzMod *mod, const char *value);
+
+/* ---- Node lookup ---- */
+KZ_API KzsNode *KZS_MOD_GetNodeBySchemaNodeId(const KzMod *mod, KzsNode *start, const char *path);
+KZ_API KzsNode *KZS_MOD_GetNodeUnderAugmentBySchemaNodeId(const KzMod *mod, const char *targetPath, const char *path,
+                                                          KzsNode **augment);
+KZ_API uint32_t KZS_MOD_FindAugNodeTargetInSelfMod(const KzMod *mod, KzsNode *augment, KzsNode **target);
+/* Sets *node (null for an absolute path) and returns the text where the steps begin, or null. */
+KZ_API const char *KZS_MOD_GetStartPathAndNode(const char *path, KzsNode *start, KzsNode **node);
+KZ_API const char *KZS_MOD_GetRelativePathRealStartNode(const char *path, KzsNode *start, KzsNode **node);
+KZ_API KzsNode *KZS_MOD_GetDataTreeNodeByNodeIdentifier(const KzMod *mod, KzsNode *start, const char *path);
+KZ_API KzsNode *KZS_MOD_GetNodeByXpath(const KzMod *mod, KzsNode *start, const char *path);
 
 #ifdef __cplusplus
 }
