@@ -77,6 +77,8 @@ typedef struct KzsDeviation {
     const char *target; /* JSON form */
     KzsDeviate *deviates;
     uint16_t deviateCount;
+    uint32_t flags; /* KZS_DEVIATION_FLAG_COUPLED (couple/kzs_couple.h) */
+    void *undo;     /* what coupling changed, kept to undo it; owned by couple */
 } KzsDeviation;
 
 struct KzMod {
