@@ -66,6 +66,10 @@ KZ_API uint32_t KZS_NODE_PrintType(KzsNode *node, KzsPrintPara *para);
 
 #ifdef __cplusplus
 }
+
+/* Internal helpers shared by the printer's files. */
+uint32_t kz_print_append(KzsPrintPara *para, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+const char *kz_print_status_mark(const KzsNode *node);
 #endif
 
 #endif /* KZ_PRINT_H */
