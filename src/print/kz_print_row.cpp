@@ -17,6 +17,19 @@ constexpr const char *kBaseTypeNames[] = {
 
 } // namespace
 
+/* "x" for deprecated, "o" for obsolete, "+" otherwise. */
+const char *kz_print_status_mark(const KzsNode *node)
+{
+    if (node->flags & KZS_NODE_FLAG_DEPRECATED) {
+        return "x";
+    }
+    if (node->flags & KZS_NODE_FLAG_OBSOLETE) {
+        return "o";
+    }
+    return "+";
+}
+
+
 /* Appends formatted text to the print buffer; 22 when it does not fit. */
 uint32_t kz_print_append(KzsPrintPara *para, const char *fmt, ...)
 {
@@ -61,18 +74,6 @@ KZ_API uint32_t KZS_NODE_PrintRetract(KzsPrintPara *para)
         }
     }
     return KZ_OK;
-}
-
-/* "x" for deprecated, "o" for obsolete, "+" otherwise. */
-const char *kz_print_status_mark(const KzsNode *node)
-{
-    if (node->flags & KZS_NODE_FLAG_DEPRECATED) {
-        return "x";
-    }
-    if (node->flags & KZS_NODE_FLAG_OBSOLETE) {
-        return "o";
-    }
-    return "+";
 }
 
 KZ_API uint32_t KZS_NODE_PrintRWOnly(KzsNode *node, KzsPrintPara *para)

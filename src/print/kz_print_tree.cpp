@@ -33,8 +33,9 @@ uint32_t print_children(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool
     KZS_NODE_InheritPrintPara(&child, para);
     child.level = para->level + 1;
     child.rwMode = rwMode;
-    bool bar = (para->flags & KZS_PRINT_FLAG_NO_BAR) == 0 && node->next != nullptr &&
-               KZS_NODE_PrintCheckNextCase(node) == 0;
+    /* A shorthand case (a non-case child of a choice) draws no bar towards the next case. */
+    bool shorthand = node->kind != KZS_NODE_CASE && KZS_NODE_PrintCheckNextCase(node) != 0;
+    bool bar = (para->flags & KZS_PRINT_FLAG_NO_BAR) == 0 && node->next != nullptr && !shorthand;
     if (bar) {
         child.retract = KZS_NODE_PrintGetRetract(para->retract, child.level);
     }

@@ -1,0 +1,232 @@
+// Schema tree printer: exact rows for every node kind, sections, alignment and buffering.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "korla.h"
+#include "print/kz_print.h"
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_dict.h"
+#include "runtime/kz_mem.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+struct Collected {
+    std::vector<std::string> chunks;
+    std::string all() const
+    {
+        std::string s;
+        for (const auto &c : chunks) {
+            s += c;
+        }
+        return s;
+    }
+};
+
+uint32_t collect(const char *text, uint32_t len, void *arg)
+{
+    static_cast<Collected *>(arg)->chunks.emplace_back(text, len);
+    return 0;
+}
+
+uint32_t failing(const char *, uint32_t, void *)
+{
+    return 1;
+}
+
+// Builds modules and nodes by hand so the printer is tested without the loader.
+class PrintTree : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ctx_ = KZ_CTX_Create(0);
+        ASSERT_NE(ctx_, nullptr);
+        mod_ = newModule("m");
+    }
+    void TearDown() override
+    {
+        for (KzMod *m : mods_) {
+            KZS_MOD_Free(m);
+        }
+        KZ_CTX_Delete(ctx_);
+    }
+
+    KzMod *newModule(const char *name)
+    {
+        auto *m = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
+        memset(m, 0, sizeof(KzMod));
+        m->ctx = ctx_;
+        m->name = KZ_DICT_Insert(&ctx_->dict, name);
+        mods_.push_back(m);
+        return m;
+    }
+
+    KzsNode *node(uint32_t kind, const char *name, KzsNode *parent, KzMod *mod = nullptr, uint32_t flags = 0)
+    {
+        KzsNode *n = KZS_NODE_New(kind);
+        n->module = mod != nullptr ? mod : mod_;
+        n->name = KZ_DICT_Insert(&ctx_->dict, name);
+        n->flags = flags;
+        if (parent != nullptr) {
+            KZS_NODE_AddChild(parent, n);
+        } else {
+            EXPECT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, n), KZ_OK);
+        }
+        return n;
+    }
+
+    KzsNode *leaf(const char *name, KztBaseType type, KzsNode *parent, uint32_t flags = 0)
+    {
+        KzsNode *n = node(KZS_NODE_LEAF, name, parent, nullptr, flags);
+        static_cast<KzsLeafInfo *>(n->schemaInfo)->realType.baseType = type;
+        return n;
+    }
+
+    std::string print(KzMod *m = nullptr)
+    {
+        Collected out;
+        EXPECT_EQ(KZ_MOD_PrintModelTree(m != nullptr ? m : mod_, collect, &out), KZ_OK);
+        return out.all();
+    }
+
+    KzCtx *ctx_ = nullptr;
+    KzMod *mod_ = nullptr;
+    std::vector<KzMod *> mods_;
+};
+
+TEST_F(PrintTree, ContainerWithMandatoryAndOptionalLeavesAlignsTypes)
+{
+    KzsNode *c = node(KZS_NODE_CONTAINER, "c", nullptr);
+    leaf("a", KZT_BASE_STRING, c, KZS_NODE_FLAG_MANDATORY_TRUE);
+    leaf("bb", KZT_BASE_INT8, c);
+    EXPECT_EQ(print(), "module: m\n"
+                       "   +--rw c\n"
+                       "      +--rw a     string\n"
+                       "      +--rw bb?   int8\n");
+}
+
+TEST_F(PrintTree, SiblingBarsStatusMarksAndAccess)
+{
+    KzsNode *top = node(KZS_NODE_CONTAINER, "top", nullptr, nullptr, KZS_NODE_FLAG_PRESENCE);
+    leaf("old", KZT_BASE_BOOLEAN, top, KZS_NODE_FLAG_DEPRECATED);
+    leaf("gone", KZT_BASE_EMPTY, top, KZS_NODE_FLAG_OBSOLETE | KZS_NODE_FLAG_CONFIG_FALSE);
+    KzsNode *state = node(KZS_NODE_CONTAINER, "state", nullptr, nullptr, KZS_NODE_FLAG_CONFIG_FALSE);
+    leaf("up", KZT_BASE_UINT32, state, KZS_NODE_FLAG_CONFIG_FALSE);
+    EXPECT_EQ(print(), "module: m\n"
+                       "   +--rw top!\n"
+                       "   |  x--rw old?    boolean\n"
+                       "   |  o--ro gone?   empty\n"
+                       "   +--ro state\n"
+                       "      +--ro up?   uint32\n");
+}
+
+TEST_F(PrintTree, ListKeysLeafListAndAnydata)
+{
+    KzsNode *l = node(KZS_NODE_LIST, "item", nullptr);
+    leaf("k1", KZT_BASE_STRING, l, KZS_NODE_FLAG_KEY);
+    leaf("k2", KZT_BASE_UINT8, l, KZS_NODE_FLAG_KEY);
+    KzsNode *ll = node(KZS_NODE_LEAFLIST, "tags", l);
+    static_cast<KzsLeafListInfo *>(ll->schemaInfo)->realType.baseType = KZT_BASE_STRING;
+    node(KZS_NODE_ANYDATA, "blob", l, nullptr, KZS_NODE_FLAG_MANDATORY_TRUE);
+    l->keyCount = 2;
+    EXPECT_EQ(print(), "module: m\n"
+                       "   +--rw item* [k1 k2]\n"
+                       "      +--rw k1      string\n"
+                       "      +--rw k2      uint8\n"
+                       "      +--rw tags*   string\n"
+                       "      +--rw blob    anydata\n");
+}
+
+TEST_F(PrintTree, ChoiceWithRealAndShorthandCases)
+{
+    KzsNode *c = node(KZS_NODE_CONTAINER, "c", nullptr);
+    KzsNode *ch = node(KZS_NODE_CHOICE, "how", c);
+    static_cast<KzsChoiceInfo *>(ch->schemaInfo)->defaultCase = KZ_DICT_Insert(&ctx_->dict, "fast");
+    KzsNode *fast = node(KZS_NODE_CASE, "fast", ch);
+    leaf("speed", KZT_BASE_INT32, fast);
+    leaf("slow", KZT_BASE_STRING, ch);
+    EXPECT_EQ(print(), "module: m\n"
+                       "   +--rw c\n"
+                       "      +--rw (how)? <fast>\n"
+                       "         +--:(fast)\n"
+                       "         |  +--rw speed?   int32\n"
+                       "         +--:(slow)\n"
+                       "            +--rw slow?   string\n");
+}
+
+TEST_F(PrintTree, RpcsNotificationsAndForeignAugmentNodes)
+{
+    KzsNode *rpc = KZS_NODE_New(KZS_NODE_RPC);
+    rpc->module = mod_;
+    rpc->name = KZ_DICT_Insert(&ctx_->dict, "reboot");
+    ASSERT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, rpc), KZ_OK);
+    KzsNode *in = node(KZS_NODE_INPUT, "input", rpc);
+    leaf("delay", KZT_BASE_UINT16, in);
+    KzsNode *out = node(KZS_NODE_OUTPUT, "output", rpc);
+    leaf("when", KZT_BASE_STRING, out);
+
+    KzsNode *n = KZS_NODE_New(KZS_NODE_NOTIF);
+    n->module = mod_;
+    n->name = KZ_DICT_Insert(&ctx_->dict, "restarted");
+    ASSERT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, n), KZ_OK);
+    KzMod *other = newModule("ext");
+    node(KZS_NODE_LEAF, "reason", n, other);
+    static_cast<KzsLeafInfo *>(n->firstChild->schemaInfo)->realType.baseType = KZT_BASE_STRING;
+
+    EXPECT_EQ(print(), "module: m\n"
+                       "rpcs:\n"
+                       "   +---x reboot\n"
+                       "      +---w input\n"
+                       "      |  +---w delay?   uint16\n"
+                       "      +--ro output\n"
+                       "         +--ro when?   string\n"
+                       "notifications:\n"
+                       "   +---n restarted\n"
+                       "      +--ro ext:reason?   string\n");
+}
+
+TEST_F(PrintTree, BranchOfOneNodeShowsAncestorsOnly)
+{
+    KzsNode *a = node(KZS_NODE_CONTAINER, "a", nullptr);
+    node(KZS_NODE_CONTAINER, "zz", nullptr);
+    KzsNode *b = node(KZS_NODE_CONTAINER, "b", a);
+    leaf("x", KZT_BASE_STRING, a);
+    leaf("y", KZT_BASE_STRING, b);
+    Collected out;
+    ASSERT_EQ(KZ_NODE_PrintNodesTree(b, collect, &out), KZ_OK);
+    EXPECT_EQ(out.all(), "module: m\n"
+                         "   +--rw a\n"
+                         "      +--rw b\n"
+                         "         +--rw y?   string\n");
+}
+
+TEST_F(PrintTree, FailuresReportTheirStatus)
+{
+    node(KZS_NODE_CONTAINER, "c", nullptr);
+    EXPECT_EQ(KZ_MOD_PrintModelTree(mod_, nullptr, nullptr), KZ_EINVAL);
+    EXPECT_EQ(KZ_MOD_PrintModelTree(mod_, failing, nullptr), KZ_ERR);
+    EXPECT_EQ(KZ_NODE_PrintNodesTree(nullptr, collect, nullptr), KZ_EINVAL);
+}
+
+TEST_F(PrintTree, LargeModuleIsFlushedInChunksWithoutChangingTheText)
+{
+    std::string expected = "module: m\n";
+    for (int i = 0; i < 600; ++i) {
+        std::string name = "leaf" + std::to_string(1000 + i);
+        leaf(name.c_str(), KZT_BASE_STRING, nullptr);
+        expected += "   +--rw " + name + "?   string\n";
+    }
+    Collected out;
+    ASSERT_EQ(KZ_MOD_PrintModelTree(mod_, collect, &out), KZ_OK);
+    EXPECT_GE(out.chunks.size(), 3u);
+    for (const auto &chunk : out.chunks) {
+        EXPECT_LE(chunk.size(), KZS_PRINT_BUF_SIZE);
+    }
+    EXPECT_EQ(out.all(), expected);
+}
+
+} // namespace
