@@ -79,6 +79,15 @@ typedef struct SegInt64 {
     uint32_t flags; /* 1 signed, 2 unsigned, 4 start min, 8 start max, 16 end min, 32 end max */
 } SegInt64;
 
+/* SegInt64 flags. */
+#define KZT_SEGF_SIGNED    0x1u
+#define KZT_SEGF_UNSIGNED  0x2u
+#define KZT_SEGF_START_MIN 0x4u
+#define KZT_SEGF_START_MAX 0x8u
+#define KZT_SEGF_END_MIN   0x10u
+#define KZT_SEGF_END_MAX   0x20u
+#define KZT_SEGF_MINMAX    (KZT_SEGF_START_MIN | KZT_SEGF_START_MAX | KZT_SEGF_END_MIN | KZT_SEGF_END_MAX)
+
 /* Per-type flags of rngLenFlags: a range or length restriction was parsed. */
 #define KZT_RNGLEN_PARSED        0x1u
 #define KZT_RNGLEN_EXPLICIT      0x2u /* enforced as written */
