@@ -363,7 +363,63 @@ KZ_API uint32_t KZ_XPATH_SplitTargetNodeXpath(const char *path, char *moduleName
                                              char **headOut, char **tailOut);
 
 /* ==== Validation and error records ==== */
-/* (declarations follow) */
+/* RFC 6241 error-type values of an error record. */
+#define KZ_ERR_TYPE_TRANSPORT   1u
+#define KZ_ERR_TYPE_RPC         2u
+#define KZ_ERR_TYPE_PROTOCOL    3u
+#define KZ_ERR_TYPE_APPLICATION 4u
+/* error-severity values. */
+#define KZ_ERR_SEVERITY_ERROR   1u
+#define KZ_ERR_SEVERITY_WARNING 2u
+/* error-tag values: position in RFC 6241's list, counted from 1. */
+#define KZ_ERR_TAG_IN_USE                  1u
+#define KZ_ERR_TAG_INVALID_VALUE           2u
+#define KZ_ERR_TAG_TOO_BIG                 3u
+#define KZ_ERR_TAG_MISSING_ATTRIBUTE       4u
+#define KZ_ERR_TAG_BAD_ATTRIBUTE           5u
+#define KZ_ERR_TAG_UNKNOWN_ATTRIBUTE       6u
+#define KZ_ERR_TAG_MISSING_ELEMENT         7u
+#define KZ_ERR_TAG_BAD_ELEMENT             8u
+#define KZ_ERR_TAG_UNKNOWN_ELEMENT         9u
+#define KZ_ERR_TAG_UNKNOWN_NAMESPACE       10u
+#define KZ_ERR_TAG_ACCESS_DENIED           11u
+#define KZ_ERR_TAG_LOCK_DENIED             12u
+#define KZ_ERR_TAG_RESOURCE_DENIED         13u
+#define KZ_ERR_TAG_ROLLBACK_FAILED         14u
+#define KZ_ERR_TAG_DATA_EXISTS             15u
+#define KZ_ERR_TAG_DATA_MISSING            16u
+#define KZ_ERR_TAG_OPERATION_NOT_SUPPORTED 17u
+#define KZ_ERR_TAG_OPERATION_FAILED        18u
+#define KZ_ERR_TAG_PARTIAL_OPERATION       19u
+#define KZ_ERR_TAG_MALFORMED_MESSAGE       20u
+
+/* Kinds of data handed to KZ_CTX_ValidateRpcDataTree. */
+#define KZ_DATA_KIND_TEXT    1u /* NUL-terminated XML text */
+#define KZ_DATA_KIND_XMLTREE 2u /* top element of a libxml2 tree owned by the caller */
+
+/* Called once per added default subtree (its top element) when a request is valid. */
+typedef void (*KzDefaultAddedCb)(struct _xmlNode *added, void *arg);
+/* Receives the validated, cleaned notification text; its result is returned. */
+typedef uint32_t (*KzNotifResultCb)(const char *text, void *arg);
+
+/* Validates an rpc or action request.  NULL when valid, otherwise one error
+ * record that the caller frees with KZ_FreeErrNode. */
+KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
+                                              KzDefaultAddedCb defaultAddedCb, void *defaultAddedArg);
+/* Validates a notification text: 0 (or resultCb's result) when valid, 22 otherwise. */
+KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb,
+                                             void *resultArg);
+
+/* Error record accessors: 0 or NULL for a NULL record. */
+KZ_API uint32_t KZ_GetErrorType(const KzdErrNode *err);
+KZ_API uint32_t KZ_GetErrorSeverity(const KzdErrNode *err);
+KZ_API uint32_t KZ_GetErrorTag(const KzdErrNode *err);
+KZ_API const char *KZ_GetErrorAppTag(const KzdErrNode *err);
+KZ_API const char *KZ_GetErrorMessage(const KzdErrNode *err);
+KZ_API const char *KZ_GetErrorPath(const KzdErrNode *err);
+KZ_API const char *KZ_GetBadElement(const KzdErrNode *err);
+KZ_API const char *KZ_GetBadAttribute(const KzdErrNode *err);
+KZ_API void KZ_FreeErrNode(KzdErrNode *err);
 
 /* ==== Schema tree printer ==== */
 /* Receives the tree text in chunks; non-zero means failure. */
