@@ -376,43 +376,4 @@ uint32_t KZT_LOADER_FillConsDataAndAllDerivedSeg(KzCtx *ctx, KzMod *mod, xmlNode
     return KZT_CONS_FillConsDataDerived(&ctx->dict, body, modName, local);
 }
 
-/* ---- Fraction digits ------------------------------------------------------------------ */
-
-uint32_t KZT_LOADER_FillConsDataAndAllFractionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
-{
-    (void)ctx;
-    (void)mod;
-    if (typeElem == nullptr || arg == nullptr || arg->entry == nullptr || arg->entry->consData == nullptr) {
-        return KZ_EINVAL;
-    }
-    xmlNode *child = KZ_XML_GetFirstChildNodeWithPriVal(typeElem, KZT_MARK_FRACTION);
-    const char *text = child != nullptr ? KZ_XML_GetFirstPropertyValue(child) : nullptr;
-    if (text == nullptr) {
-        return KZ_EINVAL;
-    }
-    uint64_t value = 0;
-    const char *end = nullptr;
-    if (KZ_UTL_ReadInputStrAsUnsignedInteger(text, &end, 0, &value) != KZ_OK) {
-        return KZ_EINVAL;
-    }
-    end = KZ_UTL_ConsumeAllSpaceChar(end);
-    // A scaled decimal64 has at most 18 fraction digits.
-    if (*end != '\0' || value == 0 || value > 18) {
-        return KZ_EINVAL;
-    }
-    static_cast<KztConsDataFraction *>(arg->entry->consData)->fracDigits = static_cast<uint8_t>(value);
-    return KZ_OK;
-}
-
-uint32_t KZT_CONS_ValidateValueNodeAgainstDataFraction(void *body, uint32_t inputKind, const void *input,
-                                                       KztValCheckCtx *chk)
-{
-    // The digits are applied by the decimal64 and range checks through the context.
-    (void)body;
-    (void)inputKind;
-    (void)input;
-    (void)chk;
-    return KZ_OK;
-}
-
 } // extern "C"
