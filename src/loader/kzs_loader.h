@@ -121,7 +121,8 @@ KZ_API ModPendNode *KZS_LOADER_FindModPendNodeByName(const ModPendTbl *tbl, cons
 KZ_API uint32_t KZS_LOADER_AddModFeatPend(ModPendNode *pendNode, const char *featureName);
 KZ_API void KZS_LOADER_DestoryAllModFeatPend(ModPendNode *pendNode);
 KZ_API uint32_t KZS_LOADER_AppendNyModImportsAsPending(KzCtx *ctx, ModPendTbl *tbl, const char *modName);
-KZ_API uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *modName, ModPendTbl *tbl);
+/* KZS_LOADER_CoupleModPendTblAndCurMod, the coupling pass after the imports,
+ * is declared with augment coupling (couple/kzs_couple.h). */
 KZ_API uint32_t KZS_LOADER_LoadModuleImportedNames(KzCtx *ctx, const char *modName);
 
 /* ---- Deviate kinds and their parsers ---- */
@@ -130,11 +131,9 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateAdd(KzMod *mod, xmlNode *elem, KzsDeviate
 KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDeviate *deviate);
 KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDeviate *deviate);
 
-/* ---- Deviation records (every interned string removed, inner arrays freed) ---- */
-KZ_API void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *deviate);
-KZ_API void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *deviation);
-/* Clears count deviations and frees the array. */
-KZ_API void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *deviations, uint16_t count);
+/* KZS_MOD_ClearDeviate, KZS_MOD_ClearDeviation and KZS_MOD_FreeDeviation are
+ * declared with the module records (schema/kzs_mod.h); they are defined with
+ * the deviation parser. */
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,260 @@
+/* The deviation statement and its deviates, recorded for deviation coupling. */
+#include <cstring>
+
+#include "loader/kzs_loader.h"
+#include "loader/kzs_stmt.h"
+#include "runtime/kz_diag.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+#include "couple/kzs_couple.h"
+#include "types/kzt_type.h"
+#include "xpath/kz_xpath.h"
+
+namespace {
+
+constexpr const char *kMsgGetValue = "Failed to get value of statement \"%s\".";
+constexpr const char *kMsgParseValue = "Failed to parse value \"%s\" of statement \"%s\".";
+constexpr const char *kMsgParseStmt = "Failed to parse \"%s\" statement \"%s\".";
+
+using DeviateParseFunc = uint32_t (*)(KzMod *, xmlNode *, KzsDeviate *);
+
+/* Indexed by deviate kind; not-supported reads no sub-statements. */
+constexpr DeviateParseFunc kDeviateParsers[] = {
+    nullptr,                        /* KZS_DEVIATE_NONE */
+    KZS_LOADER_ParseDeviateAdd,     /* KZS_DEVIATE_ADD */
+    KZS_LOADER_ParseDeviateDelete,  /* KZS_DEVIATE_DELETE */
+    nullptr,                        /* KZS_DEVIATE_NOT_SUPPORTED */
+    KZS_LOADER_ParseDeviateReplace, /* KZS_DEVIATE_REPLACE */
+};
+
+DeviateParseFunc GetDeviateParser(uint32_t kind)
+{
+    return kind < sizeof(kDeviateParsers) / sizeof(kDeviateParsers[0]) ? kDeviateParsers[kind] : nullptr;
+}
+
+SubParseElem Once(uint32_t stmt, void *dest)
+{
+    return SubParseElem {stmt, dest, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE};
+}
+
+SubParseElem Array(uint32_t stmt, void *arrayPtr, uint16_t *fillIndex, uint16_t *count, uint32_t elemSize)
+{
+    return SubParseElem {stmt, arrayPtr, fillIndex, count, elemSize, KZS_SUB_FLAG_ARRAY};
+}
+
+} /* namespace */
+
+extern "C" {
+
+KZ_API uint32_t KZS_LOADER_GetDeviateType(const char *value)
+{
+    if (value == nullptr) {
+        return KZS_DEVIATE_NONE;
+    }
+    if (std::strcmp(value, "add") == 0) {
+        return KZS_DEVIATE_ADD;
+    }
+    if (std::strcmp(value, "delete") == 0) {
+        return KZS_DEVIATE_DELETE;
+    }
+    if (std::strcmp(value, "not-supported") == 0) {
+        return KZS_DEVIATE_NOT_SUPPORTED;
+    }
+    if (std::strcmp(value, "replace") == 0) {
+        return KZS_DEVIATE_REPLACE;
+    }
+    return KZS_DEVIATE_NONE;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseDeviateAdd(KzMod *mod, xmlNode *elem, KzsDeviate *deviate)
+{
+    if (mod == nullptr || elem == nullptr || deviate == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t flags = 0; /* stored only once every sub-statement succeeded */
+    uint16_t mustSize = 0;
+    uint16_t defaultSize = 0;
+    uint16_t extInstSize = 0;
+    SubParseElem elems[] = {
+        Once(KZS_STMT_CONFIG, &flags),
+        Once(KZS_STMT_MANDATORY, &flags),
+        Once(KZS_STMT_UNITS, &deviate->units),
+        Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &mustSize, sizeof(KzsMust)),
+        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
+        Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &extInstSize,
+              sizeof(KzsExtInst)),
+    };
+    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 6);
+    if (ret == KZ_OK) {
+        deviate->flags = static_cast<uint16_t>(flags);
+    }
+    return ret;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDeviate *deviate)
+{
+    if (mod == nullptr || elem == nullptr || deviate == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t flags = 0;
+    uint16_t typeFill = 0;
+    uint16_t typeSize = 0;
+    uint16_t defaultSize = 0;
+    SubParseElem typeElem = Array(KZS_STMT_TYPE, &deviate->type, &typeFill, &typeSize, sizeof(KztRealType));
+    typeElem.flags |= KZS_SUB_FLAG_UNIQUE;
+    SubParseElem elems[] = {
+        Once(KZS_STMT_CONFIG, &flags),
+        Once(KZS_STMT_MANDATORY, &flags),
+        typeElem,
+        Once(KZS_STMT_UNITS, &deviate->units),
+        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
+    };
+    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 5);
+    if (ret == KZ_OK) {
+        deviate->flags = static_cast<uint16_t>(flags);
+    }
+    return ret;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDeviate *deviate)
+{
+    if (mod == nullptr || elem == nullptr || deviate == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint16_t mustSize = 0;
+    uint16_t defaultSize = 0;
+    uint16_t extInstSize = 0;
+    SubParseElem elems[] = {
+        Once(KZS_STMT_UNITS, &deviate->units),
+        Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &mustSize, sizeof(KzsMust)),
+        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
+        Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &extInstSize,
+              sizeof(KzsExtInst)),
+    };
+    return KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 4);
+}
+
+KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    auto *deviate = static_cast<KzsDeviate *>(dest);
+    if (mod == nullptr || elem == nullptr || deviate == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *value = KZ_XML_GetFirstPropertyValue(elem);
+    if (value == nullptr) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgGetValue, "deviate");
+        return KZ_EPARSE;
+    }
+    const uint32_t kind = KZS_LOADER_GetDeviateType(value);
+    if (kind == KZS_DEVIATE_NONE) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseValue, value, "deviate");
+        return KZ_EPARSE;
+    }
+    deviate->kind = kind;
+    DeviateParseFunc parse = GetDeviateParser(kind);
+    if (parse == nullptr) {
+        return KZ_OK; /* not-supported: its children are not read */
+    }
+    uint32_t ret = parse(mod, elem, deviate);
+    if (ret != KZ_OK) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseValue, value, "deviate");
+        KZS_MOD_ClearDeviate(&mod->ctx->dict, deviate);
+    }
+    return ret;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseDeviation(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    auto *deviation = static_cast<KzsDeviation *>(dest);
+    if (mod == nullptr || elem == nullptr || deviation == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *target = KZ_XML_GetFirstPropertyValue(elem);
+    if (target == nullptr || target[0] != '/') {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgGetValue, "deviation");
+        return KZ_EINVAL;
+    }
+    char *json = KZ_XPATH_TransformToJsonFormat(mod, target);
+    if (json == nullptr) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        return KZ_EINVAL;
+    }
+    deviation->target = KZ_DICT_Insert(&mod->ctx->dict, json);
+    KZ_MemFree(json);
+    if (deviation->target == nullptr) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        return KZ_EINVAL;
+    }
+    uint16_t deviateSize = 0;
+    SubParseElem elems[] = {
+        Array(KZS_STMT_DEVIATE, &deviation->deviates, &deviation->deviateCount, &deviateSize, sizeof(KzsDeviate)),
+    };
+    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATION, elems, 1);
+    if (ret != KZ_OK) {
+        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        KZS_MOD_ClearDeviation(&mod->ctx->dict, deviation);
+    }
+    return ret;
+}
+
+KZ_API void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *deviate)
+{
+    if (dict == nullptr || deviate == nullptr) {
+        return;
+    }
+    if (deviate->musts != nullptr) {
+        KZS_NODE_FreeMusts(dict, deviate->musts, deviate->mustCount);
+    }
+    for (uint16_t i = 0; deviate->defaults != nullptr && i < deviate->defaultCount; i++) {
+        if (deviate->defaults[i] != nullptr) {
+            KZ_DICT_Remove(dict, deviate->defaults[i]);
+        }
+    }
+    KZ_MemFree(deviate->defaults);
+    if (deviate->type != nullptr) {
+        KZT_TYPE_DestroyNytRealTypeInner(dict, deviate->type);
+        KZ_MemFree(deviate->type);
+    }
+    if (deviate->units != nullptr) {
+        KZ_DICT_Remove(dict, deviate->units);
+    }
+    if (deviate->extInsts != nullptr) {
+        KZS_EXT_FreeExtInsts(dict, deviate->extInsts, deviate->extInstCount);
+    }
+    std::memset(deviate, 0, sizeof(*deviate));
+}
+
+KZ_API void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *deviation)
+{
+    if (dict == nullptr || deviation == nullptr) {
+        return;
+    }
+    if (deviation->undo != nullptr) {
+        KZS_MOD_FreeDeviationUndo(deviation);
+    }
+    if (deviation->target != nullptr) {
+        KZ_DICT_Remove(dict, deviation->target);
+    }
+    for (uint16_t i = 0; deviation->deviates != nullptr && i < deviation->deviateCount; i++) {
+        KZS_MOD_ClearDeviate(dict, &deviation->deviates[i]);
+    }
+    KZ_MemFree(deviation->deviates);
+    std::memset(deviation, 0, sizeof(*deviation));
+}
+
+KZ_API void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *deviations, uint16_t count)
+{
+    if (deviations == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < count; i++) {
+        KZS_MOD_ClearDeviation(dict, &deviations[i]);
+    }
+    KZ_MemFree(deviations);
+}
+
+} /* extern "C" */

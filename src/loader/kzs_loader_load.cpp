@@ -1,0 +1,373 @@
+/* Reading module files, building module records from them, and registering
+ * the result in the context. */
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <libxml/parser.h>
+
+#include "couple/kzs_couple.h"
+#include "loader/kzs_loader.h"
+#include "loader/kzs_stmt.h"
+#include "runtime/kz_diag.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+#include "types/kzt_type.h"
+
+namespace {
+
+constexpr const char *kMsgNotFound = "Module \"%s\" not found from search directories.";
+constexpr const char *kMsgReadContent = "Failed to read content from the yin file.";
+constexpr const char *kMsgParseModule = "Failed to parse module \"%s\" from the yin file.";
+constexpr const char *kMsgMergeModule = "Failed to merge module \"%s\".";
+constexpr const char *kMsgUpdateTypedef = "Failed to update typedef statements.";
+constexpr const char *kMsgCoupleAugment = "Failed to couple augment statements.";
+constexpr const char *kMsgCoupleDeviation = "Failed to couple deviation statements.";
+constexpr const char *kMsgLoadModule = "Failed to load module \"%s\".";
+
+struct FileCloser {
+    void operator()(FILE *f) const { std::fclose(f); }
+};
+struct DocFreer {
+    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
+};
+struct MemFreer {
+    void operator()(void *p) const { KZ_MemFree(p); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
+
+/* Parses a whole buffer as XML without keeping blank text nodes. */
+xmlDoc *ParseXmlBuffer(const char *buf, size_t size)
+{
+    if (size > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#endif
+    xmlKeepBlanksDefault(0);
+    return xmlParseMemory(buf, static_cast<int>(size));
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+}
+
+/* A module that failed to be registered is either still in the registry (a
+ * registered module re-read) or was never in it. */
+void DiscardModule(KzCtx *ctx, KzMod *mod)
+{
+    if (mod->name != nullptr && KZ_CTX_GetModuleByModName(ctx, mod->name) == mod) {
+        KZ_CTX_DestroyModuleNode(ctx, mod);
+    } else {
+        KZS_MOD_Free(mod);
+    }
+}
+
+} /* namespace */
+
+extern "C" {
+
+KZ_API uint32_t KZS_LOADER_CheckParsedModNameMatched(const char *nameAttr, const LoadAssister *assister)
+{
+    if (nameAttr == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (assister == nullptr || assister->modName == nullptr) {
+        return KZ_OK;
+    }
+    return std::strcmp(nameAttr, assister->modName) == 0 ? KZ_OK : KZ_EINVAL;
+}
+
+KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file)
+{
+    if (file == nullptr) {
+        return nullptr;
+    }
+    if (std::fseek(file, 0, SEEK_END) != 0) {
+        return nullptr;
+    }
+    const long size = std::ftell(file);
+    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
+        return nullptr;
+    }
+    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
+    if (buf == nullptr) {
+        return nullptr;
+    }
+    const size_t got = std::fread(buf.get(), 1, static_cast<size_t>(size), file);
+    buf.get()[got] = '\0';
+    return ParseXmlBuffer(buf.get(), got);
+}
+
+KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
+{
+    if (path == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
+    if (file == nullptr) {
+        return nullptr;
+    }
+    (void)std::setvbuf(file.get(), nullptr, _IOFBF, BUFSIZ);
+    return KZS_LOADER_ReadFileContentAsDoc(file.get());
+}
+
+KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssister *assister)
+{
+    if (ctx == nullptr || root == nullptr || root->name == nullptr ||
+        std::strcmp(reinterpret_cast<const char *>(root->name), "module") != 0) {
+        return nullptr;
+    }
+    const char *nameAttr = KZ_XML_GetTargetPropertyValue(root, "name");
+    if (KZS_LOADER_CheckParsedModNameMatched(nameAttr, assister) != KZ_OK) {
+        return nullptr;
+    }
+    auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
+    if (mod == nullptr) {
+        return nullptr;
+    }
+    std::memset(mod, 0, sizeof(*mod));
+    mod->ctx = ctx;
+    mod->name = KZ_DICT_Insert(&ctx->dict, nameAttr);
+    if (mod->name == nullptr) {
+        KZ_MemFree(mod);
+        return nullptr;
+    }
+    if (KZS_LOADER_ParseModuleContent(mod, root, assister) != KZ_OK) {
+        KZS_MOD_Free(mod);
+        return nullptr;
+    }
+    return mod;
+}
+
+KZ_API KzMod *KZS_LOADER_ParseYinContent(KzCtx *ctx, xmlDoc *doc, LoadAssister *assister)
+{
+    if (ctx == nullptr || doc == nullptr) {
+        return nullptr;
+    }
+    return KZS_LOADER_ParseYinDocToNyMod(ctx, xmlDocGetRootElement(doc), assister);
+}
+
+KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const char *name,
+                                             LoadAssister *assister)
+{
+    if (ctx == nullptr || path == nullptr) {
+        return nullptr;
+    }
+    DocPtr doc(KZS_LOADER_ReadYinFileToXmlDoc(path));
+    if (doc == nullptr) {
+        KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+        return nullptr;
+    }
+    return KZS_LOADER_ParseYinContent(ctx, doc.get(), assister);
+}
+
+KZ_API uint32_t KZS_LOADER_LoadModuleByPath(KzCtx *ctx, const char *path, const char *name,
+                                            LoadAssister *assister, KzMod **buildingInOut)
+{
+    if (ctx == nullptr || path == nullptr || name == nullptr || buildingInOut == nullptr) {
+        return KZ_EINVAL;
+    }
+    KZ_CTX_SetCurYinFile(ctx, path);
+    KzMod *mod = KZS_LOADER_ReadFilePathToNyMod(ctx, path, name, assister);
+    if (mod == nullptr) {
+        KZ_CTX_AddModError(ctx, name, kMsgParseModule, name);
+        KZ_CTX_ClearCurYinFile(ctx);
+        return KZ_EINVAL;
+    }
+    if (*buildingInOut != nullptr) {
+        uint32_t ret = KZS_MOD_MergeTwoModuleInSameCtx(*buildingInOut, mod);
+        KZS_MOD_Free(mod);
+        if (ret != KZ_OK) {
+            KZ_CTX_AddModError(ctx, name, kMsgMergeModule, name);
+            KZ_CTX_ClearCurYinFile(ctx);
+            return ret;
+        }
+    } else {
+        *buildingInOut = mod;
+    }
+    KZ_CTX_ClearCurYinFile(ctx);
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_FindSuffixInModMrgSource(const KzMod *mod, const char *suffix)
+{
+    if (mod == nullptr || suffix == nullptr) {
+        return 0;
+    }
+    for (uint16_t i = 0; i < mod->mrgSrcCount; i++) {
+        if (mod->mrgSrcs[i] != nullptr && std::strcmp(mod->mrgSrcs[i], suffix) == 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+KZ_API uint32_t KZS_LOADER_AddSuffixToModMrgSource(KzMod *mod, const char *suffix)
+{
+    if (mod == nullptr || mod->ctx == nullptr || suffix == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (mod->mrgSrcCount == UINT16_MAX) {
+        return KZ_EINVAL;
+    }
+    const char *interned = KZ_DICT_Insert(&mod->ctx->dict, suffix);
+    if (interned == nullptr) {
+        return KZ_ENOMEM;
+    }
+    void *arr = static_cast<void *>(mod->mrgSrcs);
+    uint32_t ret = KZ_UTL_ExpandArray(&arr, mod->mrgSrcCount, 1, sizeof(const char *));
+    if (ret != KZ_OK) {
+        KZ_DICT_Remove(&mod->ctx->dict, interned);
+        return ret;
+    }
+    mod->mrgSrcs = static_cast<const char **>(arr);
+    mod->mrgSrcs[mod->mrgSrcCount] = interned;
+    mod->mrgSrcCount++;
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_SaveSuccLoadingSuffix(KzMod *mod, const LoadAssister *assister)
+{
+    if (mod == nullptr || assister == nullptr) {
+        return KZ_EINVAL;
+    }
+    /* Only the sources actually read count as merged: a source left over by
+     * the per-load file limit is read by a later load. */
+    for (uint16_t i = 0; i < assister->suffixCount; i++) {
+        const LoadSuffix *entry = &assister->suffixes[i];
+        if (entry->processed == 0 || entry->suffix[0] == '\0' ||
+            KZS_LOADER_FindSuffixInModMrgSource(mod, entry->suffix) != 0) {
+            continue;
+        }
+        uint32_t ret = KZS_LOADER_AddSuffixToModMrgSource(mod, entry->suffix);
+        if (ret != KZ_OK) {
+            return ret;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_AppendModuleToCtx(KzCtx *ctx, KzMod *mod, LoadAssister *assister)
+{
+    if (ctx == nullptr || mod == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (KZ_CTX_GetModuleByModName(ctx, mod->name) == nullptr) {
+        uint32_t ret = KZ_CTX_AddModuleNode(ctx, mod);
+        if (ret != KZ_OK) {
+            return ret;
+        }
+    }
+    for (uint16_t i = 0; i < mod->typedefCount; i++) {
+        if (KZT_TYPE_UpdateRealTypeDerivedFrom(&mod->typedefs[i].realType, mod) != KZ_OK) {
+            KZ_CTX_AddModError(ctx, mod->name, "%s", kMsgUpdateTypedef);
+            break;
+        }
+    }
+    if (KZS_LOADER_CoupleAugmentAndGenRelation(ctx, mod) != KZ_OK) {
+        KZ_CTX_AddModError(ctx, mod->name, "%s", kMsgCoupleAugment);
+    }
+    if (KZS_MOD_CoupleDeviationFromDepMods(ctx, nullptr, mod->name, nullptr) != KZ_OK) {
+        KZ_CTX_AddModError(ctx, mod->name, "%s", kMsgCoupleDeviation);
+    }
+    if (assister != nullptr) {
+        (void)KZS_LOADER_SaveSuccLoadingSuffix(mod, assister);
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_LoadModuleByModName(KzCtx *ctx, const char *name)
+{
+    if (ctx == nullptr || name == nullptr) {
+        return KZ_EINVAL;
+    }
+    PathCollection *coll = KZS_LOADER_CollectFilePathMatchedInAllDir(ctx, name);
+    KzMod *existing = KZ_CTX_GetModuleByModName(ctx, name);
+    if (existing == nullptr) {
+        KZ_CTX_DeleteErrNodeByModName(ctx->errMng, name); /* a fresh load starts clean */
+    }
+    if (coll == nullptr) {
+        KZ_CTX_AddModWarning(ctx, name, kMsgNotFound, name);
+        return KZ_ENOENT;
+    }
+    LoadAssister assister {};
+    assister.modName = name;
+    uint32_t needLoad = 1;
+    uint32_t ret = KZS_LOADER_PreFillLoadAssisterFromExisting(existing, coll, &assister, &needLoad);
+    if (ret != KZ_OK || needLoad == 0) {
+        KZS_LOADER_ClearLoadAssister(&assister);
+        KZS_LOADER_DestroyPathCollection(coll);
+        return ret;
+    }
+    coll->maxToProcess = KZS_LOADER_MAX_FILES;
+    KzMod *building = existing;
+    for (PathObj *obj = KZS_LOADER_GetNextPathObjToProc(coll, &assister); obj != nullptr;
+         obj = KZS_LOADER_GetNextPathObjToProc(coll, &assister)) {
+        ret = KZS_LOADER_LoadModuleByPath(ctx, obj->path, name, &assister, &building);
+        if (ret != KZ_OK) {
+            break;
+        }
+        KZS_LOADER_ResetCurrentLoadingSuffix(&assister, 1);
+    }
+    /* What was merged before a failing file stays loaded. */
+    if (building != nullptr) {
+        ret = KZS_LOADER_AppendModuleToCtx(ctx, building, &assister);
+        if (ret != KZ_OK) {
+            DiscardModule(ctx, building);
+        }
+    }
+    KZS_LOADER_ClearLoadAssister(&assister);
+    KZS_LOADER_DestroyPathCollection(coll);
+    return ret;
+}
+
+KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName)
+{
+    if (ctx == nullptr || moduleName == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
+    if (ret != KZ_OK) {
+        if (KZ_CTX_GetErrNodeByModName(ctx, moduleName) == nullptr) {
+            KZ_CTX_AddModError(ctx, moduleName, kMsgLoadModule, moduleName);
+        }
+        return ret;
+    }
+    if ((ctx->flags & KZ_CTX_OPT_LOAD_IMPORTS) != 0) {
+        return KZS_LOADER_LoadModuleImportedNames(ctx, moduleName);
+    }
+    KZ_CTX_NotifyModuleChange(ctx, moduleName, 0, nullptr);
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
+{
+    if (ctx == nullptr || yinText == nullptr) {
+        return KZ_EINVAL;
+    }
+    DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText)));
+    if (doc == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzMod *mod = KZS_LOADER_ParseYinContent(ctx, doc.get(), nullptr);
+    doc.reset();
+    if (mod == nullptr) {
+        return KZ_ERR;
+    }
+    if (KZ_CTX_GetModuleByModName(ctx, mod->name) != nullptr) {
+        KZS_MOD_Free(mod); /* the module already loaded stays */
+        return KZ_OK;
+    }
+    uint32_t ret = KZS_LOADER_AppendModuleToCtx(ctx, mod, nullptr);
+    if (ret != KZ_OK) {
+        DiscardModule(ctx, mod);
+        return ret;
+    }
+    KZ_CTX_NotifyModuleChange(ctx, mod->name, 0, nullptr);
+    return KZ_OK;
+}
+
+} /* extern "C" */

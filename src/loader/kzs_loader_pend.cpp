@@ -1,0 +1,200 @@
+/* The table of modules waiting to be loaded while the imports of a module
+ * are loaded breadth-first. */
+#include <cstring>
+
+#include "couple/kzs_couple.h"
+#include "loader/kzs_loader.h"
+#include "runtime/kz_mem.h"
+
+namespace {
+
+bool CopyPendName(char (&dst)[KZS_LOADER_PEND_NAME_MAX], const char *name)
+{
+    const size_t len = std::strlen(name);
+    if (len >= KZS_LOADER_PEND_NAME_MAX) {
+        return false;
+    }
+    std::memcpy(dst, name, len + 1);
+    return true;
+}
+
+} /* namespace */
+
+extern "C" {
+
+KZ_API void KZS_LOADER_InitModPendTbl(ModPendTbl *tbl)
+{
+    if (tbl != nullptr) {
+        tbl->first = nullptr;
+        tbl->count = 0;
+    }
+}
+
+KZ_API void KZS_LOADER_DeInitModPendTbl(ModPendTbl *tbl)
+{
+    if (tbl == nullptr) {
+        return;
+    }
+    while (tbl->first != nullptr) {
+        KZS_LOADER_RemoveModPendNode(tbl, tbl->first);
+    }
+}
+
+KZ_API ModPendNode *KZS_LOADER_AddModPendNode(ModPendTbl *tbl, const char *name)
+{
+    if (tbl == nullptr || name == nullptr) {
+        return nullptr;
+    }
+    auto *node = static_cast<ModPendNode *>(KZ_MemMalloc(sizeof(ModPendNode)));
+    if (node == nullptr) {
+        return nullptr;
+    }
+    std::memset(node, 0, sizeof(*node));
+    if (!CopyPendName(node->moduleName, name)) {
+        KZ_MemFree(node);
+        return nullptr;
+    }
+    if (tbl->first == nullptr) {
+        node->next = node;
+        node->prev = node;
+        tbl->first = node;
+    } else {
+        ModPendNode *last = tbl->first->prev;
+        node->prev = last;
+        node->next = tbl->first;
+        last->next = node;
+        tbl->first->prev = node;
+    }
+    tbl->count++;
+    return node;
+}
+
+KZ_API void KZS_LOADER_RemoveModPendNode(ModPendTbl *tbl, ModPendNode *node)
+{
+    if (tbl == nullptr || node == nullptr || tbl->first == nullptr) {
+        return;
+    }
+    if (node->next == node) {
+        tbl->first = nullptr;
+    } else {
+        node->prev->next = node->next;
+        node->next->prev = node->prev;
+        if (tbl->first == node) {
+            tbl->first = node->next;
+        }
+    }
+    tbl->count--;
+    KZS_LOADER_DestoryAllModFeatPend(node);
+    KZ_MemFree(node);
+}
+
+KZ_API ModPendNode *KZS_LOADER_FindModPendNodeByName(const ModPendTbl *tbl, const char *name)
+{
+    if (tbl == nullptr || name == nullptr || tbl->first == nullptr) {
+        return nullptr;
+    }
+    ModPendNode *node = tbl->first;
+    do {
+        if (std::strcmp(node->moduleName, name) == 0) {
+            return node;
+        }
+        node = node->next;
+    } while (node != tbl->first);
+    return nullptr;
+}
+
+KZ_API uint32_t KZS_LOADER_AddModFeatPend(ModPendNode *pendNode, const char *featureName)
+{
+    if (pendNode == nullptr || featureName == nullptr) {
+        return KZ_EINVAL;
+    }
+    auto *feat = static_cast<ModFeatPend *>(KZ_MemMalloc(sizeof(ModFeatPend)));
+    if (feat == nullptr) {
+        return KZ_ENOMEM;
+    }
+    std::memset(feat, 0, sizeof(*feat));
+    if (!CopyPendName(feat->featureName, featureName)) {
+        KZ_MemFree(feat);
+        return KZ_EINVAL;
+    }
+    if (pendNode->feats == nullptr) {
+        feat->next = feat;
+        feat->prev = feat;
+        pendNode->feats = feat;
+    } else {
+        ModFeatPend *last = pendNode->feats->prev;
+        feat->prev = last;
+        feat->next = pendNode->feats;
+        last->next = feat;
+        pendNode->feats->prev = feat;
+    }
+    return KZ_OK;
+}
+
+KZ_API void KZS_LOADER_DestoryAllModFeatPend(ModPendNode *pendNode)
+{
+    if (pendNode == nullptr || pendNode->feats == nullptr) {
+        return;
+    }
+    ModFeatPend *feat = pendNode->feats;
+    feat->prev->next = nullptr; /* open the ring */
+    while (feat != nullptr) {
+        ModFeatPend *next = feat->next;
+        KZ_MemFree(feat);
+        feat = next;
+    }
+    pendNode->feats = nullptr;
+}
+
+KZ_API uint32_t KZS_LOADER_AppendNyModImportsAsPending(KzCtx *ctx, ModPendTbl *tbl, const char *modName)
+{
+    if (ctx == nullptr || tbl == nullptr || modName == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, modName);
+    if (mod == nullptr) {
+        return KZ_ENOENT;
+    }
+    for (uint16_t i = 0; i < mod->importCount; i++) {
+        const char *imported = mod->imports[i].modName;
+        if (imported == nullptr || KZ_CTX_GetModuleByModName(ctx, imported) != nullptr ||
+            KZS_LOADER_FindModPendNodeByName(tbl, imported) != nullptr) {
+            continue;
+        }
+        if (KZS_LOADER_AddModPendNode(tbl, imported) == nullptr) {
+            return KZ_ENOMEM;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_LoadModuleImportedNames(KzCtx *ctx, const char *modName)
+{
+    if (ctx == nullptr || modName == nullptr) {
+        return KZ_EINVAL;
+    }
+    const bool ignoreFailures = (ctx->flags & KZ_CTX_OPT_IGNORE_IMPORT_ERR) != 0;
+    ModPendTbl tbl;
+    KZS_LOADER_InitModPendTbl(&tbl);
+    uint32_t result = KZS_LOADER_AppendNyModImportsAsPending(ctx, &tbl, modName);
+    if (result == KZ_OK && tbl.first != nullptr) {
+        /* The ring grows at its tail while it is walked: breadth-first order. */
+        ModPendNode *node = tbl.first;
+        do {
+            uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, node->moduleName);
+            if (ret == KZ_OK) {
+                ret = KZS_LOADER_AppendNyModImportsAsPending(ctx, &tbl, node->moduleName);
+            }
+            if (ret != KZ_OK && !ignoreFailures) {
+                result = ret;
+                break;
+            }
+            node = node->next;
+        } while (node != tbl.first);
+    }
+    (void)KZS_LOADER_CoupleModPendTblAndCurMod(ctx, modName, &tbl);
+    KZS_LOADER_DeInitModPendTbl(&tbl);
+    return result;
+}
+
+} /* extern "C" */
