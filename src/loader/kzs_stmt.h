@@ -246,6 +246,12 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
 KZ_API uint32_t KZS_LOADER_ParseIfFeature(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 /* Returns a new string (KZ_MemFree) with import prefixes inside literals replaced by module names. */
 KZ_API char *KZS_LOADER_TransPrefix2ModNameInLiteral(KzMod *mod, const char *cond);
+/* Appends len characters to out (outSize bytes, *used filled); 22 when the result would not fit. */
+KZ_API uint32_t KZS_LOADER_CopyTokenIntoOutCondition(char *out, size_t outSize, size_t *used, const char *text,
+                                                     size_t len);
+/* Appends a literal token, its prefix replaced by the module name when the prefix is known. */
+KZ_API uint32_t KZS_LOADER_AddModuleNameIntoCondition(KzMod *mod, char *out, size_t outSize, size_t *used,
+                                                      const char *literal, size_t len);
 
 /* ---- Global definition statements ---- */
 KZ_API uint32_t KZS_LOADER_ParseExtension(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);

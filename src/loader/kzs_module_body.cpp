@@ -1,0 +1,559 @@
+/* Module and submodule bodies: header statements, imports and includes
+ * (submodules are loaded into the including module's record), body arrays,
+ * revision with semantic version, and organization. */
+#include <cstring>
+
+#include "loader/kzs_loader.h"
+#include "loader/kzs_stmt_util.h"
+#include "runtime/kz_diag.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+
+using kzs::ElemArg;
+using kzs::ElemMark;
+using kzs::Keyword;
+using kzs::ModDict;
+
+namespace {
+
+constexpr const char *kSemVerNamespace = "urn:ietf:params:xml:ns:yang:ietf-yang-semver";
+constexpr size_t kSemVerMaxLen = 32;
+
+/* Index of each body array in the six counters. */
+enum BodyArray : unsigned { kExt = 0, kFeat, kIdent, kTypedef, kDev, kExtInst, kBodyArrayCount };
+
+int BodyArrayIndex(uint32_t stmt)
+{
+    switch (stmt) {
+    case KZS_STMT_EXTENSION:
+        return kExt;
+    case KZS_STMT_FEATURE:
+        return kFeat;
+    case KZS_STMT_IDENTITY:
+        return kIdent;
+    case KZS_STMT_TYPEDEF:
+        return kTypedef;
+    case KZS_STMT_DEVIATION:
+        return kDev;
+    case KZS_STMT_EXTENSION_INSTANCE:
+        return kExtInst;
+    default:
+        return -1;
+    }
+}
+
+SubParseElem ArrayElem(uint32_t stmt, void *arrayPtr, uint16_t *recordCount, uint16_t *total, uint32_t size)
+{
+    return SubParseElem{stmt, arrayPtr, recordCount, total, size, KZS_SUB_FLAG_ARRAY};
+}
+
+SubParseElem NodeElem(uint32_t stmt)
+{
+    return SubParseElem{stmt, nullptr, nullptr, nullptr, 0, 0};
+}
+
+xmlNode *FirstChildNamed(xmlNode *elem, const char *localName)
+{
+    for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE && child->name != nullptr &&
+            std::strcmp(reinterpret_cast<const char *>(child->name), localName) == 0) {
+            return child;
+        }
+    }
+    return nullptr;
+}
+
+/* Frees a libxml2 document when the scope ends. */
+struct DocGuard {
+    xmlDoc *doc;
+    ~DocGuard()
+    {
+        if (doc != nullptr) {
+            xmlFreeDoc(doc);
+        }
+    }
+};
+
+struct PathCollectionGuard {
+    PathCollection *coll;
+    ~PathCollectionGuard()
+    {
+        if (coll != nullptr) {
+            KZS_LOADER_DestroyPathCollection(coll);
+        }
+    }
+};
+
+bool AssisterHasSuffix(const LoadAssister *assister, const char *suffix)
+{
+    for (uint16_t i = 0; i < assister->suffixCount; i++) {
+        if (std::strcmp(assister->suffixes[i].suffix, suffix) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} /* namespace */
+
+extern "C" {
+
+/* ---- Header ---- */
+
+KZ_API uint32_t KZS_LOADER_MapModuleHeadStmtToBit(uint32_t stmt)
+{
+    switch (stmt) {
+    case KZS_STMT_YANG_VERSION:
+        return 1;
+    case KZS_STMT_NAMESPACE:
+        return 2;
+    case KZS_STMT_PREFIX:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+KZ_API uint32_t KZS_LOADER_ParseYangVersion(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    if (mod == nullptr || elem == nullptr || dest == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *value = ElemArg(elem);
+    if (value == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_YANG_VERSION));
+        return KZ_EINVAL;
+    }
+    uint32_t *version = static_cast<uint32_t *>(dest);
+    if (std::strcmp(value, "1") == 0) {
+        *version = 0;
+        return KZ_OK;
+    }
+    if (std::strcmp(value, "1.1") == 0) {
+        *version = 1;
+        return KZ_OK;
+    }
+    KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_VALUE, value, Keyword(KZS_STMT_YANG_VERSION));
+    return KZ_EPARSE; /* deliberately not 22 */
+}
+
+KZ_API uint32_t KZS_LOADER_ParseNamespace(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    if (mod == nullptr || elem == nullptr || dest == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *value = ElemArg(elem);
+    if (value == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_NAMESPACE));
+        return KZ_EINVAL;
+    }
+    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
+    if (interned == nullptr) {
+        return KZ_ENOMEM;
+    }
+    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseModuleHeadStmts(KzMod *mod, xmlNode *moduleElem)
+{
+    if (mod == nullptr || moduleElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t seen = 0;
+    for (xmlNode *child = moduleElem->children; child != nullptr && seen != 7; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        const uint32_t stmt = ElemMark(child);
+        const uint32_t bit = KZS_LOADER_MapModuleHeadStmtToBit(stmt);
+        if (bit == 0) {
+            continue;
+        }
+        if ((seen & bit) != 0) {
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_REPEATED, Keyword(stmt), Keyword(KZS_STMT_MODULE));
+            return KZ_ERR;
+        }
+        uint32_t ret;
+        if (stmt == KZS_STMT_YANG_VERSION) {
+            ret = KZS_LOADER_ParseYangVersion(mod, child, KZS_STMT_MODULE, &mod->yangVersion);
+        } else if (stmt == KZS_STMT_NAMESPACE) {
+            ret = KZS_LOADER_ParseNamespace(mod, child, KZS_STMT_MODULE, &mod->ns);
+        } else {
+            ret = KZS_LOADER_ParsePrefix(mod, child, KZS_STMT_MODULE, &mod->prefix);
+        }
+        if (ret != KZ_OK) {
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_STMT, Keyword(stmt));
+            return ret;
+        }
+        seen |= bit;
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseSemVersion(KzMod *mod, xmlNode *revisionElem)
+{
+    if (mod == nullptr || revisionElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (mod->semVer != nullptr) {
+        return KZ_OK;
+    }
+    xmlNode *version = nullptr;
+    for (xmlNode *child = revisionElem->children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE && child->name != nullptr && child->ns != nullptr &&
+            child->ns->href != nullptr && std::strcmp(reinterpret_cast<const char *>(child->name), "version") == 0 &&
+            std::strcmp(reinterpret_cast<const char *>(child->ns->href), kSemVerNamespace) == 0) {
+            version = child;
+            break;
+        }
+    }
+    if (version == nullptr) {
+        return KZ_OK;
+    }
+    const char *value = ElemArg(version);
+    if (value == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, "semantic version");
+        return KZ_EINVAL;
+    }
+    char buf[kSemVerMaxLen + 1] = {0};
+    const size_t len = strnlen(value, kSemVerMaxLen);
+    std::memcpy(buf, value, len);
+    const char *interned = KZ_DICT_Insert(ModDict(mod), buf);
+    if (interned == nullptr) {
+        return KZ_ENOMEM;
+    }
+    mod->semVer = interned;
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseRevision(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    if (mod == nullptr || elem == nullptr || dest == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char **revision = static_cast<const char **>(dest);
+    if (*revision != nullptr) {
+        return KZ_OK; /* only the first revision counts */
+    }
+    const char *value = ElemArg(elem);
+    if (value == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_REVISION));
+        return KZ_EINVAL;
+    }
+    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
+    if (interned == nullptr) {
+        return KZ_ENOMEM;
+    }
+    *revision = interned;
+    return KZS_LOADER_ParseSemVersion(mod, elem);
+}
+
+KZ_API uint32_t KZS_LOADER_ParseOrganization(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
+{
+    (void)parentStmt;
+    if (mod == nullptr || elem == nullptr || dest == nullptr) {
+        return KZ_EINVAL;
+    }
+    SubParseElem text = {KZS_STMT_TEXT, dest, nullptr, nullptr, 0, 0};
+    return KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_ORGANIZATION, &text, 1);
+}
+
+/* ---- Linkage ---- */
+
+KZ_API uint32_t KZS_LOADER_ParseImport(KzMod *mod, xmlNode *importElem)
+{
+    if (mod == nullptr || importElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *name = ElemArg(importElem);
+    if (name == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_IMPORT));
+        return KZ_EINVAL;
+    }
+    const char *prefix = nullptr;
+    xmlNode *prefixElem = FirstChildNamed(importElem, "prefix");
+    if (prefixElem != nullptr) {
+        prefix = ElemArg(prefixElem);
+        if (prefix == nullptr) {
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_PREFIX));
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_VALUE, name, Keyword(KZS_STMT_IMPORT));
+            return KZ_EINVAL;
+        }
+    }
+    const KzsImport *existing = KZS_MOD_FindImportByPrefix(mod, prefix);
+    if (existing != nullptr && existing->modName != nullptr && std::strcmp(existing->modName, name) == 0) {
+        return KZ_OK; /* the same import again */
+    }
+    return KZS_MOD_AppendOneImport(mod, name, prefix);
+}
+
+KZ_API uint32_t KZS_LOADER_ParseInclude(KzMod *mod, xmlNode *includeElem, LoadAssister *assister)
+{
+    if (mod == nullptr || includeElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *name = ElemArg(includeElem);
+    if (name == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_INCLUDE));
+        return KZ_EINVAL;
+    }
+    if (KZS_MOD_FindIncludeBySubName(mod, name) != nullptr) {
+        return KZ_OK;
+    }
+    /* Recorded before loading, so that an include cycle ends here. */
+    uint32_t ret = KZS_MOD_AppendOneInclude(mod, name);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    ret = KZS_LOADER_LoadSubModule(mod->ctx, mod, name, assister);
+    if (ret != KZ_OK) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_LOAD_SUBMODULE, name);
+    }
+    return ret;
+}
+
+KZ_API uint32_t KZS_LOADER_ParseLinkageStmts(KzMod *mod, xmlNode *elem, LoadAssister *assister)
+{
+    if (mod == nullptr || elem == nullptr) {
+        return KZ_EINVAL;
+    }
+    for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        const uint32_t stmt = ElemMark(child);
+        uint32_t ret;
+        if (stmt == KZS_STMT_INCLUDE) {
+            ret = KZS_LOADER_ParseInclude(mod, child, assister);
+        } else if (stmt == KZS_STMT_IMPORT) {
+            ret = KZS_LOADER_ParseImport(mod, child);
+        } else {
+            continue;
+        }
+        if (ret != KZ_OK) {
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_STMT, Keyword(stmt));
+            return ret;
+        }
+    }
+    return KZ_OK;
+}
+
+/* ---- Body arrays ---- */
+
+KZ_API uint32_t KZS_LOADER_CounterBodyStmt(KzMod *mod, xmlNode *elem, uint16_t counts[6])
+{
+    if (mod == nullptr || elem == nullptr || counts == nullptr) {
+        return KZ_EINVAL;
+    }
+    for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        const int index = BodyArrayIndex(ElemMark(child));
+        if (index < 0) {
+            continue;
+        }
+        if (index == kExtInst && KZS_LOADER_IsExtInstNeedParse(mod, child) == 0) {
+            kzs::ClearElemMark(child); /* never parsed */
+            continue;
+        }
+        if (counts[index] == UINT16_MAX) {
+            return KZ_EINVAL;
+        }
+        counts[index]++;
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_ExpandBodyStmtArray(KzMod *mod, uint16_t counts[6])
+{
+    if (mod == nullptr || counts == nullptr) {
+        return KZ_EINVAL;
+    }
+    struct Target {
+        void **array;
+        uint16_t current;
+        uint32_t size;
+    };
+    const Target targets[kBodyArrayCount] = {
+        {reinterpret_cast<void **>(&mod->extensions), mod->extensionCount, sizeof(KzsExtension)},
+        {reinterpret_cast<void **>(&mod->features), mod->featureCount, sizeof(KzsFeature)},
+        {reinterpret_cast<void **>(&mod->identities), mod->identityCount, sizeof(KzsIdentity)},
+        {reinterpret_cast<void **>(&mod->typedefs), mod->typedefCount, sizeof(KzsTypedef)},
+        {reinterpret_cast<void **>(&mod->deviations), mod->deviationCount, sizeof(KzsDeviation)},
+        {reinterpret_cast<void **>(&mod->extInsts), mod->extInstCount, sizeof(KzsExtInst)},
+    };
+    for (unsigned i = 0; i < kBodyArrayCount; i++) {
+        const Target &t = targets[i];
+        uint32_t ret = KZ_EINVAL;
+        if (static_cast<uint32_t>(t.current) + counts[i] <= UINT16_MAX) {
+            ret = KZ_UTL_ExpandArray(t.array, t.current, counts[i], t.size);
+        }
+        if (ret != KZ_OK) {
+            if (i == kDev) {
+                /* Deliberately not a failure; the caller leaves the deviations unparsed. */
+                counts[i] = t.current;
+                continue;
+            }
+            return ret;
+        }
+        counts[i] = static_cast<uint16_t>(t.current + counts[i]);
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_CounterAndExpandBodyStmtArray(KzMod *mod, xmlNode *elem, uint16_t counts[6])
+{
+    if (counts == nullptr) {
+        return KZ_EINVAL;
+    }
+    std::memset(counts, 0, sizeof(uint16_t) * kBodyArrayCount);
+    uint32_t ret = KZS_LOADER_CounterBodyStmt(mod, elem, counts);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    const bool newDeviations = counts[kDev] != 0;
+    ret = KZS_LOADER_ExpandBodyStmtArray(mod, counts);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    if (newDeviations && counts[kDev] == mod->deviationCount) {
+        /* The deviation array could not grow: its statements are passed over. */
+        for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
+            if (child->type == XML_ELEMENT_NODE && ElemMark(child) == KZS_STMT_DEVIATION) {
+                kzs::ClearElemMark(child);
+            }
+        }
+    }
+    return KZ_OK;
+}
+
+/* ---- Bodies ---- */
+
+KZ_API uint32_t KZS_LOADER_ParseModuleContent(KzMod *mod, xmlNode *moduleElem, LoadAssister *assister)
+{
+    if (mod == nullptr || mod->ctx == nullptr || moduleElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    KZS_LOADER_MarkSubNode(moduleElem);
+    uint32_t ret = KZS_LOADER_ParseModuleHeadStmts(mod, moduleElem);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    ret = KZS_LOADER_ParseLinkageStmts(mod, moduleElem, assister);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    uint16_t counts[kBodyArrayCount];
+    ret = KZS_LOADER_CounterAndExpandBodyStmtArray(mod, moduleElem, counts);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    SubParseElem elems[] = {
+        {KZS_STMT_REVISION, &mod->revision, nullptr, nullptr, 0, 0},
+        {KZS_STMT_DESCRIPTION, &mod->description, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
+        ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt], sizeof(KzsExtension)),
+        ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
+        ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
+        ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
+        NodeElem(KZS_STMT_CONTAINER),
+        NodeElem(KZS_STMT_LEAF),
+        NodeElem(KZS_STMT_LEAF_LIST),
+        NodeElem(KZS_STMT_LIST),
+        NodeElem(KZS_STMT_CHOICE),
+        NodeElem(KZS_STMT_ANYDATA),
+        NodeElem(KZS_STMT_ANYXML),
+        NodeElem(KZS_STMT_AUGMENT),
+        NodeElem(KZS_STMT_RPC),
+        NodeElem(KZS_STMT_NOTIFICATION),
+        ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
+        ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
+                  sizeof(KzsExtInst)),
+        {KZS_STMT_ORGANIZATION, &mod->organization, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
+    };
+    return KZS_LOADER_ParseSubStatementsInner(mod, moduleElem, KZS_STMT_MODULE, elems,
+                                              sizeof(elems) / sizeof(elems[0]));
+}
+
+KZ_API uint32_t KZS_LOADER_ParseSubmoduleContent(KzMod *mod, xmlNode *submoduleElem, LoadAssister *assister)
+{
+    if (mod == nullptr || mod->ctx == nullptr || submoduleElem == nullptr) {
+        return KZ_EINVAL;
+    }
+    KZS_LOADER_MarkSubNode(submoduleElem);
+    uint32_t ret = KZS_LOADER_ParseLinkageStmts(mod, submoduleElem, assister);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    uint16_t counts[kBodyArrayCount];
+    ret = KZS_LOADER_CounterAndExpandBodyStmtArray(mod, submoduleElem, counts);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    SubParseElem elems[] = {
+        ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt], sizeof(KzsExtension)),
+        ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
+        ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
+        ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
+        NodeElem(KZS_STMT_CONTAINER),
+        NodeElem(KZS_STMT_LEAF),
+        NodeElem(KZS_STMT_LEAF_LIST),
+        NodeElem(KZS_STMT_LIST),
+        NodeElem(KZS_STMT_CHOICE),
+        NodeElem(KZS_STMT_ANYDATA),
+        NodeElem(KZS_STMT_ANYXML),
+        NodeElem(KZS_STMT_USES),
+        NodeElem(KZS_STMT_AUGMENT),
+        NodeElem(KZS_STMT_RPC),
+        NodeElem(KZS_STMT_NOTIFICATION),
+        ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
+        ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
+                  sizeof(KzsExtInst)),
+    };
+    return KZS_LOADER_ParseSubStatementsInner(mod, submoduleElem, KZS_STMT_SUBMODULE, elems,
+                                              sizeof(elems) / sizeof(elems[0]));
+}
+
+KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *submoduleName, LoadAssister *assister)
+{
+    if (ctx == nullptr || mod == nullptr || submoduleName == nullptr) {
+        return KZ_EINVAL;
+    }
+    LoadAssister local{};
+    LoadAssister *use = assister != nullptr ? assister : &local;
+    PathCollectionGuard coll{KZS_LOADER_CollectFilePathMatchedInAllDir(ctx, submoduleName)};
+    if (coll.coll == nullptr) {
+        return KZ_ENOENT;
+    }
+    uint32_t ret = KZ_OK;
+    for (uint16_t i = 0; i < coll.coll->count && ret == KZ_OK; i++) {
+        const char *suffix = coll.coll->objs[i].suffix;
+        if (suffix[0] != '\0' && !AssisterHasSuffix(use, suffix)) {
+            ret = KZS_LOADER_AppendOneSuffixToAssister(use, suffix, 0);
+        }
+    }
+    const PathObj *path = ret == KZ_OK ? KZS_LOADER_GetNextPathObjToProc(coll.coll, use) : nullptr;
+    if (ret == KZ_OK && path == nullptr) {
+        ret = KZ_ENOENT;
+    }
+    if (ret == KZ_OK) {
+        DocGuard doc{KZS_LOADER_ReadYinFileToXmlDoc(path->path)};
+        xmlNode *root = doc.doc != nullptr ? xmlDocGetRootElement(doc.doc) : nullptr;
+        if (root == nullptr || root->name == nullptr ||
+            std::strcmp(reinterpret_cast<const char *>(root->name), "submodule") != 0) {
+            ret = KZ_EINVAL;
+        } else {
+            ret = KZS_LOADER_ParseSubmoduleContent(mod, root, use);
+        }
+    }
+    if (use == &local) {
+        KZS_LOADER_ClearLoadAssister(&local);
+    }
+    return ret;
+}
+
+} /* extern "C" */

@@ -1,0 +1,79 @@
+/* Internal helpers shared by the statement parsers: element marks, message
+ * texts and access to the module's context. Nothing here is exported. */
+#ifndef KZS_STMT_UTIL_H
+#define KZS_STMT_UTIL_H
+
+#include <cstdint>
+
+#include <libxml/tree.h>
+
+#include "loader/kzs_stmt.h"
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_diag.h"
+#include "runtime/kz_dict.h"
+#include "runtime/kz_xml.h"
+#include "schema/kzs_mod.h"
+
+/* Message texts recorded against the module being loaded. */
+#define KZS_MSG_GET_VALUE "Failed to get value of statement \"%s\"."
+#define KZS_MSG_PARSE_VALUE "Failed to parse value \"%s\" of statement \"%s\"."
+#define KZS_MSG_REPEATED "Statement \"%s\" under statement \"%s\" has repeated."
+#define KZS_MSG_PARSE_UNDER "Failed to parse statement \"%s\" under statement \"%s\"."
+#define KZS_MSG_PARSE_STMT "Failed to parse statement \"%s\"."
+#define KZS_MSG_PARSE_NODE "Failed to parse \"%s\" statement \"%s\"."
+#define KZS_MSG_PARSE_XPATH "Failed to parse xpath \"%s\"."
+#define KZS_MSG_FIND_PREFIX "Failed to find module by prefix \"%s\"."
+#define KZS_MSG_TRANS_PREFIX "Failed to transfer prefix to module name in statement \"%s\"."
+#define KZS_MSG_LOAD_SUBMODULE "Failed to load submodule \"%s\"."
+#define KZS_MSG_LEAF_NO_TYPE "leaf \"%s\" must define with type statement."
+#define KZS_MSG_LEAFLIST_NO_TYPE "leaf-list \"%s\" must define with type statement."
+
+/* Records an error against the module being built. */
+#define KZS_LOADER_MOD_ERR(mod, ...) KZ_CTX_AddModError((mod)->ctx, (mod)->name, __VA_ARGS__)
+
+namespace kzs {
+
+inline uint32_t ElemMark(const xmlNode *node)
+{
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(node->_private));
+}
+
+inline void OrElemMark(xmlNode *node, uint32_t stmt)
+{
+    node->_private = reinterpret_cast<void *>(reinterpret_cast<uintptr_t>(node->_private) | stmt);
+}
+
+inline void ClearElemMark(xmlNode *node)
+{
+    uintptr_t word = reinterpret_cast<uintptr_t>(node->_private);
+    node->_private = reinterpret_cast<void *>(word & ~static_cast<uintptr_t>(0xFFFFFFFFu));
+}
+
+inline const char *Keyword(uint32_t stmt)
+{
+    return KZS_LOADER_GetKeywordByStmt(stmt);
+}
+
+inline KzDict *ModDict(KzMod *mod)
+{
+    return &mod->ctx->dict;
+}
+
+inline const char *ElemArg(const xmlNode *elem)
+{
+    return KZ_XML_GetFirstPropertyValue(elem);
+}
+
+/* Replaces an interned string slot, releasing what it held. */
+inline void ReplaceInterned(KzDict *dict, const char **slot, const char *interned)
+{
+    const char *old = *slot;
+    *slot = interned;
+    if (old != nullptr) {
+        KZ_DICT_Remove(dict, old);
+    }
+}
+
+} /* namespace kzs */
+
+#endif /* KZS_STMT_UTIL_H */
