@@ -113,6 +113,11 @@ struct KztValCheckCtx {
     const KzsNode *schemaNode;
     KztRealType *curRealType;
     KztRealType *matchRealType;
+    /* Bounds on nested checks (union members, leafref targets) and on the
+     * total work of one top-level check; typedefs may refer to each other
+     * through unions, so neither is bounded by the schema alone. */
+    uint32_t nestDepth;
+    uint32_t stepCount;
 };
 
 /* Segment comparison outcomes. */

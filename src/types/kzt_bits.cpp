@@ -1,0 +1,268 @@
+/* Bits constraint: body, fill with positions, value parsing and check, and
+ * name/value scan. */
+#include <cstring>
+#include <memory>
+
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+#include "types/kzt_cons.h"
+#include "types/kzt_seg_util.h"
+
+namespace {
+
+constexpr uint64_t kBitPositionMax = 4294967294u;
+/* A bits value names at most this many bits; the collection never needs
+ * more room than that, whatever the type's bit count. */
+constexpr uint16_t kBitValueMaxNames = 129;
+constexpr size_t kBitNameMax = 64;
+
+bool IsSeparator(char c)
+{
+    return c == '\t' || c == '\n' || c == ' ';
+}
+
+xmlNode *FindValuedChild(xmlNode *elem, const char *name)
+{
+    for (xmlNode *c = elem->children; c != nullptr; c = c->next) {
+        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name) &&
+            KZ_XML_GetFirstPropertyValue(c) != nullptr) {
+            return c;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+extern "C" {
+
+void *KZT_CONS_CreateConsDataBodyWithBit(uint16_t segCount)
+{
+    return kzt::NewSegBody<KztConsDataBit, KztSegBit>(segCount);
+}
+
+void KZT_CONS_DestroyConsDataBodyWithBit(KzDict *dict, void *body)
+{
+    auto *b = static_cast<KztConsDataBit *>(body);
+    if (b == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < b->segCount && b->segs != nullptr; ++i) {
+        if (b->segs[i].name != nullptr) {
+            KZ_DICT_Remove(dict, b->segs[i].name);
+        }
+    }
+    KZ_MemFree(b->segs);
+    KZ_MemFree(b);
+}
+
+void *KZT_CONS_CopyConsDataBodyWithBit(KzDict *dict, const void *src)
+{
+    const auto *s = static_cast<const KztConsDataBit *>(src);
+    if (dict == nullptr || s == nullptr) {
+        return nullptr;
+    }
+    auto *d = kzt::NewSegBody<KztConsDataBit, KztSegBit>(s->segCount);
+    if (d == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < s->segCount; ++i) {
+        d->segs[i].position = s->segs[i].position;
+        if (s->segs[i].name != nullptr) {
+            d->segs[i].name = KZ_DICT_Insert(dict, s->segs[i].name);
+            if (d->segs[i].name == nullptr) {
+                KZT_CONS_DestroyConsDataBodyWithBit(dict, d);
+                return nullptr;
+            }
+        }
+    }
+    return d;
+}
+
+uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
+{
+    (void)mod;
+    auto *s = static_cast<KztSegBit *>(seg);
+    const char *name = KZ_XML_GetFirstPropertyValue(elem);
+    if (ctx == nullptr || s == nullptr || name == nullptr) {
+        return KZ_EINVAL;
+    }
+    xmlNode *posElem = FindValuedChild(elem, "position");
+    if (posElem != nullptr) {
+        uint64_t v = 0;
+        if (KZ_UTL_ReadInputStrAsUnsignedInteger(KZ_XML_GetFirstPropertyValue(posElem), nullptr, 0, &v) != KZ_OK ||
+            v > kBitPositionMax) {
+            return KZ_EINVAL;
+        }
+        s->position = static_cast<uint32_t>(v);
+        if (aux != nullptr) {
+            *aux = 1;
+        }
+    }
+    s->name = KZ_DICT_Insert(&ctx->dict, name);
+    return (s->name != nullptr) ? KZ_OK : KZ_ENOMEM;
+}
+
+uint32_t KZT_LOADER_FillConsDataAndAllBitSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
+{
+    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
+        arg->entry->consData == nullptr) {
+        return KZ_EINVAL;
+    }
+    auto *body = static_cast<KztConsDataBit *>(arg->entry->consData);
+    if (body->segCount == 0) {
+        return KZ_OK;
+    }
+    std::unique_ptr<uint8_t, kzt::MemFreeDeleter> explicitPos(static_cast<uint8_t *>(kzt::ZeroAlloc(body->segCount)));
+    if (!explicitPos) {
+        return KZ_ENOMEM;
+    }
+    KztSegFiller filler;
+    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztSegBit), KZT_MARK_BIT, KZT_LOADER_FillOneConsSegBit);
+    filler.aux = explicitPos.get();
+    const uint32_t rc = KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
+    if (rc != KZ_OK) {
+        return rc;
+    }
+    uint64_t next = 0;
+    for (uint16_t i = 0; i < body->segCount; ++i) {
+        if (explicitPos.get()[i] == 0) {
+            if (next > UINT32_MAX) {
+                return KZ_EINVAL;
+            }
+            body->segs[i].position = static_cast<uint32_t>(next++);
+        } else if (body->segs[i].position >= next) {
+            next = static_cast<uint64_t>(body->segs[i].position) + 1;
+        }
+    }
+    return KZ_OK;
+}
+
+KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity)
+{
+    auto *coll = static_cast<KztBitValColl *>(kzt::ZeroAlloc(sizeof(KztBitValColl)));
+    if (coll == nullptr) {
+        return nullptr;
+    }
+    if (capacity > kBitValueMaxNames) {
+        capacity = kBitValueMaxNames;
+    }
+    if (capacity != 0) {
+        coll->names = static_cast<char(*)[65]>(kzt::ZeroAlloc(sizeof(*coll->names) * capacity));
+        if (coll->names == nullptr) {
+            KZ_MemFree(coll);
+            return nullptr;
+        }
+    }
+    coll->capacity = capacity;
+    return coll;
+}
+
+void KZT_CONS_DestroyBitValColl(KztBitValColl *coll)
+{
+    if (coll != nullptr) {
+        KZ_MemFree(coll->names);
+        KZ_MemFree(coll);
+    }
+}
+
+uint32_t KZT_CONS_AppendOneBitValueToColl(KztBitValColl *coll, const char *name, size_t len)
+{
+    if (coll == nullptr || name == nullptr || len > kBitNameMax) {
+        return KZ_EINVAL;
+    }
+    for (uint16_t i = 0; i < coll->count; ++i) {
+        if (std::strlen(coll->names[i]) == len && std::memcmp(coll->names[i], name, len) == 0) {
+            return KZ_EINVAL; /* a bit named twice */
+        }
+    }
+    if (coll->count >= coll->capacity) {
+        return KZ_EINVAL;
+    }
+    std::memcpy(coll->names[coll->count], name, len);
+    coll->names[coll->count][len] = '\0';
+    ++coll->count;
+    return KZ_OK;
+}
+
+uint32_t KZT_CONS_ReadInputValStrToBitValColl(const char *value, KztBitValColl *coll)
+{
+    if (value == nullptr || coll == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *p = value;
+    for (uint32_t n = 0;; ++n) {
+        if (n >= kBitValueMaxNames) {
+            return KZ_EINVAL;
+        }
+        const uint32_t len = KZ_UTL_ConsumeIdentNameBestEffort(p);
+        if (KZT_CONS_AppendOneBitValueToColl(coll, p, len) != KZ_OK) {
+            return KZ_EINVAL;
+        }
+        p += len;
+        if (!IsSeparator(*p)) {
+            break;
+        }
+        p = KZ_UTL_ConsumeAllSpaceChar(p);
+    }
+    return (*p == '\0') ? KZ_OK : KZ_EINVAL;
+}
+
+uint32_t KZT_CONS_CheckBitValCollAgaistSegBits(const KztBitValColl *coll, const KztConsDataBit *bits)
+{
+    if (coll == nullptr || bits == nullptr) {
+        return KZ_EINVAL;
+    }
+    for (uint16_t i = 0; i < coll->count; ++i) {
+        bool found = false;
+        for (uint16_t j = 0; j < bits->segCount && !found; ++j) {
+            found = bits->segs[j].name != nullptr && std::strcmp(bits->segs[j].name, coll->names[i]) == 0;
+        }
+        if (!found) {
+            return KZ_EINVAL;
+        }
+    }
+    return KZ_OK;
+}
+
+uint32_t KZT_CONS_ValidateValueNodeAgainstDataBit(void *body, uint32_t inputKind, const void *input,
+                                                  KztValCheckCtx *chk)
+{
+    (void)chk;
+    const auto *bits = static_cast<const KztConsDataBit *>(body);
+    const char *value = KZT_TYPE_GetInputValueAsSimpleStr(inputKind, input);
+    if (bits == nullptr || value == nullptr) {
+        return KZ_VAL_ERR_BITS;
+    }
+    if (value[0] == '\0') {
+        return KZ_OK; /* no bit set */
+    }
+    KztBitValColl *coll = KZT_CONS_CreateBitValColl(bits->segCount);
+    if (coll == nullptr) {
+        return KZ_VAL_ERR_BITS;
+    }
+    uint32_t rc = KZT_CONS_ReadInputValStrToBitValColl(value, coll);
+    if (rc == KZ_OK) {
+        rc = KZT_CONS_CheckBitValCollAgaistSegBits(coll, bits);
+    }
+    KZT_CONS_DestroyBitValColl(coll);
+    return (rc == KZ_OK) ? KZ_OK : KZ_VAL_ERR_BITS;
+}
+
+uint32_t KZT_CONS_ScanNameValuePairsWithBit(const void *body, KzTypeNameValueCb cb, void *arg)
+{
+    const auto *b = static_cast<const KztConsDataBit *>(body);
+    if (b == nullptr || cb == nullptr) {
+        return KZ_EINVAL;
+    }
+    for (uint16_t i = 0; i < b->segCount; ++i) {
+        const uint32_t rc = cb(b->segs[i].name, b->segs[i].position, nullptr, arg);
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
+} // extern "C"

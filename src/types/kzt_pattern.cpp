@@ -1,0 +1,150 @@
+/* Pattern constraint: XML Schema regular expressions, compiled once when the
+ * constraint is filled or copied and shared by every check afterwards.
+ *
+ * Sharing is safe: xmlRegexpExec keeps all matching state in a context on
+ * its own stack and only reads the compiled automaton, so any number of
+ * threads may run it on one compiled expression at once (exercised by the
+ * concurrent value-check tests). */
+#include <cstring>
+#include <string>
+
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
+#include "types/kzt_cons.h"
+#include "types/kzt_seg_util.h"
+
+#include <libxml/xmlregexp.h>
+
+namespace {
+
+bool HasChildNamed(const xmlNode *elem, const char *name)
+{
+    for (const xmlNode *c = elem->children; c != nullptr; c = c->next) {
+        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/* A pattern that does not compile matches nothing, exactly as when it is
+ * compiled again for every value. */
+xmlRegexpPtr Compile(const char *pattern)
+{
+    return (pattern != nullptr) ? xmlRegexpCompile(reinterpret_cast<const xmlChar *>(pattern)) : nullptr;
+}
+
+} // namespace
+
+extern "C" {
+
+void *KZT_CONS_CreateConsDataBodyWithPattern(uint16_t segCount)
+{
+    return kzt::NewSegBody<KztConsDataPattern, KztSegPattern>(segCount);
+}
+
+void KZT_CONS_DestroyConsDataBodyWithPattern(KzDict *dict, void *body)
+{
+    auto *p = static_cast<KztConsDataPattern *>(body);
+    if (p == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < p->segCount && p->segs != nullptr; ++i) {
+        if (p->segs[i].regexp != nullptr) {
+            xmlRegFreeRegexp(p->segs[i].regexp);
+        }
+        if (p->segs[i].pattern != nullptr) {
+            KZ_DICT_Remove(dict, p->segs[i].pattern);
+        }
+    }
+    KZ_MemFree(p->segs);
+    KZ_MemFree(p);
+}
+
+void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
+{
+    const auto *s = static_cast<const KztConsDataPattern *>(src);
+    if (dict == nullptr || s == nullptr) {
+        return nullptr;
+    }
+    auto *d = kzt::NewSegBody<KztConsDataPattern, KztSegPattern>(s->segCount);
+    if (d == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < s->segCount; ++i) {
+        d->segs[i].invertMatch = s->segs[i].invertMatch;
+        if (s->segs[i].pattern == nullptr) {
+            continue;
+        }
+        d->segs[i].pattern = KZ_DICT_Insert(dict, s->segs[i].pattern);
+        if (d->segs[i].pattern == nullptr) {
+            KZT_CONS_DestroyConsDataBodyWithPattern(dict, d);
+            return nullptr;
+        }
+        /* libxml2 has no copy of a compiled expression: compile it again. */
+        d->segs[i].regexp = Compile(d->segs[i].pattern);
+    }
+    return d;
+}
+
+uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
+{
+    (void)mod;
+    (void)aux;
+    auto *s = static_cast<KztSegPattern *>(seg);
+    const char *expr = KZ_XML_GetFirstPropertyValue(elem);
+    if (ctx == nullptr || s == nullptr || expr == nullptr) {
+        return KZ_EINVAL;
+    }
+    /* Patterns always match the whole value, so explicit anchors are noise. */
+    const size_t len = std::strlen(expr);
+    if (len >= 2 && expr[0] == '^' && expr[len - 1] == '$') {
+        const std::string bare(expr + 1, len - 2);
+        s->pattern = KZ_DICT_Insert(&ctx->dict, bare.c_str());
+    } else {
+        s->pattern = KZ_DICT_Insert(&ctx->dict, expr);
+    }
+    if (s->pattern == nullptr) {
+        return KZ_ENOMEM;
+    }
+    /* Any modifier inverts: "invert-match" is the only one defined. */
+    s->invertMatch = HasChildNamed(elem, "modifier") ? 1u : 0u;
+    s->regexp = Compile(s->pattern);
+    return KZ_OK;
+}
+
+uint32_t KZT_LOADER_FillConsDataAndAllPatternSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
+{
+    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
+        arg->entry->consData == nullptr) {
+        return KZ_EINVAL;
+    }
+    auto *body = static_cast<KztConsDataPattern *>(arg->entry->consData);
+    KztSegFiller filler;
+    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztSegPattern), KZT_MARK_PATTERN,
+                             KZT_LOADER_FillOneConsSegPattern);
+    return KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
+}
+
+uint32_t KZT_CONS_ValidateValueNodeAgainstDataPattern(void *body, uint32_t inputKind, const void *input,
+                                                      KztValCheckCtx *chk)
+{
+    (void)chk;
+    const auto *p = static_cast<const KztConsDataPattern *>(body);
+    const char *value = KZT_TYPE_GetInputValueAsSimpleStr(inputKind, input);
+    if (p == nullptr || value == nullptr) {
+        return KZ_VAL_ERR_PATTERN;
+    }
+    for (uint16_t i = 0; i < p->segCount; ++i) {
+        const KztSegPattern &seg = p->segs[i];
+        const bool matched =
+            seg.regexp != nullptr && xmlRegexpExec(seg.regexp, reinterpret_cast<const xmlChar *>(value)) == 1;
+        if (matched == (seg.invertMatch != 0)) {
+            return KZ_VAL_ERR_PATTERN;
+        }
+    }
+    return KZ_OK;
+}
+
+} // extern "C"

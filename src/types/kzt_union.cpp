@@ -1,0 +1,93 @@
+/* Union constraint: member types in document order; a value takes the
+ * first member that accepts it. */
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
+#include "types/kzt_cons.h"
+#include "types/kzt_seg_util.h"
+#include "types/kzt_valid_priv.h"
+#include "loader/kzs_stmt.h"
+
+extern "C" {
+
+void *KZT_CONS_CreateConsDataBodyWithUnion(uint16_t segCount)
+{
+    return kzt::NewSegBody<KztConsDataUnion, KztRealType>(segCount);
+}
+
+void KZT_CONS_DestroyConsDataBodyWithUnion(KzDict *dict, void *body)
+{
+    auto *u = static_cast<KztConsDataUnion *>(body);
+    if (u == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < u->segCount && u->segs != nullptr; ++i) {
+        KZT_TYPE_DestroyNytRealTypeInner(dict, &u->segs[i]);
+    }
+    KZ_MemFree(u->segs);
+    KZ_MemFree(u);
+}
+
+void *KZT_CONS_CopyConsDataBodyWithUnion(KzDict *dict, const void *src)
+{
+    const auto *s = static_cast<const KztConsDataUnion *>(src);
+    if (dict == nullptr || s == nullptr) {
+        return nullptr;
+    }
+    auto *d = kzt::NewSegBody<KztConsDataUnion, KztRealType>(s->segCount);
+    if (d == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < s->segCount; ++i) {
+        if (KZT_TYPE_CopyNytRealTypeInner(dict, &d->segs[i], &s->segs[i]) != KZ_OK) {
+            KZT_CONS_DestroyConsDataBodyWithUnion(dict, d);
+            return nullptr;
+        }
+    }
+    return d;
+}
+
+uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
+{
+    (void)ctx;
+    (void)aux;
+    return KZT_LOADER_ParseTypeStmt(mod, elem, KZS_STMT_TYPE, seg);
+}
+
+uint32_t KZT_LOADER_FillConsDataAndAllUnionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
+{
+    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
+        arg->entry->consData == nullptr) {
+        return KZ_EINVAL;
+    }
+    auto *body = static_cast<KztConsDataUnion *>(arg->entry->consData);
+    KztSegFiller filler;
+    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztRealType), KZT_MARK_UNION,
+                             KZT_LOADER_FillOneConsSegUnion);
+    return KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
+}
+
+uint32_t KZT_CONS_ValidateValueNodeAgainstDataUnion(void *body, uint32_t inputKind, const void *input,
+                                                    KztValCheckCtx *chk)
+{
+    auto *u = static_cast<KztConsDataUnion *>(body);
+    if (u == nullptr || chk == nullptr || u->segCount == 0) {
+        return KZ_VAL_ERR_UNION;
+    }
+    for (uint16_t i = 0; i < u->segCount; ++i) {
+        /* Each member starts clean: the outer chain's bounds and explicit
+         * range count do not apply inside a member. */
+        KztValCheckCtx member;
+        if (!kzt::EnterFreshCheckCtx(chk, chk->schemaNode, &member)) {
+            return KZ_VAL_ERR_UNION;
+        }
+        const uint32_t rc = KZT_TYPE_ValidateValueNodeAgainstRealType(&u->segs[i], inputKind, input, &member);
+        kzt::LeaveFreshCheckCtx(chk, &member);
+        if (rc == KZ_OK) {
+            KZT_TYPE_SetMatchRealType(chk, member.matchRealType != nullptr ? member.matchRealType : &u->segs[i]);
+            return KZ_OK;
+        }
+    }
+    return KZ_VAL_ERR_UNION;
+}
+
+} // extern "C"
