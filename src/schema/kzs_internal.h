@@ -1,0 +1,66 @@
+/* Small helpers shared by the schema sources (not exported). */
+#ifndef KZS_INTERNAL_H
+#define KZS_INTERNAL_H
+
+#include <cstring>
+
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_dict.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace kzs {
+
+inline KzDict *ModDict(const KzMod *mod)
+{
+    return (mod != nullptr && mod->ctx != nullptr) ? &mod->ctx->dict : nullptr;
+}
+
+inline KzDict *NodeDict(const KzsNode *node)
+{
+    return node != nullptr ? ModDict(node->module) : nullptr;
+}
+
+/* Drops one reference of an interned string and clears the holder. */
+inline void DictDrop(KzDict *dict, const char *&s)
+{
+    if (s != nullptr) {
+        KZ_DICT_Remove(dict, s);
+        s = nullptr;
+    }
+}
+
+/* Interns src (when present) into dst; false when the insertion failed. */
+inline bool DictPut(KzDict *dict, const char *&dst, const char *src)
+{
+    if (src == nullptr) {
+        dst = nullptr;
+        return true;
+    }
+    dst = KZ_DICT_Insert(dict, src);
+    return dst != nullptr;
+}
+
+inline bool StrEq(const char *a, const char *b)
+{
+    return a != nullptr && b != nullptr && (a == b || std::strcmp(a, b) == 0);
+}
+
+inline bool IsDataOrOperation(const KzsNode *node)
+{
+    return KZS_NODE_IS_DATA(node->kind) || KZS_NODE_IS_OPERATION(node->kind);
+}
+
+template <typename T>
+inline T *AllocZeroed(size_t count = 1)
+{
+    void *p = KZ_MemMalloc(sizeof(T) * count);
+    if (p != nullptr) {
+        std::memset(p, 0, sizeof(T) * count);
+    }
+    return static_cast<T *>(p);
+}
+
+} // namespace kzs
+
+#endif /* KZS_INTERNAL_H */

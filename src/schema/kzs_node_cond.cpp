@@ -1,0 +1,336 @@
+/* Arrays of if-features, musts and leaf-list defaults held by nodes. */
+#include <cstring>
+
+#include "runtime/kz_mem.h"
+#include "schema/kzs_internal.h"
+
+using namespace kzs;
+
+extern "C" {
+
+/* ---- If-features ---- */
+
+uint32_t KZS_NODE_FillIfFeature(KzDict *dict, KzsIfFeature *feat, const char *modName, const char *featName)
+{
+    if (dict == nullptr || feat == nullptr || modName == nullptr || featName == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (DictPut(dict, feat->modName, modName) && DictPut(dict, feat->featName, featName)) {
+        return KZ_OK;
+    }
+    KZS_NODE_ClearIfFeature(dict, feat);
+    return KZ_ENOMEM;
+}
+
+void KZS_NODE_ClearIfFeature(KzDict *dict, KzsIfFeature *feat)
+{
+    if (feat == nullptr) {
+        return;
+    }
+    DictDrop(dict, feat->modName);
+    DictDrop(dict, feat->featName);
+}
+
+void KZS_NODE_FreeIfFeatures(KzDict *dict, KzsIfFeature *feats, uint16_t count)
+{
+    if (feats == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        KZS_NODE_ClearIfFeature(dict, &feats[i]);
+    }
+    KZ_MemFree(feats);
+}
+
+KzsIfFeature *KZS_NODE_CopyIfFeaturesArray(KzDict *dict, const KzsIfFeature *src, uint16_t count)
+{
+    if (dict == nullptr || src == nullptr || count == 0) {
+        return nullptr;
+    }
+    KzsIfFeature *dst = AllocZeroed<KzsIfFeature>(count);
+    if (dst == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        if (KZS_NODE_FillIfFeature(dict, &dst[i], src[i].modName, src[i].featName) != KZ_OK) {
+            KZS_NODE_FreeIfFeatures(dict, dst, i);
+            return nullptr;
+        }
+    }
+    return dst;
+}
+
+uint32_t KZS_NODE_CheckTwoIfFeatureSame(const KzsIfFeature *a, const KzsIfFeature *b)
+{
+    if (a == nullptr || b == nullptr) {
+        return 0;
+    }
+    return (a->modName == b->modName && a->featName == b->featName) ? 1 : 0;
+}
+
+uint32_t KZS_NODE_CheckTwoIfFeatureArraySame(const KzsIfFeature *a, uint16_t aCount, const KzsIfFeature *b,
+                                             uint16_t bCount)
+{
+    if (aCount != bCount) {
+        return 0;
+    }
+    for (uint16_t i = 0; i < aCount; ++i) {
+        if (a == nullptr || b == nullptr || KZS_NODE_CheckTwoIfFeatureSame(&a[i], &b[i]) == 0) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+KzsIfFeature *KZS_NODE_FindIfFeature(KzsIfFeature *feats, uint16_t count, const KzsIfFeature *feat)
+{
+    if (feats == nullptr || feat == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        if (KZS_NODE_CheckTwoIfFeatureSame(&feats[i], feat) != 0) {
+            return &feats[i];
+        }
+    }
+    return nullptr;
+}
+
+uint32_t KZS_NODE_AppendOneIfFeat(KzDict *dict, KzsIfFeature **feats, uint16_t *count, const char *modName,
+                                  const char *featName)
+{
+    if (dict == nullptr || feats == nullptr || count == nullptr || modName == nullptr || featName == nullptr ||
+        *count == UINT16_MAX) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(feats), *count, 1, sizeof(KzsIfFeature));
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    ret = KZS_NODE_FillIfFeature(dict, &(*feats)[*count], modName, featName);
+    if (ret == KZ_OK) {
+        ++*count;
+    }
+    return ret;
+}
+
+/* ---- Musts ---- */
+
+uint32_t KZS_NODE_FillMust(KzDict *dict, KzsMust *must, const char *cond, const char *errMsg,
+                           const char *errAppTag)
+{
+    if (dict == nullptr || must == nullptr || cond == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (DictPut(dict, must->cond, cond) && DictPut(dict, must->errMsg, errMsg) &&
+        DictPut(dict, must->errAppTag, errAppTag)) {
+        return KZ_OK;
+    }
+    KZS_NODE_ClearMust(dict, must);
+    return KZ_ENOMEM;
+}
+
+void KZS_NODE_ClearMust(KzDict *dict, KzsMust *must)
+{
+    if (must == nullptr) {
+        return;
+    }
+    DictDrop(dict, must->cond);
+    DictDrop(dict, must->errMsg);
+    DictDrop(dict, must->errAppTag);
+}
+
+void KZS_NODE_FreeMusts(KzDict *dict, KzsMust *musts, uint16_t count)
+{
+    if (musts == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        KZS_NODE_ClearMust(dict, &musts[i]);
+    }
+    KZ_MemFree(musts);
+}
+
+KzsMust *KZS_NODE_CopyMustsArray(KzDict *dict, const KzsMust *src, uint16_t count)
+{
+    if (dict == nullptr || src == nullptr || count == 0) {
+        return nullptr;
+    }
+    KzsMust *dst = AllocZeroed<KzsMust>(count);
+    if (dst == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        if (KZS_NODE_FillMust(dict, &dst[i], src[i].cond, src[i].errMsg, src[i].errAppTag) != KZ_OK) {
+            KZS_NODE_FreeMusts(dict, dst, i);
+            return nullptr;
+        }
+    }
+    return dst;
+}
+
+uint32_t KZS_NODE_AppendOneMust(KzDict *dict, KzsMust **musts, uint16_t *count, const char *cond,
+                                const char *errMsg, const char *errAppTag)
+{
+    if (dict == nullptr || musts == nullptr || count == nullptr || cond == nullptr || *count == UINT16_MAX) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(musts), *count, 1, sizeof(KzsMust));
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    ret = KZS_NODE_FillMust(dict, &(*musts)[*count], cond, errMsg, errAppTag);
+    if (ret == KZ_OK) {
+        ++*count;
+    }
+    return ret;
+}
+
+void KZS_NODE_AssignMoveMust(KzsMust *dst, KzsMust *src)
+{
+    if (dst == nullptr || src == nullptr) {
+        return;
+    }
+    *dst = *src;
+    src->cond = nullptr;
+    src->errMsg = nullptr;
+    src->errAppTag = nullptr;
+}
+
+uint32_t KZS_NODE_CheckTwoMustSame(const KzsMust *a, const KzsMust *b)
+{
+    if (a == nullptr || b == nullptr) {
+        return 0;
+    }
+    return a->cond == b->cond ? 1 : 0;
+}
+
+uint32_t KZS_NODE_SubtractMustsArray(KzDict *dict, KzsMust **musts, uint16_t *count, uint16_t capacity)
+{
+    if (dict == nullptr || musts == nullptr || count == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint16_t survivors = 0;
+    for (uint16_t i = 0; *musts != nullptr && i < *count; ++i) {
+        if ((*musts)[i].cond != nullptr) {
+            ++survivors;
+        }
+    }
+    if (survivors > capacity) {
+        return KZ_OK;
+    }
+    KzsMust *fresh = nullptr;
+    if (survivors != 0) {
+        fresh = AllocZeroed<KzsMust>(survivors);
+        if (fresh == nullptr) {
+            return KZ_ENOMEM;
+        }
+        uint16_t n = 0;
+        for (uint16_t i = 0; i < *count; ++i) {
+            if ((*musts)[i].cond != nullptr) {
+                KZS_NODE_AssignMoveMust(&fresh[n++], &(*musts)[i]);
+            }
+        }
+    }
+    /* What is left in the old array are the texts of the dropped entries. */
+    KZS_NODE_FreeMusts(dict, *musts, *count);
+    *musts = fresh;
+    *count = survivors;
+    return KZ_OK;
+}
+
+/* ---- Leaf-list defaults ---- */
+
+const char **KZS_NODE_CopyDefaults(KzDict *dict, const char *const *src, uint32_t count)
+{
+    if (dict == nullptr || src == nullptr || count == 0) {
+        return nullptr;
+    }
+    auto **dst = AllocZeroed<const char *>(count);
+    if (dst == nullptr) {
+        return nullptr;
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        if (!DictPut(dict, dst[i], src[i])) {
+            KZS_NODE_FreeDefaults(dict, dst, i);
+            return nullptr;
+        }
+    }
+    return dst;
+}
+
+void KZS_NODE_FreeDefaults(KzDict *dict, const char **defaults, uint32_t count)
+{
+    if (defaults == nullptr) {
+        return;
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        DictDrop(dict, defaults[i]);
+    }
+    KZ_MemFree(defaults);
+}
+
+uint32_t KZS_NODE_AppendLeaflistDefaults(KzDict *dict, KzsLeafListInfo *info, uint32_t n, const char *const *values)
+{
+    if (dict == nullptr || info == nullptr || (n != 0 && values == nullptr)) {
+        return KZ_EINVAL;
+    }
+    if (n == 0) {
+        return KZ_OK;
+    }
+    uint64_t total = static_cast<uint64_t>(info->defaultCount) + n;
+    if (total > UINT32_MAX / sizeof(const char *)) {
+        return KZ_EINVAL;
+    }
+    auto **fresh = AllocZeroed<const char *>(static_cast<size_t>(total));
+    if (fresh == nullptr) {
+        return KZ_ENOMEM;
+    }
+    for (uint32_t i = 0; i < total; ++i) {
+        const char *src = i < info->defaultCount ? info->defaults[i] : values[i - info->defaultCount];
+        if (src == nullptr || !DictPut(dict, fresh[i], src)) {
+            KZS_NODE_FreeDefaults(dict, fresh, i);
+            return KZ_ERR;
+        }
+    }
+    KZS_NODE_FreeDefaults(dict, info->defaults, info->defaultCount);
+    info->defaults = fresh;
+    info->defaultCount = static_cast<uint32_t>(total);
+    return KZ_OK;
+}
+
+uint32_t KZS_NODE_SubtractLeaflistDefaults(KzDict *dict, KzsLeafListInfo *info, uint32_t capacity,
+                                           uint32_t ignored)
+{
+    (void)ignored;
+    if (dict == nullptr || info == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t survivors = 0;
+    for (uint32_t i = 0; info->defaults != nullptr && i < info->defaultCount; ++i) {
+        if (info->defaults[i] != nullptr) {
+            ++survivors;
+        }
+    }
+    if (survivors > capacity) {
+        return KZ_OK;
+    }
+    const char **fresh = nullptr;
+    if (survivors != 0) {
+        fresh = AllocZeroed<const char *>(survivors);
+        if (fresh == nullptr) {
+            return KZ_ENOMEM;
+        }
+        uint32_t n = 0;
+        for (uint32_t i = 0; i < info->defaultCount; ++i) {
+            if (info->defaults[i] != nullptr) {
+                fresh[n++] = info->defaults[i]; /* the reference moves along */
+            }
+        }
+    }
+    KZ_MemFree(info->defaults);
+    info->defaults = fresh;
+    info->defaultCount = survivors;
+    return KZ_OK;
+}
+
+} // extern "C"
