@@ -1,5 +1,6 @@
 /* Global definition records of a module: extensions, features, identities,
- * imports, includes, typedefs and deviations. Every family keeps the same
+ * imports, includes and typedefs (deviation records are released by the
+ * loader's deviation code). Every family keeps the same
  * shape: fill, append, find, clear, free and (where merging needs it) a
  * sameness test. */
 #include <cstring>
@@ -440,44 +441,6 @@ void KZS_TYPE_DestroyTypDefInner(KzDict *dict, KzsTypedef *tdef)
 void KZS_TYPE_FreeTypDefArray(KzDict *dict, KzsTypedef *tdefs, uint16_t count)
 {
     FreeArray(dict, tdefs, count, KZS_TYPE_DestroyTypDefInner);
-}
-
-/* ---- Deviations ---- */
-
-void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *dev)
-{
-    if (dev == nullptr) {
-        return;
-    }
-    KZS_NODE_FreeMusts(dict, dev->musts, dev->mustCount);
-    dev->musts = nullptr;
-    dev->mustCount = 0;
-    KZS_NODE_FreeDefaults(dict, dev->defaults, dev->defaultCount);
-    dev->defaults = nullptr;
-    dev->defaultCount = 0;
-    KZT_TYPE_DestroyNytRealType(dict, dev->type);
-    dev->type = nullptr;
-    DictDrop(dict, dev->units);
-    KZS_EXT_FreeExtInsts(dict, dev->extInsts, dev->extInstCount);
-    dev->extInsts = nullptr;
-    dev->extInstCount = 0;
-    dev->flags = 0;
-}
-
-void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *dev)
-{
-    if (dev == nullptr) {
-        return;
-    }
-    DictDrop(dict, dev->target);
-    FreeArray(dict, dev->deviates, dev->deviateCount, KZS_MOD_ClearDeviate);
-    dev->deviates = nullptr;
-    dev->deviateCount = 0;
-}
-
-void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *devs, uint16_t count)
-{
-    FreeArray(dict, devs, count, KZS_MOD_ClearDeviation);
 }
 
 } // extern "C"
