@@ -83,11 +83,11 @@ KZ_API uint32_t KZ_XPATH_IsNextTokenOperator(uint32_t previousKind);
 KZ_API uint32_t KZ_XPATH_GetTokenExprType(uint32_t kind);
 
 /* Reading steps: 0 on success, non-zero on failure; `pos` indexes lex->expr. */
-KZ_API uint32_t KZ_XPATH_ParseCurTokenFromExpr(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
+KZ_API uint32_t KZ_XPATH_ParseCurTokenFromExpr(XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
 KZ_API uint32_t KZ_XPATH_GetTokenStartWithDigit(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
 KZ_API uint32_t KZ_XPATH_GetTokenStartWithNameStart(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
-KZ_API uint32_t KZ_XPATH_GetTokenStartWithOtherCh(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
-KZ_API uint32_t KZ_XPATH_ParseSpecialSymbol(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
+KZ_API uint32_t KZ_XPATH_GetTokenStartWithOtherCh(XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
+KZ_API uint32_t KZ_XPATH_ParseSpecialSymbol(XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
 KZ_API uint32_t KZ_XPATH_ParseLiteralToken(const XpathLex *lex, uint32_t pos, XpathTokenOut *tok);
 /* Operator name at `text` ("and", "or", "div", "mod"); 0 on a match. */
 KZ_API uint32_t KZ_XPATH_GetOperatorType(const char *text, XpathTokenOut *tok);

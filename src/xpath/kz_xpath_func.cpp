@@ -1,0 +1,227 @@
+/* XPath function library: not, derived-from, derived-from-or-self. */
+#include "xpath/kz_xpath.h"
+
+#include <libxml/tree.h>
+
+#include <cstring>
+
+#if __has_include("data/kzd_valid.h")
+#include "data/kzd_valid.h"
+#endif
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+constexpr uint32_t kFuncNameBufSize = 21;
+constexpr uint32_t kIdentPartBufSize = 65;
+
+struct FuncEntry {
+    const char *name;
+    XpathFunc func;
+};
+
+constexpr FuncEntry kFuncTable[] = {
+    {"not", KZ_XPATH_FuncNot},
+    {"derived-from", KZ_XPATH_FuncDerivedFrom},
+    {"derived-from-or-self", KZ_XPATH_FuncDerivedFromOfSelf},
+};
+
+/* Splits "module:name" (or "name") into two bounded buffers. `hasModule` tells
+ * whether a module part was present. 0 on success, 22 when a part is too long. */
+uint32_t SplitIdentity(const char *text, char *modOut, char *nameOut, bool *hasModule)
+{
+    const char *colon = std::strchr(text, ':');
+    const char *name = colon != nullptr ? colon + 1 : text;
+    size_t modLen = colon != nullptr ? static_cast<size_t>(colon - text) : 0;
+    size_t nameLen = std::strlen(name);
+    if (modLen >= kIdentPartBufSize || nameLen >= kIdentPartBufSize) {
+        return KZ_EINVAL;
+    }
+    std::memcpy(modOut, text, modLen);
+    modOut[modLen] = '\0';
+    std::memcpy(nameOut, name, nameLen);
+    nameOut[nameLen] = '\0';
+    *hasModule = colon != nullptr;
+    return KZ_OK;
+}
+
+bool IsIdentityrefSchemaNode(const KzsNode *sn)
+{
+    if (sn->schemaInfo == nullptr || (sn->kind != KZS_NODE_LEAF && sn->kind != KZS_NODE_LEAFLIST)) {
+        return false;
+    }
+    return KZT_TYPE_IsTypeWithIdentref(static_cast<const KztRealType *>(sn->schemaInfo)) != 0;
+}
+
+char *DupText(const char *text)
+{
+    size_t len = std::strlen(text);
+    auto *copy = static_cast<char *>(KZ_MemMalloc(len + 1));
+    if (copy != nullptr) {
+        std::memcpy(copy, text, len + 1);
+    }
+    return copy;
+}
+
+} // namespace
+
+extern "C" {
+
+char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
+{
+    if (node == nullptr) {
+        return DupText("");
+    }
+#if __has_include("data/kzd_valid.h")
+    auto *sn = static_cast<KzsNode *>(node->_private);
+    if (node->type == XML_ELEMENT_NODE && sn != nullptr && IsIdentityrefSchemaNode(sn)) {
+        /* identityref values compare in module:identity form, whatever prefix the document used */
+        char *value = KZD_NODE_GetValueContent(node, sn);
+        return value != nullptr ? value : DupText("");
+    }
+#endif
+    xmlChar *content = xmlNodeGetContent(node);
+    if (content == nullptr) {
+        return DupText("");
+    }
+    char *copy = DupText(reinterpret_cast<const char *>(content));
+    xmlFree(content);
+    return copy;
+}
+
+XpathFunc KZ_XPATH_GetXpathFunction(const char *name, uint32_t nameLength)
+{
+    if (name == nullptr || nameLength >= kFuncNameBufSize) {
+        return nullptr;
+    }
+    char buf[kFuncNameBufSize];
+    std::memcpy(buf, name, nameLength);
+    buf[nameLength] = '\0';
+    for (const FuncEntry &e : kFuncTable) {
+        if (std::strcmp(buf, e.name) == 0) {
+            return e.func;
+        }
+    }
+    return nullptr;
+}
+
+uint32_t KZ_XPATH_FuncNot(XpathObjStack *stack)
+{
+    XpathObject *top = KZ_XPATH_PeekObject(stack);
+    if (top == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZ_XPATH_FuncBooleanInner(top);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    top->val.boolean = top->val.boolean != 0 ? 0u : 1u;
+    return KZ_OK;
+}
+
+uint32_t KZ_XPATH_FuncDerivedFrom(XpathObjStack *stack)
+{
+    return KZ_XPATH_FuncDerivedFromInner(stack, 0);
+}
+
+uint32_t KZ_XPATH_FuncDerivedFromOfSelf(XpathObjStack *stack)
+{
+    return KZ_XPATH_FuncDerivedFromInner(stack, 1);
+}
+
+uint32_t KZ_XPATH_FuncDerivedFromInner(XpathObjStack *stack, uint32_t orSelf)
+{
+    XpathObject *identity = KZ_XPATH_GetArgumentByType(stack, KZ_XPATH_OBJ_STRING);
+    if (identity == nullptr) {
+        return KZ_XPATH_EFUNCARG;
+    }
+    XpathObject *node = KZ_XPATH_GetArgumentByType(stack, KZ_XPATH_OBJ_NODE);
+    if (node == nullptr) {
+        KZ_XPATH_FreeObject(identity);
+        return KZ_XPATH_EFUNCARG;
+    }
+    uint32_t result = 0;
+    uint32_t ret = KZ_XPATH_EFUNCARG;
+    if (node->val.node != nullptr && identity->val.str != nullptr) {
+        ret = KZ_XPATH_NodeValueDerivedFromIdentity(node->val.node, identity->val.str, orSelf, &result);
+    }
+    KZ_XPATH_FreeObject(identity);
+    KZ_XPATH_FreeObject(node);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    return KZ_XPATH_PushBooleanToObjStack(stack, result);
+}
+
+uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identity, uint32_t orSelf,
+                                               uint32_t *result)
+{
+    if (node == nullptr || identity == nullptr || result == nullptr) {
+        return KZ_EINVAL;
+    }
+    *result = 0;
+    auto *sn = static_cast<KzsNode *>(node->_private);
+    if (sn == nullptr) {
+        return KZ_XPATH_ENOSCHEMA;
+    }
+    if (!IsIdentityrefSchemaNode(sn) || sn->module == nullptr) {
+        return KZ_EINVAL;
+    }
+    char valMod[kIdentPartBufSize];
+    char valName[kIdentPartBufSize];
+    bool hasModule = false;
+    char *value = KZ_XPATH_CopyElementNodeContent(node);
+    if (value == nullptr || value[0] == '\0') {
+        KZ_MemFree(value);
+        return KZ_OK; /* no value (or an unresolvable prefix): nothing derives */
+    }
+    uint32_t ret = SplitIdentity(value, valMod, valName, &hasModule);
+    KZ_MemFree(value);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    if (!hasModule) {
+        return KZ_OK;
+    }
+    const KzsIdentity *found = KZ_CTX_FindIdentityByModNameAndIdentName(sn->module->ctx, valMod, valName);
+    if (found == nullptr) {
+        return KZ_EINVAL;
+    }
+    char argMod[kIdentPartBufSize];
+    char argName[kIdentPartBufSize];
+    ret = SplitIdentity(identity, argMod, argName, &hasModule);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    const char *argModName = argMod;
+    if (!hasModule) {
+        argModName = sn->module->name;
+    }
+    *result = KZ_XPATH_CompareIdentDerivedFrom(found, valMod, valName, argModName, argName, orSelf);
+    return KZ_OK;
+}
+
+uint32_t KZ_XPATH_CompareIdentDerivedFrom(const KzsIdentity *ident, const char *valueMod, const char *valueName,
+                                          const char *argMod, const char *argName, uint32_t orSelf)
+{
+    if (ident == nullptr || valueMod == nullptr || valueName == nullptr || argMod == nullptr ||
+        argName == nullptr) {
+        return 0;
+    }
+    if (orSelf != 0 && std::strcmp(valueMod, argMod) == 0 && std::strcmp(valueName, argName) == 0) {
+        return 1;
+    }
+    for (uint16_t i = 0; i < ident->baseCount; i++) {
+        const KzsIdentBase &b = ident->bases[i];
+        if (b.modName != nullptr && b.identName != nullptr && std::strcmp(b.modName, argMod) == 0 &&
+            std::strcmp(b.identName, argName) == 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+} // extern "C"
