@@ -39,6 +39,7 @@ struct KzCtx {
     KzRelationTree *relationTree;
     uint32_t flags;
     uint32_t loadStage;
+    uint64_t devCoupleSeq; /* numbers deviation couplings so that unload undoes them newest first */
 };
 
 /* One module that depends on the table's module. */

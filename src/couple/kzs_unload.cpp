@@ -1,0 +1,138 @@
+/* Unloading: a module goes together with every module that augments or
+ * deviates it, directly or through others, since those cannot stay coupled to
+ * nothing.  Deviations are undone newest first, augments give their nodes
+ * back, relation items go, and only then are the modules freed. */
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "couple/kzs_couple_int.h"
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
+
+namespace {
+
+bool Contains(const std::vector<KzMod *> &mods, const KzMod *mod)
+{
+    return std::find(mods.begin(), mods.end(), mod) != mods.end();
+}
+
+// The module and everything built on it, breadth-first, without repeats.
+uint32_t CollectUnloadSet(KzCtx *ctx, KzMod *root, std::vector<KzMod *> &set)
+{
+    set.push_back(root);
+    for (size_t i = 0; i < set.size(); i++) {
+        for (uint32_t kind : {KZ_REL_AUGMENT, KZ_REL_DEVIATE}) {
+            const char **names = nullptr;
+            uint32_t count = 0;
+            uint32_t ret = KZ_CTX_CollectDepModNamesRecursive(ctx, set[i]->name, kind, &names, &count);
+            if (ret != 0) {
+                return ret;
+            }
+            for (uint32_t j = 0; j < count && names != nullptr; j++) {
+                KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[j]);
+                if (dep != nullptr && !Contains(set, dep)) {
+                    set.push_back(dep);
+                }
+            }
+            KZ_MemFree(names);
+        }
+    }
+    return 0;
+}
+
+void DropRelations(KzCtx *ctx, KzMod *mod)
+{
+    char target[KZS_COUPLE_MOD_NAME_BUF];
+    for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
+        if (kzs_couple_target_module(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
+            (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_AUGMENT);
+        }
+    }
+    for (uint16_t i = 0; i < mod->deviationCount; i++) {
+        if (kzs_couple_target_module(mod->deviations[i].target, target) == 0 &&
+            std::strcmp(target, mod->name) != 0) {
+            (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_DEVIATE);
+        }
+    }
+}
+
+} // namespace
+
+void KZS_MOD_UnCoupleAllAugments(KzMod *mod)
+{
+    if (mod == nullptr) {
+        return;
+    }
+    for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
+        kzs_couple_force_uncouple(aug);
+    }
+}
+
+uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
+{
+    if (ctx == nullptr || moduleName == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzMod *root = KZ_CTX_GetModuleByModName(ctx, moduleName);
+    if (root == nullptr) {
+        return KZ_ERR;
+    }
+    std::vector<KzMod *> set;
+    uint32_t ret = CollectUnloadSet(ctx, root, set);
+    if (ret != 0) {
+        return ret;
+    }
+    if (ctx->reloadModuleCbFunc != nullptr) {
+        for (KzMod *mod : set) {
+            ctx->reloadModuleCbFunc(ctx, mod->name);
+        }
+    }
+
+    // Deviations first, newest first over the whole set, while every node
+    // they changed is still where they found it.
+    std::vector<std::pair<KzMod *, KzsDeviation *>> devs;
+    for (KzMod *mod : set) {
+        for (uint16_t i = 0; i < mod->deviationCount; i++) {
+            if ((mod->deviations[i].flags & KZS_DEVIATION_FLAG_COUPLED) != 0) {
+                devs.emplace_back(mod, &mod->deviations[i]);
+            }
+        }
+    }
+    std::sort(devs.begin(), devs.end(), [](const auto &a, const auto &b) {
+        return kzs_couple_deviation_seq(a.second) > kzs_couple_deviation_seq(b.second);
+    });
+    std::vector<const char *> restored; // interned names of modules that stay
+    for (auto &[mod, dev] : devs) {
+        const char *owner = nullptr;
+        (void)kzs_couple_undo_deviation(mod, dev, &owner);
+        KzMod *ownerMod = owner != nullptr ? KZ_CTX_GetModuleByModName(ctx, owner) : nullptr;
+        if (ownerMod != nullptr && !Contains(set, ownerMod) &&
+            std::find(restored.begin(), restored.end(), ownerMod->name) == restored.end()) {
+            restored.push_back(ownerMod->name);
+        }
+    }
+
+    // Augments give their nodes back; the nodes' current parents are used,
+    // not the target paths, which nested augments may no longer resolve.
+    for (KzMod *mod : set) {
+        KZS_MOD_UnCoupleAllAugments(mod);
+    }
+    for (KzMod *mod : set) {
+        DropRelations(ctx, mod);
+    }
+    for (KzMod *mod : set) {
+        RelationTbl *tbl = KZ_CTX_FindModRelationTbl(ctx, mod->name);
+        if (tbl != nullptr) {
+            KZ_CTX_DeleteModRelationTbl(ctx, tbl);
+        }
+    }
+    // Dependants first, the module asked for last.
+    for (size_t i = set.size(); i-- > 0;) {
+        KZ_CTX_DestroyModuleNode(ctx, set[i]);
+    }
+    // Nodes that a not-supported of an unloaded module had removed are back:
+    // what stays loaded and was built on them couples again.
+    kzs_couple_recouple_restored(ctx, restored, true);
+    return 0;
+}
