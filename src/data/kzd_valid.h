@@ -138,8 +138,9 @@ KZ_API uint32_t KZD_PAS_EvalDataTreeWhen(KzdCheckAux *aux, xmlNode *op);
 KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op);
 KZ_API uint32_t KZD_PAS_EvalDataNodeWhenCond(KzdCheckAux *aux, xmlNode *element, uint32_t *holds);
 KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode);
-KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *element, xmlNode **resumeOut,
-                                                   uint32_t *directionOut);
+/* Decides what a failed when does to element: an error for a request element, otherwise the
+ * topmost node to remove (the element or an added ancestor left empty) in *removeOut. */
+KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *element, xmlNode **removeOut);
 
 /* Mandatory check. */
 KZ_API uint32_t KZ_PAS_CheckTreeMandatory(KzdCheckAux *aux, xmlNode *op);

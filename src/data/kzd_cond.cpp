@@ -1,0 +1,262 @@
+/* When and must evaluation over a bound instance tree. */
+#include <unordered_map>
+
+#include "data/kzd_internal.h"
+#include "xpath/kz_xpath.h"
+
+/* Conditions are interned, so the text pointer identifies a condition. */
+struct KzdCondCache {
+    std::unordered_map<const char *, XpathLex *> lexes;
+    ~KzdCondCache()
+    {
+        for (auto &entry : lexes) {
+            KZ_XPATH_FreeXpathLex(entry.second);
+        }
+    }
+};
+
+uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond)
+{
+    if (aux->condCache == nullptr) {
+        aux->condCache = new (std::nothrow) KzdCondCache();
+        if (aux->condCache == nullptr) {
+            return KZ_XPATH_EvalCondition(aux->root, contextNode, cond);
+        }
+    }
+    auto found = aux->condCache->lexes.find(cond);
+    if (found == aux->condCache->lexes.end()) {
+        XpathLex *lex = KZ_XPATH_ExprTokenize(cond);
+        if (lex == nullptr) {
+            return KZ_XPATH_EvalCondition(aux->root, contextNode, cond);
+        }
+        found = aux->condCache->lexes.emplace(cond, lex).first;
+    }
+    return KZ_XPATH_EvalTokenizedCondition(aux->root, contextNode, found->second);
+}
+
+void kzd_cond_cache_free(KzdCheckAux *aux)
+{
+    delete aux->condCache;
+    aux->condCache = nullptr;
+}
+
+namespace {
+
+bool is_operation_kind(uint32_t kind)
+{
+    return kind == KZS_NODE_ACTION || kind == KZS_NODE_RPC || kind == KZS_NODE_NOTIF || kind == KZS_NODE_INPUT ||
+           kind == KZS_NODE_OUTPUT;
+}
+
+/* The next element after node in document order within op, skipping node's children. */
+xmlNode *next_skipping_children(xmlNode *op, xmlNode *node)
+{
+    while (node != nullptr && node != op) {
+        xmlNode *sib = kzd_next_element(node);
+        if (sib != nullptr) {
+            return sib;
+        }
+        node = node->parent;
+    }
+    return nullptr;
+}
+
+xmlNode *next_in_document(xmlNode *op, xmlNode *node, bool intoChildren)
+{
+    if (intoChildren) {
+        xmlNode *child = kzd_first_child_element(node);
+        if (child != nullptr) {
+            return child;
+        }
+    }
+    return next_skipping_children(op, node);
+}
+
+} // namespace
+
+extern "C" {
+
+KZ_API uint32_t KZD_PAS_EvalDataNodeWhenCond(KzdCheckAux *aux, xmlNode *element, uint32_t *holds)
+{
+    *holds = 1;
+    KzsNode *schema = kzd_schema_of(element);
+    if (schema == nullptr || is_operation_kind(schema->kind)) {
+        return KZ_OK;
+    }
+    auto eval = [&](xmlNode *ctxNode, const char *cond) -> uint32_t {
+        uint32_t rc = kzd_eval_condition(aux, ctxNode, cond);
+        if (rc == KZD_COND_FALSE) {
+            *holds = 0;
+            return KZ_OK;
+        }
+        if (rc != KZ_OK) {
+            kzd_report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, kzd_name(element),
+                       "Failed to check when condition of %s.", kzd_name(element));
+        }
+        return rc;
+    };
+    if (schema->when != nullptr) {
+        uint32_t rc = eval(element, schema->when);
+        if (rc != KZ_OK || !*holds) {
+            return rc;
+        }
+    }
+    for (KzsNode *p = schema->parent; p != nullptr && (p->kind == KZS_NODE_CHOICE || p->kind == KZS_NODE_CASE);
+         p = p->parent) {
+        if (p->when == nullptr) {
+            continue;
+        }
+        uint32_t rc = eval(element->parent, p->when);
+        if (rc != KZ_OK || !*holds) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *element, xmlNode **removeOut)
+{
+    if (aux->flags & KZD_CHECK_NOTIF) {
+        *removeOut = element;
+        return KZ_OK;
+    }
+    if (!KZD_PAS_IsDefaultAddNode(element)) {
+        kzd_report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, kzd_name(element), "%s is not satisfied when condition.",
+                   kzd_name(element));
+        return KZD_COND_FALSE;
+    }
+    /* Remove the added element, then its added ancestors that are left without elements. */
+    xmlNode *last = element;
+    xmlNode *parent = element->parent;
+    while (parent != nullptr && KZD_PAS_IsDefaultAddNode(parent)) {
+        xmlNode *other = kzd_first_child_element(parent);
+        while (other == last) {
+            other = kzd_next_element(other);
+        }
+        if (other != nullptr) {
+            break;
+        }
+        last = parent;
+        parent = parent->parent;
+    }
+    *removeOut = last;
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_EvalDataTreeWhen(KzdCheckAux *aux, xmlNode *op)
+{
+    xmlNode *node = op;
+    while (node != nullptr) {
+        uint32_t holds = 1;
+        uint32_t rc = KZD_PAS_EvalDataNodeWhenCond(aux, node, &holds);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        if (holds) {
+            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
+            continue;
+        }
+        xmlNode *gone = nullptr;
+        rc = KZD_PAS_ProcDataNodeWhenCondNoPass(aux, node, &gone);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        xmlNode *next = next_skipping_children(op, gone);
+        if (aux->flags & KZD_CHECK_NOTIF) {
+            kzd_remove_element(gone);
+        } else {
+            KZD_PAS_DeleteDefaultAddNode(aux, gone);
+        }
+        node = next;
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
+{
+    if (schemaNode == nullptr) {
+        return KZ_OK;
+    }
+    for (uint16_t i = 0; i < schemaNode->mustCount; ++i) {
+        const KzsMust &must = schemaNode->musts[i];
+        if (must.cond == nullptr) {
+            return KZ_EINVAL;
+        }
+        uint32_t rc = kzd_eval_condition(aux, element, must.cond);
+        if (rc == KZ_OK) {
+            continue;
+        }
+        if (rc != KZD_COND_FALSE) {
+            kzd_report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, kzd_name(element),
+                       "Failed to check must condition of %s.", kzd_name(element));
+            return rc;
+        }
+        if (aux->flags & KZD_CHECK_NOTIF) {
+            return KZD_COND_FALSE;
+        }
+        if (aux->err == nullptr) {
+            aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
+                                          KZ_ERR_TAG_OPERATION_FAILED, element);
+        }
+        KZD_ERR_SetBadElement(aux->err, kzd_name(element));
+        KZD_ERR_SetErrorAppTag(aux->err, must.errAppTag != nullptr ? must.errAppTag : "must-violation");
+        if (must.errMsg != nullptr) {
+            KZD_ERR_SetErrorMsg(aux->err, "%s", must.errMsg);
+        } else {
+            KZD_ERR_SetErrorMsg(aux->err, "%s is not satisfied must condition.", kzd_name(element));
+        }
+        return KZD_COND_FALSE;
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op)
+{
+    KzsNode *start = kzd_schema_of(op);
+    if (start == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (aux->flags & KZD_CHECK_RPC) {
+        KzsNode *input = start->firstChild;
+        while (input != nullptr && input->kind != KZS_NODE_INPUT) {
+            input = input->next;
+        }
+        if (input == nullptr) {
+            return KZ_OK;
+        }
+        start = input;
+    } else if ((aux->flags & KZD_CHECK_NOTIF) == 0) {
+        return KZ_OK;
+    }
+    uint32_t rc = KZD_PAS_EvalDataNodeMustCond(aux, op, start);
+    if (rc != KZ_OK) {
+        return rc;
+    }
+    xmlNode *node = kzd_first_child_element(op);
+    while (node != nullptr) {
+        rc = KZD_PAS_EvalDataNodeMustCond(aux, node, kzd_schema_of(node));
+        if (rc == KZ_OK) {
+            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
+            continue;
+        }
+        if (rc == KZD_COND_FALSE && (aux->flags & KZD_CHECK_NOTIF)) {
+            xmlNode *next = next_skipping_children(op, node);
+            kzd_remove_element(node);
+            node = next;
+            continue;
+        }
+        return rc == KZD_COND_FALSE ? KZ_EINVAL : rc;
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_EvalDataTreeWhenMust(KzdCheckAux *aux, xmlNode *op)
+{
+    if (op == nullptr || kzd_schema_of(op) == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t rc = KZD_PAS_EvalDataTreeWhen(aux, op);
+    return rc != KZ_OK ? rc : KZD_PAS_EvalDataTreeMust(aux, op);
+}
+
+} // extern "C"

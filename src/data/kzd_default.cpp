@@ -1,0 +1,296 @@
+/* Default completion of rpc and action input, and the list of added default subtrees. */
+#include <cstring>
+
+#include "data/kzd_internal.h"
+#include "runtime/kz_mem.h"
+
+namespace {
+
+using CompleteFn = uint32_t (*)(KzdCheckAux *, xmlNode *, KzsNode *, uint32_t *);
+
+/* Added elements carry line 256 and a non-null psvi: their list entry when listed, else the
+ * list head. psvi keeps a parsed element that happens to sit on line 256 from looking added,
+ * and lets removal find the list entry without a search. */
+void mark_added(KzdCheckAux *aux, xmlNode *element)
+{
+    element->line = KZD_DEFAULT_ADDED_LINE;
+    element->psvi = &aux->defaultList;
+}
+
+uint32_t complete_children(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *added)
+{
+    for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
+        uint32_t rc = KZD_PAS_CompleteSubTree(aux, element, c, added);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        if (c == schemaNode->lastChild) {
+            break;
+        }
+    }
+    return KZ_OK;
+}
+
+uint32_t skip(KzdCheckAux *, xmlNode *, KzsNode *, uint32_t *)
+{
+    return KZ_OK;
+}
+
+constexpr CompleteFn kCompleteByKind[] = {
+    skip,                                 /* unknown */
+    KZD_PAS_CompleteDataTreeForContainer, /* container */
+    KZD_PAS_CompleteDataTreeForLeaf,      /* leaf */
+    KZD_PAS_CompleteDataTreeForLeaflist,  /* leaf-list */
+    KZD_PAS_CompleteDataTreeForList,      /* list */
+    KZD_PAS_CompleteDataTreeForChoice,    /* choice */
+    KZD_PAS_CompleteDataTreeForCase,      /* case */
+    skip,                                 /* anydata */
+    skip,                                 /* anyxml */
+    KZD_PAS_CompleteDataTreeForRpc,       /* action */
+    KZD_PAS_CompleteDataTreeForRpc,       /* rpc */
+    skip,                                 /* notification */
+    KZD_PAS_CompleteDataTreeForInput,     /* input */
+    skip,                                 /* output */
+    skip,                                 /* augment */
+};
+
+/* Adds a marked element for schemaNode; it is listed only when its parent is not itself added. */
+xmlNode *add_marked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
+{
+    xmlNode *e = value != nullptr ? KZD_PAS_AddNewChildNodeWithValue(parent, schemaNode, value)
+                                  : KZD_NODE_CreateNewChildNode(parent, schemaNode);
+    if (e != nullptr) {
+        mark_added(aux, e);
+    }
+    return e;
+}
+
+} // namespace
+
+extern "C" {
+
+KZ_API uint32_t KZD_PAS_IsDefaultAddNode(const xmlNode *element)
+{
+    return element != nullptr && element->type == XML_ELEMENT_NODE && element->line == KZD_DEFAULT_ADDED_LINE &&
+                   element->psvi != nullptr
+               ? 1u
+               : 0u;
+}
+
+KZ_API xmlNode *KZD_PAS_AddNewChildNodeWithValue(xmlNode *element, KzsNode *schemaNode, const char *value)
+{
+    xmlNode *child = KZD_NODE_CreateNewChildNode(element, schemaNode);
+    if (child != nullptr && value != nullptr) {
+        xmlNodeSetContent(child, reinterpret_cast<const xmlChar *>(value));
+    }
+    return child;
+}
+
+KZ_API uint32_t KZD_PAS_AddDefaultNodeToList(KzdCheckAux *aux, xmlNode *element)
+{
+    if (!KZD_PAS_IsDefaultAddNode(element) || KZD_PAS_IsDefaultAddNode(element->parent)) {
+        return KZ_OK;
+    }
+    auto *entry = static_cast<KzdDefaultNode *>(KZ_MemMalloc(sizeof(KzdDefaultNode)));
+    if (entry == nullptr) {
+        return KZ_ENOMEM;
+    }
+    KzdDefaultNode *head = &aux->defaultList;
+    entry->element = element;
+    entry->prev = head;
+    entry->next = head->next;
+    head->next->prev = entry;
+    head->next = entry;
+    element->psvi = entry;
+    return KZ_OK;
+}
+
+KZ_API void KZD_PAS_DeleteDefaultAddNode(KzdCheckAux *aux, xmlNode *element)
+{
+    if (element == nullptr) {
+        return;
+    }
+    if (!KZD_PAS_IsDefaultAddNode(element->parent) && element->psvi != nullptr &&
+        element->psvi != &aux->defaultList) {
+        auto *entry = static_cast<KzdDefaultNode *>(element->psvi);
+        entry->prev->next = entry->next;
+        entry->next->prev = entry->prev;
+        KZ_MemFree(entry);
+    }
+    kzd_remove_element(element);
+}
+
+KZ_API void KZD_PAS_ClearDefaultNodeTreeFlag(xmlNode *element)
+{
+    xmlNode *n = element;
+    while (n != nullptr) {
+        n->line = 0;
+        n->psvi = nullptr;
+        xmlNode *child = kzd_first_child_element(n);
+        if (child != nullptr) {
+            n = child;
+            continue;
+        }
+        while (n != element && kzd_next_element(n) == nullptr) {
+            n = n->parent;
+        }
+        n = n == element ? nullptr : kzd_next_element(n);
+    }
+}
+
+KZ_API void KZD_PAS_ClearDefaultNodeList(KzdCheckAux *aux, uint32_t keep)
+{
+    KzdDefaultNode *head = &aux->defaultList;
+    KzdDefaultNode *entry = head->next;
+    while (entry != head) {
+        KzdDefaultNode *next = entry->next;
+        if (keep) {
+            KZD_PAS_ClearDefaultNodeTreeFlag(entry->element);
+            if (aux->defaultAddedCb != nullptr) {
+                aux->defaultAddedCb(entry->element, aux->defaultAddedArg);
+            }
+        } else {
+            kzd_remove_element(entry->element);
+        }
+        KZ_MemFree(entry);
+        entry = next;
+    }
+    head->next = head;
+    head->prev = head;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteSubTree(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, uint32_t *added)
+{
+    if (schemaNode->kind > KZS_NODE_KIND_MAX) {
+        return KZ_EINVAL;
+    }
+    if (!KZ_NODE_IsEnabled(schemaNode)) {
+        return KZ_OK;
+    }
+    return kCompleteByKind[schemaNode->kind](aux, parent, schemaNode, added);
+}
+
+KZ_API uint32_t KZD_PAS_CompleteTree(KzdCheckAux *aux, xmlNode *op, uint32_t flags)
+{
+    if ((flags & KZD_CHECK_RPC) == 0) {
+        return KZ_OK;
+    }
+    KzsNode *schema = kzd_schema_of(op);
+    if (schema == nullptr || (schema->kind != KZS_NODE_ACTION && schema->kind != KZS_NODE_RPC)) {
+        return KZ_EINVAL;
+    }
+    uint32_t added = 0;
+    return KZD_PAS_CompleteDataTreeForRpc(aux, op, schema, &added);
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForRpc(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                               uint32_t *added)
+{
+    for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
+        uint32_t childAdded = 0;
+        uint32_t rc = KZD_PAS_CompleteSubTree(aux, parent, c, &childAdded);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        *added |= childAdded;
+        if (c == schemaNode->lastChild) {
+            break;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForInput(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                 uint32_t *added)
+{
+    return complete_children(aux, parent, schemaNode, added);
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForCase(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                uint32_t *added)
+{
+    return complete_children(aux, parent, schemaNode, added);
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                uint32_t *added)
+{
+    if (schemaNode->schemaInfo == nullptr) {
+        return KZ_EINVAL;
+    }
+    const char *dflt = KZ_NODE_GetDefaultValueStr(schemaNode);
+    if (dflt == nullptr || KZD_PAS_FindChildDataNode(parent, schemaNode->name) != nullptr) {
+        return KZ_OK;
+    }
+    xmlNode *leaf = add_marked(aux, parent, schemaNode, dflt);
+    if (leaf == nullptr) {
+        return KZ_ENOMEM;
+    }
+    uint32_t rc = KZD_PAS_AddDefaultNodeToList(aux, leaf);
+    if (rc != KZ_OK) {
+        kzd_remove_element(leaf);
+        return rc;
+    }
+    *added = 1;
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForLeaflist(KzdCheckAux *, xmlNode *, KzsNode *, uint32_t *)
+{
+    /* Leaf-list defaults are not completed. */
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                     uint32_t *added)
+{
+    xmlNode *existing = KZD_PAS_FindChildDataNode(parent, schemaNode->name);
+    if (existing != nullptr) {
+        return complete_children(aux, existing, schemaNode, added);
+    }
+    if (schemaNode->flags & KZS_NODE_FLAG_PRESENCE) {
+        return KZ_OK;
+    }
+    xmlNode *container = add_marked(aux, parent, schemaNode, nullptr);
+    if (container == nullptr) {
+        return KZ_ENOMEM;
+    }
+    uint32_t inner = 0;
+    uint32_t rc = complete_children(aux, container, schemaNode, &inner);
+    if (rc == KZ_OK && inner) {
+        rc = KZD_PAS_AddDefaultNodeToList(aux, container);
+        if (rc == KZ_OK) {
+            *added = 1;
+            return KZ_OK;
+        }
+    }
+    kzd_remove_element(container);
+    return rc;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForList(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                uint32_t *added)
+{
+    for (xmlNode *e = kzd_first_child_element(parent); e != nullptr; e = kzd_next_element(e)) {
+        if (kzd_schema_of(e) != schemaNode) {
+            continue;
+        }
+        uint32_t rc = complete_children(aux, e, schemaNode, added);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CompleteDataTreeForChoice(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
+                                                  uint32_t *added)
+{
+    KzsNode *branch = KZD_NODE_GetChoiceInstanceCaseBranch(parent, schemaNode);
+    if (branch == nullptr) {
+        branch = KZD_MDL_GetChoiceDefaultChildNode(schemaNode);
+    }
+    return branch != nullptr ? KZD_PAS_CompleteSubTree(aux, parent, branch, added) : KZ_OK;
+}
+
+} // extern "C"

@@ -1,0 +1,355 @@
+/* Structure pass: binds every element to its schema node and checks names, namespaces,
+ * multiplicity, values, the action, element order and case exclusivity. */
+#include <cstring>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "data/kzd_internal.h"
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_xml.h"
+#include "schema/kzs_mod.h"
+
+namespace {
+
+constexpr size_t kValueShownMax = 256; /* longer values are cut in messages */
+constexpr size_t kValueShownCut = 253;
+
+/* What the siblings bound so far under one parent have shown: single-instance schema nodes,
+ * and the branch taken for each choice. It replaces scans of all earlier siblings. */
+struct SiblingState {
+    std::unordered_set<const KzsNode *> single;
+    std::unordered_map<const KzsNode *, const KzsNode *> branches;
+};
+
+uint32_t unexpected(KzdCheckAux *aux, xmlNode *element)
+{
+    return kzd_report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, kzd_name(element), "Unexpected element: %s.",
+                      kzd_name(element));
+}
+
+bool is_multi_instance(const KzsNode *node)
+{
+    return node->kind == KZS_NODE_LEAFLIST || node->kind == KZS_NODE_LIST;
+}
+
+uint32_t check_single_instance(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
+{
+    const KzsNode *schema = kzd_schema_of(element);
+    if (element->parent == aux->root || is_multi_instance(schema)) {
+        return KZ_OK;
+    }
+    if (!state.single.insert(schema).second) {
+        return unexpected(aux, element);
+    }
+    return KZ_OK;
+}
+
+uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
+{
+    KzsNode *choice = nullptr;
+    KzsNode *branch = nullptr;
+    if (!KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(element), &choice, &branch)) {
+        return KZ_OK;
+    }
+    auto seen = state.branches.emplace(choice, branch);
+    if (!seen.second && seen.first->second != branch && KZD_PAS_IsUnderRpcOrActionTree(aux)) {
+        return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element),
+                          "Data for more than one case branch of a choice is present.");
+    }
+    return KZ_OK;
+}
+
+/* Steps of binding one child element, in order; the sibling checks use the parent's state. */
+uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state)
+{
+    if (element->_private != nullptr) {
+        return KZ_OK;
+    }
+    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, KZD_NODE_GetModuleName(aux->ctx, element),
+                                                           kzd_name(element));
+    if (schema == nullptr) {
+        return unexpected(aux, element);
+    }
+    element->_private = schema;
+    uint32_t rc = check_single_instance(aux, element, state);
+    if (rc == KZ_OK) {
+        rc = KZD_PAS_CheckDataNodeValue(aux, element);
+    }
+    if (rc == KZ_OK && schema->kind == KZS_NODE_ACTION) {
+        rc = KZD_PAS_CheckActionNodeRepeat(aux, element);
+    }
+    if (rc == KZ_OK) {
+        rc = KZD_PAS_CheckElementNodeOrder(aux, element);
+    }
+    if (rc == KZ_OK) {
+        rc = check_cases(aux, element, state);
+    }
+    return rc;
+}
+
+/* One element whose children are being bound. */
+struct Frame {
+    xmlNode *element;
+    xmlNode *next; /* next child element to bind */
+    bool action;
+    SiblingState state;
+};
+
+/* Checks an element's own content; returns false when its children are not to be bound. */
+bool enter_element(KzdCheckAux *aux, xmlNode *element, uint32_t *rc)
+{
+    const KzsNode *schema = kzd_schema_of(element);
+    *rc = KZ_OK;
+    if (schema == nullptr) {
+        return false;
+    }
+    if (schema->kind == KZS_NODE_ANYDATA || schema->kind == KZS_NODE_ANYXML) {
+        return false;
+    }
+    if (KZD_MDL_IsSchemaNodeDefineWithMountPoint(schema)) {
+        aux->flags |= KZD_CHECK_MOUNT_SEEN;
+        return false;
+    }
+    if (schema->kind == KZS_NODE_LEAF || schema->kind == KZS_NODE_LEAFLIST) {
+        *rc = KZD_PAS_CheckLeafXmlNodeType(aux, element);
+        return false;
+    }
+    return true;
+}
+
+/* Binds the subtree below element without recursion. */
+uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
+{
+    uint32_t rc;
+    if (!enter_element(aux, element, &rc)) {
+        return rc;
+    }
+    std::vector<Frame> stack;
+    auto push = [&](xmlNode *e) {
+        bool action = kzd_schema_of(e)->kind == KZS_NODE_ACTION;
+        if (action) {
+            aux->flags |= KZD_CHECK_IN_ACTION;
+        }
+        stack.push_back(Frame{e, kzd_first_child_element(e), action, {}});
+    };
+    push(element);
+    while (!stack.empty()) {
+        Frame &top = stack.back();
+        xmlNode *child = top.next;
+        if (child == nullptr) {
+            if (top.action) {
+                aux->flags &= ~KZD_CHECK_IN_ACTION;
+            }
+            stack.pop_back();
+            continue;
+        }
+        top.next = kzd_next_element(child);
+        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        if (enter_element(aux, child, &rc)) {
+            push(child);
+        } else if (rc != KZ_OK) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
+} // namespace
+
+extern "C" {
+
+KZ_API uint32_t KZD_PAS_IsUnderRpcOrActionTree(const KzdCheckAux *aux)
+{
+    if (aux->flags & KZD_CHECK_ACTION) {
+        return (aux->flags & KZD_CHECK_IN_ACTION) ? 1u : 0u;
+    }
+    return (aux->flags & KZD_CHECK_RPC) ? 1u : 0u;
+}
+
+KZ_API uint32_t KZD_PAS_CheckTopSchemaNode(KzdCheckAux *aux, xmlNode *top, KzsNode *schemaNode)
+{
+    if ((aux->flags & KZD_CHECK_RPC) && schemaNode->kind != KZS_NODE_RPC) {
+        aux->flags |= KZD_CHECK_ACTION;
+    }
+    if ((aux->flags & KZD_CHECK_NOTIF) && schemaNode->kind != KZS_NODE_NOTIF) {
+        return unexpected(aux, top);
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_FlushTreeWithSchema(KzdCheckAux *aux, xmlNode *top)
+{
+    if (top == nullptr) {
+        return KZ_EINVAL;
+    }
+    if (top->_private != nullptr) {
+        return KZ_OK;
+    }
+    if (top->type != XML_ELEMENT_NODE) {
+        return KZ_EINVAL;
+    }
+    const char *ns = KZ_XML_GetXmlNodeDefaultNs(top);
+    if (ns == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzMod *mod = KZ_CTX_GetModuleByModNs(aux->ctx, ns);
+    if (mod == nullptr) {
+        return kzd_report(aux, KZ_ERR_TAG_UNKNOWN_NAMESPACE, top, kzd_name(top), "%s has invalid namespace: %s.",
+                          kzd_name(top), ns);
+    }
+    KzsNode *schema = KZS_MOD_FindTopLevelSchemaNode(mod, kzd_name(top));
+    if (schema == nullptr) {
+        return unexpected(aux, top);
+    }
+    top->_private = schema;
+    uint32_t rc = KZD_PAS_CheckTopSchemaNode(aux, top, schema);
+    return rc != KZ_OK ? rc : KZD_PAS_FlushAllElementChildNodeWithSchema(aux, top);
+}
+
+KZ_API uint32_t KZD_PAS_FlushAllElementChildNodeWithSchema(KzdCheckAux *aux, xmlNode *element)
+{
+    return walk_children(aux, element);
+}
+
+KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema)
+{
+    if (element->_private != nullptr) {
+        return KZ_OK;
+    }
+    /* Standalone binding of one element: its earlier siblings give the sibling state. */
+    SiblingState state;
+    for (xmlNode *s = kzd_first_child_element(element->parent); s != nullptr && s != element;
+         s = kzd_next_element(s)) {
+        const KzsNode *schema = kzd_schema_of(s);
+        KzsNode *choice = nullptr;
+        KzsNode *branch = nullptr;
+        if (schema != nullptr && !is_multi_instance(schema)) {
+            state.single.insert(schema);
+        }
+        if (KZD_MDL_GetChoiceCaseParentNode(schema, &choice, &branch)) {
+            state.branches.emplace(choice, branch);
+        }
+    }
+    uint32_t rc = bind_child(aux, element, parentSchema, state);
+    return rc != KZ_OK ? rc : walk_children(aux, element);
+}
+
+KZ_API uint32_t KZD_PAS_CheckLeafXmlNodeType(KzdCheckAux *aux, xmlNode *element)
+{
+    xmlNode *first = element->children;
+    if (first == nullptr) {
+        return KZ_OK;
+    }
+    if (first->type != XML_TEXT_NODE) {
+        return unexpected(aux, element);
+    }
+    if (first->next != nullptr) {
+        return unexpected(aux, first->next);
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CheckMultipleInstanceNode(KzdCheckAux *aux, xmlNode *element)
+{
+    const KzsNode *schema = kzd_schema_of(element);
+    if (schema == nullptr || element->parent == aux->root || is_multi_instance(schema)) {
+        return KZ_OK;
+    }
+    for (xmlNode *s = element->prev; s != nullptr; s = s->prev) {
+        if (kzd_schema_of(s) == schema) {
+            return unexpected(aux, element);
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_SetInvalidValueErr(KzdCheckAux *aux, xmlNode *element)
+{
+    const char *text = KZ_XML_GetElemNodeContent(element);
+    std::string shown = text != nullptr ? text : "";
+    if (shown.size() > kValueShownMax) {
+        shown = shown.substr(0, kValueShownCut) + "...";
+    }
+    return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element), "%s has invalid value %s.",
+                      kzd_name(element), shown.c_str());
+}
+
+KZ_API uint32_t KZD_PAS_CheckDataNodeValue(KzdCheckAux *aux, xmlNode *element)
+{
+    const KzsNode *schema = kzd_schema_of(element);
+    if (schema == nullptr || (schema->kind != KZS_NODE_LEAF && schema->kind != KZS_NODE_LEAFLIST) ||
+        (aux->flags & KZD_CHECK_NOTIF)) {
+        return KZ_OK;
+    }
+    uint32_t rc = KZ_NODE_ValidateValue(schema, KZ_VAL_INPUT_XMLNODE, element);
+    if (rc != KZ_OK) {
+        KZD_PAS_SetInvalidValueErr(aux, element);
+    }
+    return rc;
+}
+
+KZ_API uint32_t KZD_PAS_CheckActionNodeRepeat(KzdCheckAux *aux, xmlNode *element)
+{
+    if ((aux->flags & KZD_CHECK_ACTION) == 0) {
+        return KZ_EINVAL;
+    }
+    if (aux->actionElement != nullptr) {
+        return unexpected(aux, element);
+    }
+    aux->actionElement = element;
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CheckElementNodeOrder(KzdCheckAux *aux, xmlNode *element)
+{
+    if (!KZD_PAS_IsUnderRpcOrActionTree(aux) || element->prev == nullptr) {
+        return KZ_OK;
+    }
+    xmlNode *prev = element->prev;
+    const KzsNode *prevSchema = kzd_schema_of(prev);
+    KzsNode *schema = kzd_schema_of(element);
+    if (prevSchema == nullptr || schema == nullptr) {
+        return KZ_OK;
+    }
+    KzsNode *ancestor = KZD_MDL_GetClosestAncestorNodeNotChoiceCase(schema);
+    for (KzsNode *n = KZD_MDL_GetNextDataNodeInSameMod(schema, ancestor); n != nullptr;
+         n = KZD_MDL_GetNextDataNodeInSameMod(n, ancestor)) {
+        if (n == prevSchema) {
+            kzd_report(aux, KZ_ERR_TAG_MISSING_ELEMENT, element, kzd_name(element),
+                       "Invalid element order between %s and %s.", kzd_name(element),
+                       reinterpret_cast<const char *>(prev->name));
+            return KZ_EINVAL;
+        }
+    }
+    return KZ_OK;
+}
+
+KZ_API uint32_t KZD_PAS_CheckMultiCases(KzdCheckAux *aux, xmlNode *element)
+{
+    if (!KZD_PAS_IsUnderRpcOrActionTree(aux)) {
+        return KZ_OK;
+    }
+    KzsNode *choice = nullptr;
+    KzsNode *branch = nullptr;
+    if (!KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(element), &choice, &branch)) {
+        return KZ_OK;
+    }
+    for (xmlNode *s = kzd_first_child_element(element->parent); s != nullptr && s != element;
+         s = kzd_next_element(s)) {
+        KzsNode *otherChoice = nullptr;
+        KzsNode *otherBranch = nullptr;
+        if (KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(s), &otherChoice, &otherBranch) && otherChoice == choice &&
+            otherBranch != branch) {
+            return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element),
+                              "Data for more than one case branch of a choice is present.");
+        }
+    }
+    return KZ_OK;
+}
+
+} // extern "C"

@@ -1,0 +1,172 @@
+/* Validation entry points and the pipeline of passes. */
+#include <libxml/parser.h>
+
+#include <cstring>
+#include <memory>
+
+#include "data/kzd_internal.h"
+
+namespace {
+
+struct DocFree {
+    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+
+/* Blank text nodes are dropped, as the structure pass expects element-only content. No
+ * network access and no entity substitution for documents that come from the wire. */
+DocPtr parse_text(const char *text)
+{
+    size_t len = strlen(text);
+    if (len > static_cast<size_t>(INT32_MAX)) {
+        return nullptr;
+    }
+    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET));
+}
+
+KzdErrNode *generic_record(KzdCheckAux *aux)
+{
+    return KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, KZ_ERR_TAG_OPERATION_FAILED,
+                              nullptr);
+}
+
+/* Settles the default list and the record after a validation of a request. */
+KzdErrNode *finish_request(KzdCheckAux *aux, uint32_t rc)
+{
+    kzd_cond_cache_free(aux);
+    if (rc == KZ_OK) {
+        KZD_PAS_ClearDefaultNodeList(aux, 1);
+        KZ_FreeErrNode(aux->err);
+        return nullptr;
+    }
+    KZD_PAS_ClearDefaultNodeList(aux, 0);
+    return aux->err != nullptr ? aux->err : generic_record(aux);
+}
+
+} // namespace
+
+extern "C" {
+
+KZ_API void KZD_PAS_InitCheckAux(KzdCheckAux *aux, KzCtx *ctx, uint32_t flags, KzDefaultAddedCb cb, void *arg)
+{
+    memset(aux, 0, sizeof *aux);
+    aux->ctx = ctx;
+    aux->flags = flags;
+    aux->defaultList.next = &aux->defaultList;
+    aux->defaultList.prev = &aux->defaultList;
+    aux->defaultAddedCb = cb;
+    aux->defaultAddedArg = arg;
+}
+
+KZ_API void KZD_PAS_ClearXmlTreePrivate(xmlNode *element)
+{
+    xmlNode *n = element;
+    while (n != nullptr) {
+        n->_private = nullptr;
+        xmlNode *child = kzd_first_child_element(n);
+        if (child != nullptr) {
+            n = child;
+            continue;
+        }
+        while (n != element && kzd_next_element(n) == nullptr) {
+            n = n->parent;
+        }
+        n = n == element ? nullptr : kzd_next_element(n);
+    }
+}
+
+KZ_API uint32_t KZD_PAS_ValidateDataTree(KzdCheckAux *aux, xmlNode *top)
+{
+    if (top == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t rc = KZD_PAS_FlushTreeWithSchema(aux, top);
+    if (rc != KZ_OK) {
+        return rc;
+    }
+    const uint32_t actionMount = KZD_CHECK_ACTION | KZD_CHECK_MOUNT_SEEN;
+    if ((aux->flags & actionMount) == actionMount) {
+        return KZ_OK;
+    }
+    xmlNode *op = top;
+    if (aux->flags & KZD_CHECK_ACTION) {
+        if (aux->actionElement == nullptr) {
+            if (aux->err == nullptr) {
+                aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
+                                              KZ_ERR_TAG_UNKNOWN_ELEMENT, nullptr);
+            }
+            KZD_ERR_SetErrorMsg(aux->err, "Unexpected element: %s.", "action");
+            KZD_ERR_SetBadElement(aux->err, "action");
+            return KZ_EINVAL;
+        }
+        op = aux->actionElement;
+    }
+    rc = KZD_PAS_CompleteTree(aux, op, aux->flags);
+    if (rc == KZ_OK) {
+        rc = KZD_PAS_EvalDataTreeWhenMust(aux, op);
+    }
+    if (rc == KZ_OK) {
+        rc = KZ_PAS_CheckTreeMandatory(aux, op);
+    }
+    return rc;
+}
+
+KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
+                                              KzDefaultAddedCb defaultAddedCb, void *defaultAddedArg)
+{
+    KzdCheckAux aux;
+    KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_RPC, defaultAddedCb, defaultAddedArg);
+    if (ctx == nullptr || data == nullptr) {
+        return generic_record(&aux);
+    }
+    if (dataKind == KZ_DATA_KIND_XMLTREE) {
+        auto *top = static_cast<xmlNode *>(data);
+        aux.root = top->parent;
+        KZD_PAS_ClearXmlTreePrivate(top);
+        KzdErrNode *err = finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
+        KZD_PAS_ClearXmlTreePrivate(top);
+        return err;
+    }
+    DocPtr doc = parse_text(static_cast<const char *>(data));
+    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (top == nullptr) {
+        return generic_record(&aux);
+    }
+    aux.root = reinterpret_cast<xmlNode *>(doc.get());
+    return finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
+}
+
+KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb, void *resultArg)
+{
+    if (ctx == nullptr || text == nullptr) {
+        return KZ_EINVAL;
+    }
+    DocPtr doc = parse_text(text);
+    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (top == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzdCheckAux aux;
+    KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
+    aux.root = reinterpret_cast<xmlNode *>(doc.get());
+    uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
+    kzd_cond_cache_free(&aux);
+    KZD_PAS_ClearDefaultNodeList(&aux, 0);
+    KZ_FreeErrNode(aux.err);
+    if (rc != KZ_OK) {
+        return KZ_EINVAL;
+    }
+    xmlChar *dumped = nullptr;
+    int size = 0;
+    xmlDocDumpFormatMemoryEnc(doc.get(), &dumped, &size, "UTF-8", 1);
+    doc.reset();
+    if (dumped == nullptr || size <= 0) {
+        xmlFree(dumped);
+        return KZ_EINVAL;
+    }
+    uint32_t result = resultCb != nullptr ? resultCb(reinterpret_cast<const char *>(dumped), resultArg) : KZ_OK;
+    xmlFree(dumped);
+    return result;
+}
+
+} // extern "C"
