@@ -25,7 +25,10 @@ const char *ReadStep(const char *p, Step &step)
     if (end == nullptr || step.name[0] == '\0') {
         return nullptr;
     }
-    return *end == '/' ? end + 1 : end;
+    if (*end != '/') {
+        return end;
+    }
+    return end[1] != '\0' ? end + 1 : nullptr; /* a trailing "/" promises a step */
 }
 
 bool IsDotDotStep(const char *p)
