@@ -247,6 +247,25 @@ KZ_API char *KZ_XPATH_CopyElementNodeContent(struct _xmlNode *node);
 /* XPath number syntax (optional blanks and "-"); NaN for anything else. */
 KZ_API double KZ_XPATH_StrToNumber(const char *text);
 
+/* ---- Token lists kept across evaluations -------------------------------------
+ * Conditions on schema nodes are interned texts, so one text pointer stands
+ * for one condition. A validation run can keep a cache and evaluate each
+ * element's when/must with KZ_XPATH_EvalTokenizedCondition(root, element,
+ * KZ_XPATH_GetCachedLex(cache, cond)), tokenizing every distinct condition
+ * once. The cache itself is not locked: use one per thread. */
+typedef struct KzXpathLexCache KzXpathLexCache;
+
+KZ_API KzXpathLexCache *KZ_XPATH_CreateLexCache(void);
+/* Frees every token list of the cache (not the texts) and the cache; null is ignored. */
+KZ_API void KZ_XPATH_DestroyLexCache(KzXpathLexCache *cache);
+/* Token list of `expr`, made on first request and kept, keyed by the text's
+ * address; the text must outlive the cache. Null when tokenizing fails (the
+ * failure is remembered too) or on a null argument or exhausted memory. */
+KZ_API const XpathLex *KZ_XPATH_GetCachedLex(KzXpathLexCache *cache, const char *expr);
+/* KZ_XPATH_EvalCondition with the token list taken from the cache. */
+KZ_API uint32_t KZ_XPATH_EvalCachedCondition(KzXpathLexCache *cache, struct _xmlNode *rootNode,
+                                            struct _xmlNode *contextNode, const char *expr);
+
 /* ---- Path rewriting -------------------------------------------------------- */
 
 #define KZ_XPATH_JSON_BUF_SIZE 3096u

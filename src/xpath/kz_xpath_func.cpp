@@ -5,9 +5,7 @@
 
 #include <cstring>
 
-#if __has_include("data/kzd_valid.h")
 #include "data/kzd_valid.h"
-#endif
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
@@ -75,14 +73,12 @@ char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
     if (node == nullptr) {
         return DupText("");
     }
-#if __has_include("data/kzd_valid.h")
     auto *sn = static_cast<KzsNode *>(node->_private);
     if (node->type == XML_ELEMENT_NODE && sn != nullptr && IsIdentityrefSchemaNode(sn)) {
         /* identityref values compare in module:identity form, whatever prefix the document used */
         char *value = KZD_NODE_GetValueContent(node, sn);
         return value != nullptr ? value : DupText("");
     }
-#endif
     xmlChar *content = xmlNodeGetContent(node);
     if (content == nullptr) {
         return DupText("");
