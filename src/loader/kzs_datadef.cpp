@@ -32,6 +32,21 @@ constexpr uint32_t kAugmentNodes[] = {KZS_STMT_CONTAINER, KZS_STMT_LEAF,   KZS_S
 
 constexpr uint32_t kMaxSubElems = 18;
 
+/* Data-definition statements recurse through the framework; the parser of
+ * the documents already caps element nesting, this keeps the bound explicit. */
+constexpr uint32_t kMaxNodeDepth = 512;
+
+bool TooDeep(const xmlNode *elem)
+{
+    uint32_t depth = 0;
+    for (const xmlNode *p = elem; p != nullptr; p = p->parent) {
+        if (++depth > kMaxNodeDepth) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /* Descriptors of one node's sub-statements, with the counters they need. */
 struct NodeSubStmts {
     SubParseElem elems[kMaxSubElems]{};
@@ -174,6 +189,10 @@ KZ_API KzsNode *KZS_LOADER_ParseNodeCommon(KzMod *mod, xmlNode *elem, uint32_t k
         return nullptr;
     }
     const uint32_t stmt = KZS_NODE_GetStmtByNodeType(kind);
+    if (TooDeep(elem)) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_NODE, Keyword(stmt), "");
+        return nullptr;
+    }
     const char *name;
     if (kind == KZS_NODE_INPUT || kind == KZS_NODE_OUTPUT) {
         name = Keyword(stmt);

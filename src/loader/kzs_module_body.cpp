@@ -63,6 +63,29 @@ xmlNode *FirstChildNamed(xmlNode *elem, const char *localName)
     return nullptr;
 }
 
+/* The record's import append wants a prefix; an import without one is still
+ * kept, with a null prefix, grown by exactly one entry like any append. */
+uint32_t AppendImportWithoutPrefix(KzMod *mod, const char *name)
+{
+    if (mod->importCount == UINT16_MAX) {
+        return KZ_EINVAL;
+    }
+    const char *interned = KZ_DICT_Insert(ModDict(mod), name);
+    if (interned == nullptr) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(&mod->imports), mod->importCount, 1,
+                                      sizeof(KzsImport));
+    if (ret != KZ_OK) {
+        KZ_DICT_Remove(ModDict(mod), interned);
+        return ret;
+    }
+    mod->imports[mod->importCount].modName = interned;
+    mod->imports[mod->importCount].prefix = nullptr;
+    mod->importCount++;
+    return KZ_OK;
+}
+
 /* Frees a libxml2 document when the scope ends. */
 struct DocGuard {
     xmlDoc *doc;
@@ -83,16 +106,6 @@ struct PathCollectionGuard {
         }
     }
 };
-
-bool AssisterHasSuffix(const LoadAssister *assister, const char *suffix)
-{
-    for (uint16_t i = 0; i < assister->suffixCount; i++) {
-        if (std::strcmp(assister->suffixes[i].suffix, suffix) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
 
 } /* namespace */
 
@@ -288,7 +301,10 @@ KZ_API uint32_t KZS_LOADER_ParseImport(KzMod *mod, xmlNode *importElem)
     if (existing != nullptr && existing->modName != nullptr && std::strcmp(existing->modName, name) == 0) {
         return KZ_OK; /* the same import again */
     }
-    return KZS_MOD_AppendOneImport(mod, name, prefix);
+    if (prefix != nullptr) {
+        return KZS_MOD_AppendOneImport(mod, name, prefix);
+    }
+    return AppendImportWithoutPrefix(mod, name);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseInclude(KzMod *mod, xmlNode *includeElem, LoadAssister *assister)
@@ -529,13 +545,7 @@ KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *sub
     if (coll.coll == nullptr) {
         return KZ_ENOENT;
     }
-    uint32_t ret = KZ_OK;
-    for (uint16_t i = 0; i < coll.coll->count && ret == KZ_OK; i++) {
-        const char *suffix = coll.coll->objs[i].suffix;
-        if (suffix[0] != '\0' && !AssisterHasSuffix(use, suffix)) {
-            ret = KZS_LOADER_AppendOneSuffixToAssister(use, suffix, 0);
-        }
-    }
+    uint32_t ret = KZS_LOADER_AddPathObjToLoadAssister(coll.coll, use);
     const PathObj *path = ret == KZ_OK ? KZS_LOADER_GetNextPathObjToProc(coll.coll, use) : nullptr;
     if (ret == KZ_OK && path == nullptr) {
         ret = KZ_ENOENT;
