@@ -65,9 +65,9 @@ void *KZT_CONS_CopyConsDataBodyWithDerived(KzDict *dict, const void *src)
         KZ_MemFree(body);
         return nullptr;
     }
-    // The binding points into the source's module; a copy placed in another
-    // module is re-pointed by the next KZT_TYPE_UpdateRealTypeDerivedFrom.
-    body->tdefRealType = from->tdefRealType;
+    // The binding is not carried over: it points into a typedef array that may
+    // be freed (merge sources) or grown while the copy lives. The copy is bound
+    // by the next KZT_TYPE_UpdateRealTypeDerivedFrom, or looked up by name.
     return body;
 }
 
@@ -91,8 +91,9 @@ uint32_t KZT_CONS_UpdateConsDataDerFromWithDerived(void *body, KzMod *mod)
         return KZ_EINVAL;
     }
     // Only references into this module are bound now; other modules' typedefs
-    // are looked up at validation time.
-    if (derived->modName != mod->name || derived->tdefRealType != nullptr) {
+    // are looked up at validation time. A reference bound earlier is bound
+    // again: appending typedefs (merge) moves the array it pointed into.
+    if (derived->modName != mod->name) {
         return KZ_OK;
     }
     KzsTypedef *tdef = KZS_MOD_FindTypDefObjByName(mod, derived->tdefName);
