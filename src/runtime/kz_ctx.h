@@ -84,6 +84,8 @@ KZ_API void KZ_CTX_DeInitModuleTree(KzCtx *ctx);
 KZ_API int32_t KZ_CTX_ModTreeKeyCompare(const char *a, const char *b);
 /* 0, or 1 for NULL arguments or a name/namespace already registered. */
 KZ_API uint32_t KZ_CTX_AddModuleNode(KzCtx *ctx, KzMod *mod);
+/* (internal) Unregisters the module from both trees without freeing it. */
+void KZ_CTX_UnlinkModuleNode(KzCtx *ctx, const KzMod *mod);
 /* Unregisters the module, drops its diagnostics and frees it (KZS_MOD_Free). */
 KZ_API void KZ_CTX_DestroyModuleNode(KzCtx *ctx, KzMod *mod);
 /* (internal) Registered modules in name order (NULL after the last); for walks that do

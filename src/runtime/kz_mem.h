@@ -98,9 +98,10 @@ void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size);
 void kz_part_free(void *ptr);
 /* Blocks currently held from the partition (for checks and tests). */
 uint64_t kz_part_live_blocks(void);
-/* The choice rule on a meminfo stream (NULL: unreadable); returns state 1 or 2
- * and, for state 2, the handle and partition created. */
-uint32_t kz_mem_decide(FILE *meminfo, uint32_t *handleOut, uint8_t *ptOut);
+/* The choice rule: readRc is the result of reading the total memory figure
+ * (0 when totalKb is valid).  Returns state 1 or 2; for state 2 the handle and
+ * partition created are stored. */
+uint32_t kz_mem_choose(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,128 @@
+// The string dictionary.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "runtime/kz_dict.h"
+#include "runtime/kz_mem.h"
+
+namespace {
+
+class RuntimeDict : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(0u, KZ_DICT_Init(&dict_));
+    }
+    void TearDown() override
+    {
+        KZ_DICT_Destroy(&dict_);
+    }
+    uint32_t Bucket(const char *s) const
+    {
+        return KZ_DICT_HashVal(s) & (dict_.bucketCount - 1);
+    }
+    // Two different texts that land in one bucket.
+    std::pair<std::string, std::string> Colliding() const
+    {
+        std::string first = "k0";
+        for (int i = 1; i < 100000; ++i) {
+            std::string other = "k" + std::to_string(i);
+            if (Bucket(other.c_str()) == Bucket(first.c_str())) {
+                return {first, other};
+            }
+        }
+        return {};
+    }
+    KzDict dict_{};
+};
+
+}  // namespace
+
+TEST_F(RuntimeDict, HashTakesBytesAsSigned)
+{
+    EXPECT_EQ(0u, KZ_DICT_HashVal(""));
+    EXPECT_EQ(3392050242u, KZ_DICT_HashVal("a"));
+    EXPECT_EQ(4154750895u, KZ_DICT_HashVal("module"));
+    EXPECT_EQ(2356222837u, KZ_DICT_HashVal("\xe9t\xe9"));
+    EXPECT_EQ(1024u, dict_.bucketCount);
+}
+
+TEST_F(RuntimeDict, EqualTextsShareOneReferenceCountedCopy)
+{
+    std::string text = "ietf-interfaces";
+    const char *a = KZ_DICT_Insert(&dict_, text.c_str());
+    ASSERT_NE(nullptr, a);
+    EXPECT_NE(text.c_str(), a);
+    const char *b = KZ_DICT_Insert(&dict_, "ietf-interfaces");
+    EXPECT_EQ(a, b);
+    KzDictBucket &bucket = dict_.buckets[Bucket(a)];
+    ASSERT_NE(nullptr, bucket.head);
+    EXPECT_EQ(2u, bucket.head->refCount);
+    EXPECT_EQ(1u, bucket.entryCount);
+
+    KZ_DICT_Remove(&dict_, "ietf-interfaces");
+    EXPECT_EQ(a, bucket.head->text);  // survives one remove
+    KZ_DICT_Remove(&dict_, a);
+    EXPECT_EQ(nullptr, bucket.head);
+    EXPECT_EQ(0u, bucket.entryCount);
+    // Unknown strings and NULL are ignored.
+    KZ_DICT_Remove(&dict_, "never-inserted");
+    KZ_DICT_Remove(&dict_, nullptr);
+    EXPECT_EQ(nullptr, KZ_DICT_Insert(&dict_, nullptr));
+}
+
+TEST_F(RuntimeDict, ChainsAppendAndHeadCountDropsWheneverAHeadGoes)
+{
+    auto [first, second] = Colliding();
+    ASSERT_FALSE(first.empty());
+    const char *a = KZ_DICT_Insert(&dict_, first.c_str());
+    const char *b = KZ_DICT_Insert(&dict_, second.c_str());
+    KzDictBucket &bucket = dict_.buckets[Bucket(a)];
+    EXPECT_EQ(2u, bucket.entryCount);
+    EXPECT_EQ(a, bucket.head->text);
+    EXPECT_EQ(b, bucket.head->next->text);
+    EXPECT_EQ(1u, dict_.headCount);  // only an empty chain's new head counts
+
+    // Removing the tail keeps the head count; removing a head always drops it.
+    KZ_DICT_Insert(&dict_, second.c_str());
+    KZ_DICT_Remove(&dict_, b);
+    EXPECT_EQ(1u, dict_.headCount);
+    KZ_DICT_Remove(&dict_, a);
+    EXPECT_EQ(b, bucket.head->text);
+    EXPECT_EQ(0u, dict_.headCount);
+    KZ_DICT_Remove(&dict_, b);
+    EXPECT_EQ(0xFFFFFFFFu, dict_.headCount);
+    EXPECT_EQ(nullptr, bucket.head);
+}
+
+TEST_F(RuntimeDict, RemovingEverythingReturnsEveryBlock)
+{
+    if (g_kzMemFuncInit != KZ_MEM_STATE_PARTITION) {
+        GTEST_SKIP() << "block count is kept by the partition only";
+    }
+    uint64_t before = kz_part_live_blocks();
+    std::vector<const char *> kept;
+    for (int i = 0; i < 3000; ++i) {
+        kept.push_back(KZ_DICT_Insert(&dict_, ("name-" + std::to_string(i % 1500)).c_str()));
+    }
+    for (const char *s : kept) {
+        KZ_DICT_Remove(&dict_, s);
+    }
+    EXPECT_EQ(before, kz_part_live_blocks());
+}
+
+TEST(RuntimeDictLife, DestroyedDictionaryRefusesWork)
+{
+    KzDict dict{};
+    EXPECT_EQ(nullptr, KZ_DICT_Insert(&dict, "x"));  // never initialised
+    ASSERT_EQ(0u, KZ_DICT_Init(&dict));
+    const char *s = KZ_DICT_Insert(&dict, "x");
+    KZ_DICT_Remove(&dict, s);
+    KZ_DICT_Destroy(&dict);
+    EXPECT_EQ(nullptr, dict.buckets);
+    EXPECT_EQ(nullptr, KZ_DICT_Insert(&dict, "x"));
+    KZ_DICT_Destroy(&dict);
+    EXPECT_EQ(KZ_ERR, KZ_DICT_Init(nullptr));
+}

@@ -1,0 +1,194 @@
+// Allocator choice, arrays and allocated strings.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "runtime/kz_mem.h"
+
+namespace {
+
+uint32_t ReadFigure(const std::string &text, uint64_t *out)
+{
+    FILE *f = fmemopen(const_cast<char *>(text.data()), text.size(), "r");
+    if (f == nullptr) {
+        return 99;
+    }
+    uint32_t rc = KZ_UTL_ReadTotalMemFromFile(f, out);
+    fclose(f);
+    return rc;
+}
+
+struct FreeStr {
+    void operator()(char *p) const
+    {
+        KZ_MemFree(p);
+    }
+};
+using Str = std::unique_ptr<char, FreeStr>;
+
+}  // namespace
+
+TEST(RuntimeMemChoice, ThresholdIsFourGiBInKilobytes)
+{
+    uint32_t handle = 0;
+    uint8_t pt = 0;
+    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz_mem_choose(0, 4194303, &handle, &pt));
+    EXPECT_EQ(0u, handle);
+    EXPECT_EQ(KZ_MEM_STATE_PARTITION, kz_mem_choose(0, 4194304, &handle, &pt));
+    EXPECT_NE(0u, handle);
+    EXPECT_NE(0u, pt);
+    // An unreadable figure selects the C library whatever the number says.
+    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz_mem_choose(KZ_ERR, 1ull << 40, &handle, &pt));
+}
+
+TEST(RuntimeMemChoice, ReadsMemTotalFromTheFirstLineThatHasIt)
+{
+    uint64_t kb = 0;
+    EXPECT_EQ(0u, ReadFigure("MemFree: 1 kB\nMemTotal:       4194304 kB\nMemTotal: 7 kB\n", &kb));
+    EXPECT_EQ(4194304u, kb);
+    // The key may stand anywhere in the line; the second token is the value.
+    EXPECT_EQ(0u, ReadFigure("xMemTotalx\t123\n", &kb));
+    EXPECT_EQ(123u, kb);
+    EXPECT_EQ(KZ_ERR, ReadFigure("MemFree: 1 kB\n", &kb));
+    EXPECT_EQ(KZ_ERR, ReadFigure("", &kb));
+    EXPECT_EQ(KZ_ERR, ReadFigure("MemTotal: lots kB\n", &kb));
+    EXPECT_EQ(KZ_ERR, ReadFigure("MemTotal:\n", &kb));
+    // 20-byte value buffer: a 20-digit figure does not fit.
+    EXPECT_EQ(KZ_ERR, ReadFigure("MemTotal: 12345678901234567890 kB\n", &kb));
+    EXPECT_EQ(KZ_ERR, KZ_UTL_ReadTotalMemFromFile(nullptr, &kb));
+
+    char value[4];
+    EXPECT_EQ(0u, KZ_UTL_GetProcInfoValue("MemTotal: 123 kB", "MemTotal", value, sizeof value));
+    EXPECT_STREQ("123", value);
+    EXPECT_EQ(KZ_ERR, KZ_UTL_GetProcInfoValue("MemTotal: 1234 kB", "MemTotal", value, sizeof value));
+    EXPECT_EQ(KZ_ERR, KZ_UTL_GetProcInfoValue("Other: 1 kB", "MemTotal", value, sizeof value));
+}
+
+TEST(RuntimeMemChoice, FirstAllocationDecidesFromThisMachine)
+{
+    void *p = KZ_MemMalloc(8);
+    ASSERT_NE(nullptr, p);
+    uint64_t kb = 0;
+    uint32_t expected = (KZ_UTL_GetSysTotalMem(&kb) == 0 && kb >= KZ_MEM_PARTITION_THRESHOLD_KB)
+                            ? KZ_MEM_STATE_PARTITION
+                            : KZ_MEM_STATE_LIBC;
+    EXPECT_EQ(expected, g_kzMemFuncInit);
+    if (expected == KZ_MEM_STATE_PARTITION) {
+        EXPECT_NE(0u, g_kzMemHandle);
+        EXPECT_NE(0u, g_kzMemPt);
+        uint64_t live = kz_part_live_blocks();
+        KZ_MemFree(p);
+        EXPECT_EQ(live - 1, kz_part_live_blocks());
+    } else {
+        KZ_MemFree(p);
+    }
+    // Decided once: a second set-up changes nothing.
+    EXPECT_EQ(0u, KZ_UTL_MemFuncInit());
+    EXPECT_EQ(expected, g_kzMemFuncInit);
+}
+
+TEST(RuntimeArray, NewArrayArgumentRules)
+{
+    void *arr = nullptr;
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_NewArray(nullptr, 1, 4));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_NewArray(&arr, 1, 0));
+    EXPECT_EQ(0u, KZ_UTL_NewArray(&arr, 0, 4));
+    EXPECT_EQ(nullptr, arr);
+    ASSERT_EQ(0u, KZ_UTL_NewArray(&arr, 3, 4));
+    ASSERT_NE(nullptr, arr);
+    const uint8_t zeros[12] = {0};
+    EXPECT_EQ(0, memcmp(arr, zeros, sizeof zeros));
+    void *kept = arr;
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_NewArray(&arr, 3, 4));
+    EXPECT_EQ(kept, arr);
+    KZ_MemFree(arr);
+}
+
+TEST(RuntimeArray, ExpandKeepsContentAndZeroFillsTheTail)
+{
+    uint64_t *arr = nullptr;
+    void **slot = reinterpret_cast<void **>(&arr);
+    // From nothing it is exactly a new array.
+    ASSERT_EQ(0u, KZ_UTL_ExpandArray(slot, 0, 5, 8));
+    ASSERT_NE(nullptr, arr);
+    for (int i = 0; i < 5; ++i) {
+        arr[i] = 100 + i;
+    }
+    uint64_t *before = arr;
+    EXPECT_EQ(0u, KZ_UTL_ExpandArray(slot, 5, 0, 8));
+    EXPECT_EQ(before, arr);
+    ASSERT_EQ(0u, KZ_UTL_ExpandArray(slot, 5, 2, 8));
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(100u + i, arr[i]);
+    }
+    EXPECT_EQ(0u, arr[5]);
+    EXPECT_EQ(0u, arr[6]);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(slot, 7, 1, 0));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(nullptr, 7, 1, 8));
+    // The caller's count is 16 bits: growing past 65535 elements is refused.
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(slot, 7, 65529, 8));
+    KZ_MemFree(arr);
+
+    // ExpandArray from count 0 on a set pointer behaves as NewArray: refused.
+    void *set = KZ_MemMalloc(1);
+    void *p = set;
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(&p, 0, 1, 1));
+    KZ_MemFree(set);
+}
+
+TEST(RuntimeString, CopiesAndComparisons)
+{
+    Str dup(KZ_UTL_StrDup("hello"));
+    ASSERT_TRUE(dup);
+    EXPECT_STREQ("hello", dup.get());
+    EXPECT_EQ(nullptr, KZ_UTL_StrDup(nullptr));
+
+    Str part(KZ_UTL_StrDupWithSpecifyLength("hello", 3));
+    ASSERT_TRUE(part);
+    EXPECT_STREQ("hel", part.get());
+    Str whole(KZ_UTL_StrDupWithSpecifyLength("hello", 5));
+    ASSERT_TRUE(whole);
+    EXPECT_STREQ("hello", whole.get());
+    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 6));
+    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 0));
+    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength(nullptr, 1));
+
+    Str empty(KZ_UTL_CreateEmptyString());
+    ASSERT_TRUE(empty);
+    EXPECT_STREQ("", empty.get());
+
+    EXPECT_EQ(1u, KZ_UTL_IsNulStringEqual(nullptr, nullptr));
+    EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual("a", nullptr));
+    EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual(nullptr, "a"));
+    EXPECT_EQ(1u, KZ_UTL_IsNulStringEqual("a", "a"));
+    EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual("a", "b"));
+
+    EXPECT_EQ(3u, KZ_UTL_CountCharNumber("/a/b/c", '/'));
+    EXPECT_EQ(0u, KZ_UTL_CountCharNumber("abc", '/'));
+    EXPECT_EQ(0u, KZ_UTL_CountCharNumber(nullptr, '/'));
+}
+
+TEST(RuntimeString, StrnchrLooksAtPositionsZeroToN)
+{
+    const char *s = "abc";
+    EXPECT_EQ(s, KZ_UTL_Strnchr(s, 'a', 0));
+    EXPECT_EQ(s + 1, KZ_UTL_Strnchr(s, 'b', 1));
+    EXPECT_EQ(nullptr, KZ_UTL_Strnchr(s, 'c', 1));
+    EXPECT_EQ(s + 2, KZ_UTL_Strnchr(s, 'c', 2));
+    EXPECT_EQ(nullptr, KZ_UTL_Strnchr(s, 'b', 0));
+    // Stops at the end of the text however large the limit.
+    EXPECT_EQ(nullptr, KZ_UTL_Strnchr(s, 'z', 1000));
+    EXPECT_EQ(nullptr, KZ_UTL_Strnchr("", 'z', 1000));
+}
+
+TEST(RuntimeString, PatternsAreAnchoredXmlSchemaExpressions)
+{
+    EXPECT_EQ(0u, KZ_UTL_MatchStrWithPattern("123", "[0-9]+"));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern("a123", "[0-9]+"));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern("abc", "b"));
+    EXPECT_EQ(0u, KZ_UTL_MatchStrWithPattern("eth0", "\\c+\\d"));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern("x", "("));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern(nullptr, "x"));
+}

@@ -1,0 +1,129 @@
+// Identifier, path-step and integer scanners.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "runtime/kz_mem.h"
+
+TEST(RuntimeScan, IdentifierClassForwardAndBackward)
+{
+    EXPECT_EQ(8u, KZ_UTL_ConsumeIdentNameBestEffort("9a-b.c_d:x"));
+    EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameBestEffort(":x"));
+    EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameBestEffort(""));
+    EXPECT_EQ(3u, KZ_UTL_ConsumeIdentNameFromTail("pre:abc", 7));
+    EXPECT_EQ(3u, KZ_UTL_ConsumeIdentNameFromTail("pre:abc", 3));
+    EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameFromTail("pre:", 4));
+    EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameFromTail("abc", 0));
+    EXPECT_EQ(5u, KZ_UTL_ConsumeIdentNameFromTail("a-b_c", 5));
+}
+
+TEST(RuntimeScan, OnlySpaceTabAndLineFeedAreSkipped)
+{
+    const char *s = " \t\n\rx";
+    EXPECT_EQ(s + 3, KZ_UTL_ConsumeAllSpaceChar(s));
+    const char *v = "\vx";
+    EXPECT_EQ(v, KZ_UTL_ConsumeAllSpaceChar(v));
+}
+
+TEST(RuntimeScan, NextNodeName)
+{
+    char name[4] = "zzz";
+    EXPECT_EQ(0u, KZ_UTL_GetXPathNextNodeName("abc/def", name, sizeof name));
+    EXPECT_STREQ("abc", name);
+    EXPECT_EQ(KZ_ERR, KZ_UTL_GetXPathNextNodeName("/abc", name, sizeof name));
+    EXPECT_STREQ("", name);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_GetXPathNextNodeName("ab:c", name, sizeof name));
+    EXPECT_EQ(KZ_ECOPY, KZ_UTL_GetXPathNextNodeName("abcd", name, sizeof name));
+    EXPECT_STREQ("", name);
+}
+
+TEST(RuntimeScan, NextPrefixAndNode)
+{
+    char prefix[8];
+    char node[8];
+    EXPECT_EQ(0u, KZ_UTL_GetXPathNextPrefixAndNode("if:name/x", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("if", prefix);
+    EXPECT_STREQ("name", node);
+    EXPECT_EQ(0u, KZ_UTL_GetXPathNextPrefixAndNode("name", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+    EXPECT_STREQ("name", node);
+    EXPECT_EQ(KZ_ERR, KZ_UTL_GetXPathNextPrefixAndNode("", prefix, sizeof prefix, node, sizeof node));
+    // A failing node name after the colon takes the prefix back out.
+    EXPECT_EQ(KZ_ERR, KZ_UTL_GetXPathNextPrefixAndNode("if:", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_GetXPathNextPrefixAndNode("if:a:b", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_GetXPathNextPrefixAndNode("a[1]", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(KZ_EINVAL,
+              KZ_UTL_GetXPathNextPrefixAndNode("longprefix:a", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(KZ_ECOPY, KZ_UTL_GetXPathNextPrefixAndNode("p:longname", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+}
+
+TEST(RuntimeScan, PredicatedStepReturnsPositionAfterPredicates)
+{
+    char prefix[8];
+    char node[8];
+    const char *s = "if:list[k='1'][v=2]/next";
+    EXPECT_EQ(strchr(s, '/'), KZ_UTL_GetXPathNextPredicatedPrefixNode(s, prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("if", prefix);
+    EXPECT_STREQ("list", node);
+    const char *plain = "leaf";
+    EXPECT_EQ(plain + 4, KZ_UTL_GetXPathNextPredicatedPrefixNode(plain, prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+    EXPECT_STREQ("leaf", node);
+    EXPECT_EQ(nullptr, KZ_UTL_GetXPathNextPredicatedPrefixNode("a[x]y", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(nullptr, KZ_UTL_GetXPathNextPredicatedPrefixNode("a[x", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(nullptr, KZ_UTL_GetXPathNextPredicatedPrefixNode("a=b", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(nullptr, KZ_UTL_GetXPathNextPredicatedPrefixNode("p:", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_EQ(nullptr,
+              KZ_UTL_GetXPathNextPredicatedPrefixNode("p:longname", prefix, sizeof prefix, node, sizeof node));
+    EXPECT_STREQ("", prefix);
+}
+
+TEST(RuntimeScan, PredicatesEndAtTheFirstClosingBracket)
+{
+    const char *s = "[a][b]/x";
+    EXPECT_EQ(s + 6, KZ_UTL_SkipPredicateParis(s));
+    EXPECT_EQ(nullptr, KZ_UTL_SkipPredicateParis("[a]x"));
+    EXPECT_EQ(nullptr, KZ_UTL_SkipPredicateParis("[a"));
+    // No nesting: the inner ']' closes the predicate, leaving "]" behind.
+    EXPECT_EQ(nullptr, KZ_UTL_SkipPredicateParis("[a[b]]"));
+    const char *q = "[k=']']";
+    EXPECT_EQ(nullptr, KZ_UTL_SkipPredicateParis(q));
+    const char *none = "";
+    EXPECT_EQ(none, KZ_UTL_SkipPredicateParis(none));
+}
+
+TEST(RuntimeScan, SignedIntegers)
+{
+    int64_t v = 0;
+    const char *end = nullptr;
+    EXPECT_EQ(0u, KZ_UTL_ReadInputStrAsSignedInteger("  -5xyz", &end, 0, &v));
+    EXPECT_EQ(-5, v);
+    EXPECT_STREQ("xyz", end);
+    EXPECT_EQ(0u, KZ_UTL_ReadInputStrAsSignedInteger("-9223372036854775808", nullptr, 0, &v));
+    EXPECT_EQ(INT64_MIN, v);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsSignedInteger("9223372036854775808", nullptr, 0, &v));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsSignedInteger("", nullptr, 0, &v));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsSignedInteger("+", nullptr, 0, &v));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsSignedInteger("abc", nullptr, 0, &v));
+}
+
+TEST(RuntimeScan, UnsignedIntegers)
+{
+    uint64_t v = 0;
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsUnsignedInteger(" -1", nullptr, 0, &v));
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsUnsignedInteger("-0", nullptr, 0, &v));
+    EXPECT_EQ(0u, KZ_UTL_ReadInputStrAsUnsignedInteger("18446744073709551615", nullptr, 0, &v));
+    EXPECT_EQ(UINT64_MAX, v);
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsUnsignedInteger("18446744073709551616", nullptr, 0, &v));
+    EXPECT_EQ(0u, KZ_UTL_ReadInputStrAsUnsignedInteger("\r5", nullptr, 0, &v));
+    EXPECT_EQ(5u, v);
+    // The C conversion would negate after its own white space: still refused.
+    EXPECT_EQ(KZ_EINVAL, KZ_UTL_ReadInputStrAsUnsignedInteger("\r-1", nullptr, 0, &v));
+    const char *end = nullptr;
+    EXPECT_EQ(0u, KZ_UTL_ReadInputStrAsUnsignedInteger("+7 ", &end, 0, &v));
+    EXPECT_EQ(7u, v);
+    EXPECT_STREQ(" ", end);
+}
