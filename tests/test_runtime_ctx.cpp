@@ -385,6 +385,7 @@ TEST_F(RuntimeCtx, NotificationWithoutRelationsDoesNothing)
 
 TEST(RuntimeCtxLife, DeleteReleasesEverythingTheContextHolds)
 {
+    ASSERT_EQ(0u, KZ_UTL_MemFuncInit());
     if (g_kzMemFuncInit != KZ_MEM_STATE_PARTITION) {
         GTEST_SKIP() << "block count is kept by the partition only";
     }
