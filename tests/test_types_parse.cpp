@@ -1,0 +1,391 @@
+// Type statements: built-in names, counting and marking of sub-elements,
+// constraint entries, derived references, copy and destroy.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "types_fixture.h"
+
+using kzt_test::TypeYin;
+using kzt_test::TypesFixture;
+
+namespace {
+
+uint64_t Mark(const xmlNode *n)
+{
+    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(n->_private));
+}
+
+const SegInt64 &RawSeg(const KztRealType &rt, uint16_t entry, uint16_t i)
+{
+    auto *body = static_cast<KztConsDataRange *>(rt.constraints[entry].consData);
+    return static_cast<const SegInt64 *>(body->segs)[i];
+}
+
+} // namespace
+
+TEST(TypesBuiltIn, EveryBuiltInNameMapsToItsCode)
+{
+    const std::pair<const char *, KztBaseType> names[] = {
+        {"binary", 1},  {"bits", 2},    {"boolean", 3}, {"decimal64", 4}, {"empty", 5},
+        {"enumeration", 6}, {"identityref", 7}, {"instance-identifier", 8}, {"int8", 9},
+        {"int16", 10},  {"int32", 11},  {"int64", 12},  {"leafref", 13},  {"string", 14},
+        {"uint8", 15},  {"uint16", 16}, {"uint32", 17}, {"uint64", 18},   {"union", 19},
+    };
+    for (const auto &[name, code] : names) {
+        EXPECT_EQ(KZT_LOADER_GetBaseTypeFromTypeName(name), code) << name;
+    }
+}
+
+TEST(TypesBuiltIn, NearMissesAreDerivedNames)
+{
+    // Case, prefixes, truncations and extensions all name typedefs.
+    for (const char *name : {"Int8", "INT8", "int", "uint", "int8 ", " int8", "p:int8", "int128", "strings",
+                             "b", "bool", "x", "", "unionx", "enumerations"}) {
+        EXPECT_EQ(KZT_LOADER_GetBaseTypeFromTypeName(name), 0u) << '"' << name << '"';
+    }
+    EXPECT_EQ(KZT_LOADER_GetBaseTypeFromTypeName(nullptr), 0u);
+}
+
+TEST(TypesCount, CountsEachKindAndMarksElements)
+{
+    auto doc = kzt_test::ParseYin(TypeYin(
+        "union",
+        "<type name=\"int8\"/><range value=\"1\"/><description><text>d</text></description>"
+        "<pattern value=\"a\"/><pattern value=\"b\"/><bit name=\"x\"/><base name=\"i\"/>"
+        "<length value=\"1\"/><enum name=\"e\"/><fraction-digits value=\"2\"/><path value=\"/a\"/>"
+        "<Range value=\"1\"/><patterns value=\"x\"/><require-instance value=\"true\"/><type name=\"string\"/>"));
+    ASSERT_TRUE(doc);
+    xmlNode *type = xmlDocGetRootElement(doc.get());
+    uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
+    KZT_LOADER_CountAndMarkTypeSubElem(type, counters);
+
+    const uint16_t expected[KZT_TYPE_COUNTER_NUM] = {0, 1, 1, 1, 1, 1, 1, 2, 1, 2, 9};
+    for (int k = 0; k < KZT_TYPE_COUNTER_NUM; ++k) {
+        EXPECT_EQ(counters[k], expected[k]) << "counter " << k;
+    }
+    for (xmlNode *c = type->children; c != nullptr; c = c->next) {
+        std::string name = reinterpret_cast<const char *>(c->name);
+        uint64_t m = Mark(c);
+        EXPECT_EQ(m & 0x100u, 0u) << name;
+        if (name == "type") {
+            EXPECT_EQ(m, 0x200u);
+        } else if (name == "range") {
+            EXPECT_EQ(m, 0x80u);
+        } else if (name == "pattern") {
+            EXPECT_EQ(m, 0x40u);
+        } else if (name == "base") {
+            EXPECT_EQ(m, 0x1u);
+        } else if (name == "fraction-digits") {
+            EXPECT_EQ(m, 0x8u);
+        } else if (name == "Range" || name == "patterns" || name == "description" || name == "require-instance") {
+            EXPECT_EQ(m, 0u) << name;
+        }
+    }
+}
+
+TEST_F(TypesFixture, PlainBuiltInTypeHasNoConstraintArray)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("int8"), &rt), 0u);
+    EXPECT_EQ(rt.baseType, 9u);
+    EXPECT_EQ(rt.consCount, 0u);
+    EXPECT_EQ(rt.constraints, nullptr);
+    EXPECT_EQ(rt.rngLenFlags, 0u);
+    EXPECT_EQ(KZT_TYPE_IsInvalidType(&rt), 0u);
+    Destroy(&rt);
+}
+
+TEST_F(TypesFixture, TypeWithoutNameFails)
+{
+    KztRealType rt{};
+    auto doc = kzt_test::ParseYin("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
+    EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, &rt), 22u);
+    EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, nullptr), 22u);
+    Destroy(&rt);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, DerivedTypeEntryComesFirstAndNamesThisModule)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("percent", "<range value=\"0..100\"/>"), &rt), 0u);
+    EXPECT_EQ(rt.baseType, 0u);
+    ASSERT_EQ(rt.consCount, 2u);
+    EXPECT_EQ(rt.constraints[0].consType, 0u);
+    EXPECT_EQ(rt.constraints[1].consType, 8u);
+    EXPECT_EQ(rt.rngLenFlags, 3u);
+
+    const char *modName = nullptr;
+    const char *tdef = KZT_TYPE_GetInheritedTypDefName(&rt, &modName);
+    ASSERT_NE(tdef, nullptr);
+    EXPECT_STREQ(tdef, "percent");
+    EXPECT_EQ(modName, mod_.name); // interned: the same pointer
+    KztConsDataDerived *derived = KZT_TYPE_GetTypeConsDataDerived(&rt);
+    ASSERT_NE(derived, nullptr);
+    EXPECT_EQ(derived->tdefRealType, nullptr);
+
+    // A derived range keeps the whole parse record.
+    const SegInt64 &seg = RawSeg(rt, 1, 0);
+    EXPECT_EQ(seg.start, 0);
+    EXPECT_EQ(seg.end, 100);
+    EXPECT_EQ(seg.flags, KZT_SEGF_UNSIGNED);
+
+    Destroy(&rt);
+    EXPECT_EQ(rt.constraints, nullptr);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, DerivedRangeUsingMinMaxDefersToParent)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("base-t", "<range value=\"min..10 | 20..max\"/>"), &rt), 0u);
+    EXPECT_EQ(rt.rngLenFlags, 5u);
+    EXPECT_EQ(RawSeg(rt, 1, 0).flags, KZT_SEGF_START_MIN | KZT_SEGF_UNSIGNED);
+    EXPECT_EQ(RawSeg(rt, 1, 1).flags, KZT_SEGF_UNSIGNED | KZT_SEGF_END_MAX);
+    Destroy(&rt);
+
+    // A built-in type with "min"/"max" is resolved at once and enforced as written.
+    KztRealType builtIn{};
+    ASSERT_EQ(ParseType(TypeYin("int8", "<range value=\"min..10\"/>"), &builtIn), 0u);
+    EXPECT_EQ(builtIn.rngLenFlags, 3u);
+    Destroy(&builtIn);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, EntriesFollowKindOrderNotDocumentOrder)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1..5\"/><length value=\"1..3|5\"/>"), &rt), 0u);
+    ASSERT_EQ(rt.consCount, 3u);
+    EXPECT_EQ(rt.constraints[0].consType, 0u);
+    EXPECT_EQ(rt.constraints[1].consType, 5u);
+    EXPECT_EQ(rt.constraints[2].consType, 8u);
+    auto *len = static_cast<KztConsDataRange *>(KZT_TYPE_GetTypeConsDataByConsType(&rt, 5));
+    ASSERT_NE(len, nullptr);
+    EXPECT_EQ(len->segCount, 2u);
+    EXPECT_EQ(len->segSize, KZT_SEG_SIZE_LEN32);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataByConsType(&rt, 7), nullptr);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataByConsType(nullptr, 5), nullptr);
+    Destroy(&rt);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, FailedFillLeavesATypeTheOwnerCanDestroy)
+{
+    KztRealType rt{};
+    // "string" has no range parser.
+    EXPECT_EQ(ParseType(TypeYin("string", "<length value=\"1..4\"/><range value=\"1..2\"/>"), &rt), 22u);
+    EXPECT_EQ(rt.baseType, 14u);
+    EXPECT_EQ(rt.consCount, 2u);
+    Destroy(&rt);
+    EXPECT_EQ(Leaked(), 0u);
+
+    KztRealType bad{};
+    EXPECT_EQ(ParseType(TypeYin("t", "<range value=\"1..2||3\"/>"), &bad), 22u);
+    Destroy(&bad);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, CopyIsIndependentOfItsSource)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("t", "<length value=\"min..9\"/><range value=\"1..5|7\"/>"), &rt), 0u);
+    const uint32_t afterParse = Leaked();
+
+    KztRealType *copy = KZT_TYPE_CopyNytRealType(&ctx_.dict, &rt);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->baseType, rt.baseType);
+    EXPECT_EQ(copy->rngLenFlags, rt.rngLenFlags);
+    ASSERT_EQ(copy->consCount, rt.consCount);
+    EXPECT_NE(copy->constraints, rt.constraints);
+    for (uint16_t i = 0; i < rt.consCount; ++i) {
+        EXPECT_EQ(copy->constraints[i].consType, rt.constraints[i].consType);
+        EXPECT_NE(copy->constraints[i].consData, rt.constraints[i].consData);
+    }
+    auto *src = static_cast<KztConsDataRange *>(rt.constraints[2].consData);
+    auto *dst = static_cast<KztConsDataRange *>(copy->constraints[2].consData);
+    ASSERT_EQ(dst->segCount, src->segCount);
+    EXPECT_EQ(std::memcmp(dst->segs, src->segs, static_cast<size_t>(src->segCount) * src->segSize), 0);
+    EXPECT_EQ(Leaked(), 2 * afterParse); // every string referenced once more
+
+    // Destroying the source first must leave the copy intact.
+    Destroy(&rt);
+    const char *modName = nullptr;
+    EXPECT_STREQ(KZT_TYPE_GetInheritedTypDefName(copy, &modName), "t");
+    EXPECT_STREQ(modName, "m");
+    KZT_TYPE_DestroyNytRealType(&ctx_.dict, copy);
+    EXPECT_EQ(Leaked(), 0u);
+
+    KztRealType plain{};
+    plain.baseType = 14;
+    KztRealType plainCopy{};
+    EXPECT_EQ(KZT_TYPE_CopyNytRealTypeInner(&ctx_.dict, &plainCopy, &plain), 0u);
+    EXPECT_EQ(plainCopy.baseType, 14u);
+    EXPECT_EQ(plainCopy.constraints, nullptr);
+}
+
+TEST_F(TypesFixture, CopyOfAnEntryWithoutBodyFailsCleanly)
+{
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1\"/>"), &rt), 0u);
+    void *saved = rt.constraints[1].consData;
+    rt.constraints[1].consData = nullptr;
+    KztRealType copy{};
+    EXPECT_EQ(KZT_TYPE_CopyNytRealTypeInner(&ctx_.dict, &copy, &rt), 12u);
+    EXPECT_EQ(copy.constraints, nullptr);
+    EXPECT_EQ(copy.consCount, 0u);
+    rt.constraints[1].consData = saved;
+    Destroy(&rt);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+TEST_F(TypesFixture, ArrayAndBodyCreationRefuseToOverwrite)
+{
+    KztRealType rt{};
+    EXPECT_EQ(KZT_TYPE_ExpandConstraintArray(&rt, 2), 0u);
+    EXPECT_EQ(KZT_TYPE_ExpandConstraintArray(&rt, 2), 22u);
+    EXPECT_EQ(KZT_LOADER_CreateConsDataInLastConstraint(&ctx_, &rt.constraints[0], 8, 0), 0u);
+    EXPECT_NE(rt.constraints[0].consData, nullptr);
+    EXPECT_EQ(KZT_LOADER_CreateConsDataInLastConstraint(&ctx_, &rt.constraints[0], 8, 0), 22u);
+    // Unknown kinds have no create function and succeed with nothing created.
+    EXPECT_EQ(KZT_LOADER_CreateConsDataInLastConstraint(&ctx_, &rt.constraints[1], 10, 1), 0u);
+    EXPECT_EQ(rt.constraints[1].consData, nullptr);
+    rt.constraints[0].consType = 8;
+    rt.consCount = 1;
+    Destroy(&rt);
+    EXPECT_EQ(rt.consCount, 0u);
+}
+
+TEST_F(TypesFixture, FillStopsWhenCountersDisagree)
+{
+    auto doc = kzt_test::ParseYin(TypeYin("t", "<range value=\"1\"/>"));
+    xmlNode *type = xmlDocGetRootElement(doc.get());
+    uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
+    counters[0] = 1;
+    counters[8] = 1;
+    counters[KZT_TYPE_COUNTER_DISTINCT] = 1; // claims one kind, holds two
+    KztRealType rt{};
+    ASSERT_EQ(KZT_TYPE_ExpandConstraintArray(&rt, 1), 0u);
+    EXPECT_EQ(KZT_LOADER_FillAllTypeConstraint(&ctx_, &mod_, &rt, type, counters), 22u);
+    EXPECT_EQ(rt.consCount, 1u);
+    Destroy(&rt);
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+namespace {
+
+struct FillLog {
+    std::vector<std::string> names;
+    uint32_t failAt = UINT32_MAX;
+};
+FillLog *g_fillLog = nullptr;
+
+uint32_t LogFillOne(KzCtx *, KzMod *, void *seg, uint8_t *aux, xmlNode *elem)
+{
+    auto *slot = static_cast<uint32_t *>(seg);
+    *slot = static_cast<uint32_t>(g_fillLog->names.size()) + 1;
+    if (aux != nullptr) {
+        *aux = 0xAA;
+    }
+    xmlChar *name = xmlGetProp(elem, BAD_CAST "name");
+    g_fillLog->names.emplace_back(reinterpret_cast<const char *>(name));
+    xmlFree(name);
+    return g_fillLog->names.size() == g_fillLog->failAt ? 22u : 0u;
+}
+
+} // namespace
+
+TEST_F(TypesFixture, SegmentFillerVisitsMarkedChildrenUpToCount)
+{
+    auto doc = kzt_test::ParseYin(
+        TypeYin("bits", "<bit name=\"a\"/><enum name=\"skip\"/><bit name=\"b\"/><bit name=\"c\"/>"));
+    xmlNode *type = xmlDocGetRootElement(doc.get());
+    uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
+    KZT_LOADER_CountAndMarkTypeSubElem(type, counters);
+
+    FillLog log;
+    g_fillLog = &log;
+    uint32_t segs[3] = {};
+    uint8_t aux[3] = {};
+    KztSegFiller filler;
+    KZT_LOADER_InitSegFiller(&filler, 2, sizeof(uint32_t), KZT_MARK_BIT, LogFillOne);
+    filler.aux = aux;
+    EXPECT_EQ(KZT_LOADER_FillTypeConstraintSeg(&ctx_, &mod_, segs, type, &filler), 0u);
+    EXPECT_EQ(log.names, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(segs[0], 1u);
+    EXPECT_EQ(segs[1], 2u);
+    EXPECT_EQ(segs[2], 0u);
+    EXPECT_EQ(aux[1], 0xAA);
+    EXPECT_EQ(aux[2], 0);
+
+    log = FillLog{};
+    log.failAt = 2;
+    KZT_LOADER_InitSegFiller(&filler, 3, sizeof(uint32_t), KZT_MARK_BIT, LogFillOne);
+    EXPECT_EQ(KZT_LOADER_FillTypeConstraintSeg(&ctx_, &mod_, segs, type, &filler), 22u);
+    EXPECT_EQ(log.names.size(), 2u);
+    g_fillLog = nullptr;
+}
+
+TEST(TypesQuery, NullAndInvalidTypes)
+{
+    EXPECT_EQ(KZ_TYPE_GetBuiltInBaseType(nullptr), 20u);
+    EXPECT_EQ(KZT_TYPE_IsInvalidType(nullptr), 1u);
+    KztRealType rt{};
+    EXPECT_EQ(KZT_TYPE_IsInvalidType(&rt), 1u); // derived without its reference
+    rt.baseType = 20;
+    EXPECT_EQ(KZT_TYPE_IsInvalidType(&rt), 1u);
+    rt.baseType = 7;
+    EXPECT_EQ(KZT_TYPE_IsInvalidType(&rt), 0u);
+    EXPECT_EQ(KZT_TYPE_IsTypeWithIdentref(&rt), 1u);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(&rt), nullptr);
+    EXPECT_EQ(KZT_TYPE_GetInheritedTypDefName(&rt, nullptr), nullptr);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataFractionVal(&rt), 0u);
+    EXPECT_EQ(KZ_TYPE_GetTypeConsDataLeafrefPath(nullptr), nullptr);
+}
+
+TEST(TypesDispatch, GettersReturnNullOutOfRange)
+{
+    for (uint32_t kind = 0; kind < 10; ++kind) {
+        EXPECT_NE(KZT_CONS_GetConsDataCreateBodyFunc(kind), nullptr) << kind;
+        EXPECT_NE(KZT_CONS_GetConsDataDestroyBodyFunc(kind), nullptr) << kind;
+    }
+    EXPECT_EQ(KZT_CONS_GetConsDataCreateBodyFunc(10), nullptr);
+    EXPECT_EQ(KZT_CONS_GetConsDataCopyBodyFunc(10), nullptr);
+    EXPECT_EQ(KZT_CONS_GetConsDataDestroyBodyFunc(0xFFFFFFFFu), nullptr);
+    EXPECT_EQ(KZT_LOADER_GetConsDataFillAllSegFunc(10), nullptr);
+    EXPECT_EQ(KZT_CONS_GetConsDataValueRestricationCheckFunc(10), nullptr);
+    EXPECT_EQ(KZT_CONS_GetConsDataScanStartEndFunc(10), nullptr);
+    EXPECT_EQ(KZT_CONS_GetBaseTypeDefRestrictCheckFunc(20), nullptr);
+
+    // Length and range share one body; only they have start/end scans.
+    EXPECT_EQ(KZT_CONS_GetConsDataCreateBodyFunc(5), KZT_CONS_GetConsDataCreateBodyFunc(8));
+    EXPECT_EQ(KZT_CONS_GetConsDataDestroyBodyFunc(5), KZT_CONS_GetConsDataDestroyBodyFunc(8));
+    EXPECT_EQ(KZT_CONS_GetConsDataScanStartEndFunc(0), nullptr);
+    EXPECT_EQ(KZT_CONS_GetConsDataUpdateDerFromModFunc(8), nullptr);
+    EXPECT_NE(KZT_CONS_GetConsDataUpdateDerFromModFunc(9), nullptr);
+    for (uint32_t b : {0u, 2u, 6u, 7u, 8u, 13u, 19u}) {
+        EXPECT_EQ(KZT_CONS_GetBaseTypeDefRestrictCheckFunc(b), nullptr) << b;
+    }
+    for (uint32_t b : {9u, 10u, 11u, 12u, 15u, 16u, 17u, 18u}) {
+        EXPECT_EQ(KZT_CONS_GetBaseTypeDefRestrictCheckFunc(b), KZT_CONS_CheckValStrAgainstDefRestrictRange) << b;
+    }
+}
+
+TEST(TypesSystemCheck, InputKindsAndTypesWithoutCheck)
+{
+    KztValCheckCtx chk{};
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(9, KZ_VAL_INPUT_STRING, "12", &chk), 0u);
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(9, KZ_VAL_INPUT_STRING, "200", &chk), 28680u);
+    // Any other input kind gives no string, which an integer refuses.
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(9, 3, "12", &chk), 28680u);
+    // Enumerations are checked by their constraint only.
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(6, KZ_VAL_INPUT_STRING, "anything", &chk), 0u);
+
+    auto doc = kzt_test::ParseYin("<v>-7</v>");
+    xmlNode *v = xmlDocGetRootElement(doc.get());
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(10, KZ_VAL_INPUT_XMLNODE, v, nullptr), 0u);
+    EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(15, KZ_VAL_INPUT_XMLNODE, v, nullptr), 28680u);
+}

@@ -1,0 +1,661 @@
+// Range and length expressions, integer bounds, decimal64 scaling and the
+// checks of values against segments.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "types_fixture.h"
+
+using kzt_test::TypeYin;
+using kzt_test::TypesFixture;
+
+namespace {
+
+// Records every part the tokenizer finishes.
+uint32_t CollectPart(KztRealType *, KztTypeConstraint *entry, uint16_t *filled, const SegInt64 *rec)
+{
+    static_cast<std::vector<SegInt64> *>(entry->consData)->push_back(*rec);
+    ++*filled;
+    return 0;
+}
+
+struct Tokenized {
+    uint32_t ret;
+    std::vector<SegInt64> parts;
+    bool minMax;
+};
+
+Tokenized Tokenize(const std::string &expr, KztBaseType base = 0)
+{
+    Tokenized out{};
+    KztRealType rt{};
+    rt.baseType = base;
+    KztTypeConstraint entry{8, &out.parts};
+    KztRangePushArg arg{&rt, &entry, 0, 0};
+    out.ret = KZT_LOADER_ScanParseRangeExprWithCb(expr.c_str(), CollectPart, &arg);
+    out.minMax = arg.minMaxSeen != 0;
+    return out;
+}
+
+std::string Parts(uint32_t n, const std::string &part)
+{
+    std::string s = part;
+    for (uint32_t i = 1; i < n; ++i) {
+        s += "|" + part;
+    }
+    return s;
+}
+
+struct Bounds {
+    int64_t start;
+    int64_t end;
+    uint32_t startFlags;
+    uint32_t endFlags;
+};
+
+uint32_t CollectBounds(const KztBoundVal *s, const KztBoundVal *e, void *arg)
+{
+    static_cast<std::vector<Bounds> *>(arg)->push_back({s->value, e->value, s->flags, e->flags});
+    return 0;
+}
+
+} // namespace
+
+/* ---- Tokenizer --------------------------------------------------------------- */
+
+TEST(TypesRangeExpr, PartsBoundsAndSignedness)
+{
+    Tokenized t = Tokenize("  1 .. 5 | -3..7|9 |max");
+    ASSERT_EQ(t.ret, 0u);
+    ASSERT_EQ(t.parts.size(), 4u);
+    EXPECT_EQ(t.parts[0].start, 1);
+    EXPECT_EQ(t.parts[0].end, 5);
+    EXPECT_EQ(t.parts[0].flags, KZT_SEGF_UNSIGNED);
+    // The start's sign rules the part.
+    EXPECT_EQ(t.parts[1].start, -3);
+    EXPECT_EQ(t.parts[1].end, 7);
+    EXPECT_EQ(t.parts[1].flags, KZT_SEGF_SIGNED);
+    // A single value is both ends.
+    EXPECT_EQ(t.parts[2].start, 9);
+    EXPECT_EQ(t.parts[2].end, 9);
+    // A lone "max" is "max..max".
+    EXPECT_EQ(t.parts[3].flags, KZT_SEGF_START_MAX | KZT_SEGF_END_MAX);
+    EXPECT_TRUE(t.minMax);
+
+    Tokenized m = Tokenize("min..-1");
+    ASSERT_EQ(m.ret, 0u);
+    EXPECT_EQ(m.parts[0].flags, KZT_SEGF_START_MIN | KZT_SEGF_SIGNED);
+    EXPECT_EQ(m.parts[0].end, -1);
+    EXPECT_FALSE(Tokenize("1..2").minMax);
+}
+
+TEST(TypesRangeExpr, MalformedExpressionsFail)
+{
+    for (const char *bad : {"1...5", "1..2||3", "|1", "1|", "1.5", "mix", "m", "ma", "1..2a", "1..x", "abc", "",
+                            "1..99999999999999999999", "--1", "1..2 x"}) {
+        EXPECT_EQ(Tokenize(bad).ret, 22u) << '"' << bad << '"';
+    }
+    // "mi" followed by "n" is enough; what follows is not examined.
+    EXPECT_EQ(Tokenize("minimum..3").ret, 22u); // "imum" is not a token
+    EXPECT_EQ(Tokenize("min ..3").ret, 0u);
+}
+
+TEST(TypesRangeExpr, TokenLimit)
+{
+    // n single-value parts make 2n-1 tokens.
+    EXPECT_EQ(Tokenize(Parts(128, "1")).ret, 0u);  // 255 tokens
+    EXPECT_EQ(Tokenize(Parts(129, "1")).ret, 22u); // 257 tokens
+    EXPECT_EQ(Tokenize(Parts(64, "1..2")).ret, 0u);  // 255 tokens
+    EXPECT_EQ(Tokenize(Parts(65, "1..2")).ret, 22u); // 259 tokens
+}
+
+TEST(TypesRangeExpr, Decimal64BoundsAreScaled)
+{
+    KztRealType rt{};
+    rt.baseType = KZT_BASE_DECIMAL64;
+    ASSERT_EQ(KZT_TYPE_ExpandConstraintArray(&rt, 1), 0u);
+    KztConsDataFraction frac{2};
+    rt.constraints[0] = {KZT_CONS_FRACTION, &frac};
+    rt.consCount = 1;
+
+    std::vector<SegInt64> parts;
+    KztTypeConstraint entry{8, &parts};
+    KztRangePushArg arg{&rt, &entry, 0, 0};
+    ASSERT_EQ(KZT_LOADER_ScanParseRangeExprWithCb("-1.5..+12.34 | 100", CollectPart, &arg), 0u);
+    ASSERT_EQ(parts.size(), 2u);
+    EXPECT_EQ(parts[0].start, -150);
+    EXPECT_EQ(parts[0].end, 1234);
+    EXPECT_EQ(parts[0].flags, KZT_SEGF_SIGNED);
+    EXPECT_EQ(parts[1].start, 10000);
+
+    parts.clear();
+    arg.filled = 0;
+    EXPECT_EQ(KZT_LOADER_ScanParseRangeExprWithCb("1.234..5", CollectPart, &arg), 22u);
+    rt.consCount = 0;
+    KZ_MemFree(rt.constraints);
+}
+
+/* ---- Segments per width ------------------------------------------------------- */
+
+class TypesRangeLoad : public TypesFixture {
+protected:
+    // Parses `type name` with one range; returns its start/end pairs.
+    uint32_t Load(const std::string &type, const std::string &range, std::vector<Bounds> *out)
+    {
+        KztRealType rt{};
+        uint32_t ret = ParseType(TypeYin(type, "<range value=\"" + range + "\"/>"), &rt);
+        if (ret == 0 && out != nullptr) {
+            void *body = KZT_TYPE_GetTypeConsDataByConsType(&rt, KZT_CONS_RANGE);
+            ret = KZT_CONS_ScanStartEndPairsWithRange(body, rt.baseType, CollectBounds, out);
+        }
+        Destroy(&rt);
+        EXPECT_EQ(Leaked(), 0u);
+        return ret;
+    }
+};
+
+TEST_F(TypesRangeLoad, MinAndMaxOfEveryIntegerWidth)
+{
+    struct Row {
+        const char *type;
+        int64_t lo;
+        int64_t hi;
+        uint32_t flag;
+    };
+    const Row rows[] = {
+        {"int8", -128, 127, 1},
+        {"int16", -32768, 32767, 1},
+        {"int32", INT32_MIN, INT32_MAX, 1},
+        {"int64", INT64_MIN, INT64_MAX, 1},
+        {"uint8", 0, 255, 2},
+        {"uint16", 0, 65535, 2},
+        {"uint32", 0, 4294967295LL, 2},
+        {"uint64", 0, static_cast<int64_t>(UINT64_MAX), 2},
+    };
+    for (const Row &r : rows) {
+        std::vector<Bounds> b;
+        ASSERT_EQ(Load(r.type, "min..max", &b), 0u) << r.type;
+        ASSERT_EQ(b.size(), 1u);
+        EXPECT_EQ(b[0].start, r.lo) << r.type;
+        EXPECT_EQ(b[0].end, r.hi) << r.type;
+        EXPECT_EQ(b[0].startFlags, r.flag) << r.type;
+        EXPECT_EQ(b[0].endFlags, r.flag) << r.type;
+    }
+}
+
+TEST_F(TypesRangeLoad, NarrowingIsNotRejected)
+{
+    std::vector<Bounds> b;
+    // Unsigned bounds beyond a signed width leave the segment at zero.
+    ASSERT_EQ(Load("int8", "0..200", &b), 0u);
+    EXPECT_EQ(b[0].start, 0);
+    EXPECT_EQ(b[0].end, 0);
+    b.clear();
+    ASSERT_EQ(Load("int64", "0..9223372036854775808", &b), 0u);
+    EXPECT_EQ(b[0].end, 0);
+    b.clear();
+    // Signed bounds and unsigned widths narrow without a check.
+    ASSERT_EQ(Load("int8", "-200..5", &b), 0u);
+    EXPECT_EQ(b[0].start, 56);
+    b.clear();
+    ASSERT_EQ(Load("uint8", "0..300", &b), 0u);
+    EXPECT_EQ(b[0].end, 44);
+    b.clear();
+    ASSERT_EQ(Load("int16", "min", &b), 0u);
+    EXPECT_EQ(b[0].start, -32768);
+    EXPECT_EQ(b[0].end, -32768);
+    b.clear();
+    ASSERT_EQ(Load("int8", "0..127|min", &b), 0u);
+    EXPECT_EQ(b[1].end, -128);
+    b.clear();
+    ASSERT_EQ(Load("uint64", "5..18446744073709551615", &b), 0u);
+    EXPECT_EQ(static_cast<uint64_t>(b[0].end), UINT64_MAX);
+}
+
+TEST_F(TypesRangeLoad, RangesThatFailToLoad)
+{
+    EXPECT_EQ(Load("uint8", "-1..5", nullptr), 22u);  // a signed part on an unsigned width
+    EXPECT_EQ(Load("uint64", "-0..5", nullptr), 22u);
+    EXPECT_EQ(Load("string", "1..5", nullptr), 22u);  // no range parser
+    EXPECT_EQ(Load("boolean", "1", nullptr), 22u);
+    EXPECT_EQ(Load("int8", "1...5", nullptr), 22u);
+    EXPECT_EQ(Load("int8", "1..2||3", nullptr), 22u);
+    EXPECT_EQ(Load("int8", "1 .. 5", nullptr), 0u);
+}
+
+TEST_F(TypesFixture, LengthSegmentWidthFollowsDerivationAndMinMax)
+{
+    struct Row {
+        const char *type;
+        const char *expr;
+        uint16_t size;
+        uint16_t flags;
+        uint32_t ret;
+    };
+    const Row rows[] = {
+        {"string", "1..4", KZT_SEG_SIZE_LEN32, 3, 0},
+        {"string", "min..max", KZT_SEG_SIZE_LEN32, 3, 0},
+        {"t", "1..4", KZT_SEG_SIZE_LEN32, 3, 0},
+        {"t", "min..4", KZT_SEG_SIZE_INT64, 5, 0},
+        {"string", "-1..4", 0, 0, 22},
+        {"t", "-1..max", 0, 0, 22},
+    };
+    for (const Row &r : rows) {
+        KztRealType rt{};
+        uint32_t ret = ParseType(TypeYin(r.type, std::string("<length value=\"") + r.expr + "\"/>"), &rt);
+        EXPECT_EQ(ret, r.ret) << r.type << " " << r.expr;
+        if (ret == 0) {
+            auto *body = static_cast<KztConsDataRange *>(KZT_TYPE_GetTypeConsDataByConsType(&rt, KZT_CONS_LENGTH));
+            ASSERT_NE(body, nullptr);
+            EXPECT_EQ(body->segSize, r.size) << r.type << " " << r.expr;
+            EXPECT_EQ(rt.rngLenFlags, r.flags) << r.type << " " << r.expr;
+        }
+        Destroy(&rt);
+    }
+    EXPECT_EQ(Leaked(), 0u);
+}
+
+/* ---- Built-in bounds ------------------------------------------------------------- */
+
+TEST(TypesIntBounds, EveryWidthAtItsEdges)
+{
+    struct Row {
+        KztBaseType base;
+        const char *ok[2];
+        const char *bad[2];
+    };
+    const Row rows[] = {
+        {9, {"-128", "127"}, {"-129", "128"}},
+        {10, {"-32768", "32767"}, {"-32769", "32768"}},
+        {11, {"-2147483648", "2147483647"}, {"-2147483649", "2147483648"}},
+        {12, {"-9223372036854775808", "9223372036854775807"}, {"-9223372036854775809", "9223372036854775808"}},
+        {15, {"0", "255"}, {"-1", "256"}},
+        {16, {"0", "65535"}, {"-1", "65536"}},
+        {17, {"0", "4294967295"}, {"-1", "4294967296"}},
+        {18, {"0", "18446744073709551615"}, {"-0", "18446744073709551616"}},
+    };
+    for (const Row &r : rows) {
+        for (const char *v : r.ok) {
+            KztValCheckCtx chk{};
+            EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(r.base, v, &chk), 0u) << r.base << " " << v;
+        }
+        for (const char *v : r.bad) {
+            KztValCheckCtx chk{};
+            EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(r.base, v, &chk), 28680u) << r.base << " " << v;
+        }
+    }
+}
+
+TEST(TypesIntBounds, TextAroundTheNumber)
+{
+    KztValCheckCtx chk{};
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(9, " 5 \t\n", &chk), 0u);
+    for (const char *bad : {"5x", "5 x", "", "x", "5.0", "0x10"}) {
+        EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(9, bad, &chk), 28680u) << bad;
+    }
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(9, nullptr, &chk), 28680u);
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(14, "5", &chk), 28680u);
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(25, "5", &chk), 28680u);
+    SegInt64 b{};
+    EXPECT_EQ(KZT_CONS_GetBasedIntegerMinMaxVal(20, &b), 22u);
+    ASSERT_EQ(KZT_CONS_GetBasedIntegerMinMaxVal(14, &b), 0u);
+    EXPECT_EQ(b.flags, 0u);
+}
+
+/* ---- decimal64 --------------------------------------------------------------------- */
+
+TEST(TypesDecimal64, ConversionWithTwoFractionDigits)
+{
+    struct Row {
+        const char *text;
+        int64_t value;
+    };
+    const Row ok[] = {
+        {"1.5", 150}, {"-0.25", -25}, {" 007 ", 700}, {"1.", 100}, {"", 0}, {".", 0},
+        {"+12", 1200}, {"-0", 0}, {"0.01", 1}, {"\t-3.1\n", -310}, {"+0.5", 50}, {"-00012.30", -1230},
+        {"92233720368547758.07", INT64_MAX}, {"-92233720368547758.08", INT64_MIN},
+    };
+    for (const Row &r : ok) {
+        int64_t v = 42;
+        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(r.text, 2, &v), 0u) << '"' << r.text << '"';
+        EXPECT_EQ(v, r.value) << '"' << r.text << '"';
+    }
+    for (const char *bad : {"1.234", "1.230", "1..2", "1 2", "1x", "x", "--1", "1.2.3", "92233720368547758.08",
+                            "123456789012345678", "1e3"}) {
+        int64_t v = 0;
+        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(bad, 2, &v), 22u) << '"' << bad << '"';
+    }
+}
+
+TEST(TypesDecimal64, DigitLimitDependsOnFractionDigits)
+{
+    int64_t v = 0;
+    // Leading zeros do not count towards the nineteen digits.
+    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("000000000000000000001", 18, &v), 0u);
+    EXPECT_EQ(v, 1000000000000000000LL);
+    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("10", 18, &v), 22u);
+    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("0.000000000000000001", 18, &v), 0u);
+    EXPECT_EQ(v, 1);
+    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("9223372036854775807", 0, &v), 0u);
+    EXPECT_EQ(v, INT64_MAX);
+    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(nullptr, 2, &v), 22u);
+}
+
+TEST(TypesDecimal64, BuiltInCheckNeedsFractionDigits)
+{
+    KztValCheckCtx chk{};
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, "1.5", &chk), 28680u);
+    chk.fracDigits = 2;
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, "12.34", &chk), 0u);
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, "+12", &chk), 0u);
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, "12.345", &chk), 28680u);
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, nullptr, &chk), 28680u);
+}
+
+/* ---- Values against segments ---------------------------------------------------------- */
+
+class TypesRangeCheck : public TypesFixture {
+protected:
+    void TearDown() override
+    {
+        for (KztRealType &rt : types_) {
+            Destroy(&rt);
+        }
+        EXPECT_EQ(Leaked(), 0u);
+        TypesFixture::TearDown();
+    }
+
+    KztRealType *Load(const std::string &name, const std::string &body)
+    {
+        types_.emplace_back();
+        KztRealType *rt = &types_.back();
+        EXPECT_EQ(ParseType(TypeYin(name, body), rt), 0u) << name << " " << body;
+        return rt;
+    }
+
+    // Runs one type's range check as the chain walk does: its own base type
+    // (or the chain's built-in one) in the context, the type as current.
+    uint32_t CheckRange(KztRealType *rt, const char *value, KztValCheckCtx *chk, KztBaseType chainBase = 0)
+    {
+        chk->curRealType = rt;
+        chk->baseType = rt->baseType != 0 ? rt->baseType : chainBase;
+        void *body = KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_RANGE);
+        return KZT_CONS_ValidateValueNodeAgainstDataRange(body, KZ_VAL_INPUT_STRING, value, chk);
+    }
+
+    std::deque<KztRealType> types_;
+};
+
+TEST_F(TypesRangeCheck, GapsBetweenSegments)
+{
+    KztRealType *rt = Load("int8", "<range value=\"1..10 | 20..max\"/>");
+    auto *body = static_cast<KztConsDataRange *>(KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_RANGE));
+    const auto *segs = static_cast<const KztSegInt8 *>(body->segs);
+    SegInt64 fifteen{15, 0, KZT_SEGF_SIGNED};
+    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegInt8Signed(&fifteen, &segs[0], nullptr), 22u);
+    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegInt8Signed(&fifteen, &segs[1], nullptr), 4097u);
+
+    for (const char *v : {"1", "10", "20", "127", " 5 "}) {
+        KztValCheckCtx chk{};
+        EXPECT_EQ(CheckRange(rt, v, &chk), 0u) << v;
+    }
+    for (const char *v : {"0", "15", "11", "19", "-1", "128", "x"}) {
+        KztValCheckCtx chk{};
+        EXPECT_EQ(CheckRange(rt, v, &chk), 28680u) << v;
+    }
+}
+
+TEST_F(TypesRangeCheck, UnsignedAndWideWidths)
+{
+    KztRealType *u64 = Load("uint64", "<range value=\"10..20 | 18446744073709551610..max\"/>");
+    KztRealType *i64 = Load("int64", "<range value=\"min..-9223372036854775800 | 0\"/>");
+    KztRealType *u32 = Load("uint32", "<range value=\"4294967290..max\"/>");
+    struct Row {
+        KztRealType *rt;
+        const char *value;
+        uint32_t ret;
+    };
+    const Row rows[] = {
+        {u64, "15", 0}, {u64, "18446744073709551615", 0}, {u64, "18446744073709551609", 28680}, {u64, "9", 28680},
+        {i64, "-9223372036854775808", 0}, {i64, "-9223372036854775799", 28680}, {i64, "0", 0}, {i64, "1", 28680},
+        {u32, "4294967295", 0}, {u32, "4294967289", 28680}, {u32, "4294967296", 28680},
+    };
+    for (const Row &r : rows) {
+        KztValCheckCtx chk{};
+        EXPECT_EQ(CheckRange(r.rt, r.value, &chk), r.ret) << r.value;
+    }
+}
+
+TEST_F(TypesRangeCheck, Decimal64Range)
+{
+    KztRealType *rt = Load("decimal64", "");
+    // Give the type its digits and a range as the loader would with fraction-digits 2.
+    KZT_TYPE_DestroyTypeConstraintArray(&ctx_.dict, rt);
+    ASSERT_EQ(KZT_TYPE_ExpandConstraintArray(rt, 2), 0u);
+    rt->constraints[0] = {KZT_CONS_FRACTION, KZT_CONS_CreateConsDataBodyWithFraction(0)};
+    static_cast<KztConsDataFraction *>(rt->constraints[0].consData)->fracDigits = 2;
+    rt->constraints[1] = {KZT_CONS_RANGE, KZT_CONS_CreateConsDataBodyWithRange(0)};
+    rt->consCount = 2;
+    auto doc = kzt_test::ParseYin(TypeYin("decimal64", "<range value=\"-1.5..12.34\"/>"));
+    xmlNode *type = xmlDocGetRootElement(doc.get());
+    uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
+    KZT_LOADER_CountAndMarkTypeSubElem(type, counters);
+    KztConsFillArg arg{rt, &rt->constraints[1], 1};
+    ASSERT_EQ(KZT_LOADER_FillConsDataAndAllRangeSeg(&ctx_, &mod_, type, &arg), 0u);
+
+    for (const char *v : {"12.34", "-1.5", "0", "+12"}) {
+        KztValCheckCtx chk{};
+        chk.fracDigits = 2;
+        EXPECT_EQ(CheckRange(rt, v, &chk), 0u) << v;
+    }
+    for (const char *v : {"12.35", "-1.51", "12.345", "13"}) {
+        KztValCheckCtx chk{};
+        chk.fracDigits = 2;
+        EXPECT_EQ(CheckRange(rt, v, &chk), 28680u) << v;
+    }
+}
+
+TEST_F(TypesRangeCheck, OnlyTheOutermostExplicitRangeIsEnforced)
+{
+    KztRealType *rt = Load("int8", "<range value=\"1..10\"/>");
+    KztValCheckCtx chk{};
+    chk.explicitCnt = 2;
+    EXPECT_EQ(CheckRange(rt, "50", &chk), 0u);
+    chk.explicitCnt = 1;
+    EXPECT_EQ(CheckRange(rt, "50", &chk), 28680u);
+    // A value missing altogether is refused even then.
+    chk.explicitCnt = 2;
+    EXPECT_EQ(CheckRange(rt, nullptr, &chk), 28680u);
+}
+
+TEST_F(TypesRangeCheck, MinMaxResolveAgainstTheNearestParent)
+{
+    // typedef parent: int32 range 0..1000; leaf type: parent with range min..100.
+    KztRealType *parent = Load("int32", "<range value=\"0..1000\"/>");
+    KztRealType *child = Load("parent", "<range value=\"min..100\"/>");
+    ASSERT_EQ(child->rngLenFlags, 5u);
+
+    auto walk = [&](const char *value) {
+        KztValCheckCtx chk{};
+        chk.storeParent = 1; // what the chain walk sets for a "min"/"max" type
+        uint32_t r = KZT_CONS_CheckValStrAgainstDefRestrictRange(11, value, &chk);
+        if (r == 0) {
+            EXPECT_EQ(chk.parentMinMax.start, INT32_MIN);
+            r = CheckRange(parent, value, &chk);
+        }
+        if (r == 0) {
+            EXPECT_EQ(chk.parentMinMax.start, 0);
+            EXPECT_EQ(chk.parentMinMax.end, 1000);
+            EXPECT_EQ(chk.parentMinMax.flags, KZT_SEGF_SIGNED);
+            r = CheckRange(child, value, &chk, 11);
+        }
+        if (r == 0) {
+            EXPECT_EQ(chk.parentMinMax.start, 0);
+            EXPECT_EQ(chk.parentMinMax.end, 100);
+        }
+        return r;
+    };
+    EXPECT_EQ(walk("50"), 0u);
+    EXPECT_EQ(walk("0"), 0u);
+    EXPECT_EQ(walk("100"), 0u);
+    EXPECT_EQ(walk("-5"), 28680u);
+    EXPECT_EQ(walk("101"), 28680u);
+    EXPECT_EQ(walk("5000"), 28680u);
+
+    // Without the store flag the parent bounds stay untouched.
+    KztValCheckCtx chk{};
+    EXPECT_EQ(CheckRange(parent, "5", &chk), 0u);
+    EXPECT_EQ(chk.parentMinMax.flags, 0u);
+}
+
+TEST(TypesSegCompare, DerivedSegmentsAndMixedSigns)
+{
+    const SegInt64 signedSeg{-10, 10, KZT_SEGF_SIGNED};
+    const SegInt64 unsignedSeg{5, static_cast<int64_t>(UINT64_MAX), KZT_SEGF_UNSIGNED};
+    const SegInt64 noSign{0, 5, 0};
+    const SegInt64 negV{-11, 0, KZT_SEGF_SIGNED};
+    const SegInt64 v3{3, 0, KZT_SEGF_UNSIGNED};
+    const SegInt64 big{static_cast<int64_t>(UINT64_MAX - 1), 0, KZT_SEGF_UNSIGNED};
+    const SegInt64 none{3, 0, 0};
+
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&negV, &signedSeg), 4097u);
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&negV, &noSign), 22u);
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&v3, &signedSeg), 22u); // negative start
+    const SegInt64 positive{1, 10, KZT_SEGF_SIGNED};
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&v3, &positive), 0u);
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&v3, &unsignedSeg), 4097u);
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&big, &unsignedSeg), 0u);
+    EXPECT_EQ(KZT_CONS_CheckSegInt64WithExplictFlag(&none, &unsignedSeg), 22u);
+
+    // "max" of a derived segment takes the parent's end.
+    KztValCheckCtx chk{};
+    chk.parentMinMax = SegInt64{0, 255, KZT_SEGF_UNSIGNED};
+    const SegInt64 toMax{10, 0, KZT_SEGF_UNSIGNED | KZT_SEGF_END_MAX};
+    const SegInt64 v200{200, 0, KZT_SEGF_UNSIGNED};
+    const SegInt64 v256{256, 0, KZT_SEGF_UNSIGNED};
+    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegIntUnknown(&v200, &toMax, &chk), 0u);
+    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegIntUnknown(&v256, &toMax, &chk), 22u);
+    SegInt64 resolved{};
+    KZT_CONS_UpdateSegInt64WithMinMaxValue(&toMax, &chk.parentMinMax, &resolved);
+    EXPECT_EQ(resolved.start, 10);
+    EXPECT_EQ(resolved.end, 255);
+    EXPECT_EQ(resolved.flags, KZT_SEGF_UNSIGNED);
+    chk.parentMinMax.flags = KZT_SEGF_SIGNED;
+    KZT_CONS_UpdateSegInt64WithMinMaxValue(&toMax, &chk.parentMinMax, &resolved);
+    EXPECT_EQ(resolved.flags, KZT_SEGF_SIGNED);
+}
+
+TEST(TypesSegCompare, StoringParentBounds)
+{
+    KztValCheckCtx chk{};
+    const KztSegInt16 segs[2] = {{-5, 0}, {10, 20}};
+    // Nothing is stored unless asked for.
+    EXPECT_EQ(KZT_CONS_StoreLatestParentTypeMinMaxValue(&chk, segs, 2, sizeof(KztSegInt16),
+                                                        KZT_CONS_GetRangeSegConvertFunc(10)),
+              0u);
+    EXPECT_EQ(chk.parentMinMax.flags, 0u);
+    chk.storeParent = 1;
+    EXPECT_EQ(KZT_CONS_StoreLatestParentTypeMinMaxValue(&chk, segs, 0, sizeof(KztSegInt16),
+                                                        KZT_CONS_GetRangeSegConvertFunc(10)),
+              22u);
+    ASSERT_EQ(KZT_CONS_StoreLatestParentTypeMinMaxValue(&chk, segs, 2, sizeof(KztSegInt16),
+                                                        KZT_CONS_GetRangeSegConvertFunc(10)),
+              0u);
+    EXPECT_EQ(chk.parentMinMax.start, -5);
+    EXPECT_EQ(chk.parentMinMax.end, 20);
+    EXPECT_EQ(chk.parentMinMax.flags, KZT_SEGF_SIGNED);
+
+    // Derived segments keep their own bounds except where "min"/"max" defer to the parent.
+    const SegInt64 derived[2] = {{0, 3, KZT_SEGF_START_MIN | KZT_SEGF_UNSIGNED}, {7, 9, KZT_SEGF_UNSIGNED}};
+    ASSERT_EQ(KZT_CONS_StoreLatestParentTypeMinMaxValue(&chk, derived, 2, sizeof(SegInt64),
+                                                        KZT_CONS_GetRangeSegConvertFunc(0)),
+              0u);
+    EXPECT_EQ(chk.parentMinMax.start, -5);
+    EXPECT_EQ(chk.parentMinMax.end, 9);
+    EXPECT_EQ(chk.parentMinMax.flags, KZT_SEGF_SIGNED);
+}
+
+/* ---- Lengths -------------------------------------------------------------------------- */
+
+TEST_F(TypesRangeCheck, StringAndBinaryLengths)
+{
+    KztRealType *str = Load("string", "<length value=\"2..4\"/>");
+    void *body = KZT_TYPE_GetTypeConsDataByConsType(str, KZT_CONS_LENGTH);
+    auto check = [&](const char *v, KztValCheckCtx chk) {
+        chk.curRealType = str;
+        return KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, v, &chk);
+    };
+    KztValCheckCtx plain{};
+    plain.baseType = 14;
+    EXPECT_EQ(check("ab", plain), 0u);
+    EXPECT_EQ(check("abcd", plain), 0u);
+    EXPECT_EQ(check("a", plain), 28677u);
+    EXPECT_EQ(check("abcde", plain), 28677u);
+    EXPECT_EQ(check("\xc3\xa9\xc3\xa9\xc3\xa9", plain), 28677u); // bytes, not characters
+    EXPECT_EQ(check(nullptr, plain), 28677u);
+
+    KztValCheckCtx bin{};
+    bin.baseType = 1;
+    bin.binLen = 3;
+    EXPECT_EQ(check("this text is not what counts", bin), 0u);
+    bin.binLen = 5;
+    EXPECT_EQ(check("QUJD", bin), 28677u);
+
+    KztValCheckCtx nested{};
+    nested.baseType = 14;
+    nested.explicitCnt = 2;
+    EXPECT_EQ(check("abcdefgh", nested), 0u);
+}
+
+TEST_F(TypesRangeCheck, DerivedLengthWithMinUsesTheParentStart)
+{
+    KztRealType *rt = Load("name-t", "<length value=\"min..3\"/>");
+    void *body = KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_LENGTH);
+    KztValCheckCtx chk{};
+    chk.baseType = 14;
+    chk.storeParent = 1;
+    chk.curRealType = rt;
+    chk.parentMinMax = SegInt64{2, 10, KZT_SEGF_UNSIGNED};
+    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "abc", &chk), 0u);
+    chk.parentMinMax = SegInt64{2, 10, KZT_SEGF_UNSIGNED};
+    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "a", &chk), 28677u);
+    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "abcd", &chk), 28677u);
+
+    std::vector<Bounds> b;
+    ASSERT_EQ(KZT_CONS_ScanStartEndPairsWithLength(body, rt->baseType, CollectBounds, &b), 0u);
+    ASSERT_EQ(b.size(), 1u);
+    EXPECT_EQ(b[0].startFlags, KZ_BOUND_UNSIGNED | KZ_BOUND_MIN);
+    EXPECT_EQ(b[0].end, 3);
+    EXPECT_EQ(b[0].endFlags, KZ_BOUND_UNSIGNED);
+}
+
+TEST(TypesStringCheck, StoresTheLengthBounds)
+{
+    KztValCheckCtx chk{};
+    chk.storeParent = 1;
+    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictLength(14, nullptr, &chk), 0u);
+    EXPECT_EQ(chk.parentMinMax.start, 0);
+    EXPECT_EQ(chk.parentMinMax.end, 4294967295LL);
+    EXPECT_EQ(chk.parentMinMax.flags, KZT_SEGF_UNSIGNED);
+}
+
+TEST(TypesScan, DerivedRangeBoundsCarryMinMaxFlags)
+{
+    const SegInt64 segs[1] = {{0, 5, KZT_SEGF_START_MIN | KZT_SEGF_UNSIGNED}};
+    KztConsDataRange body{1, static_cast<uint16_t>(sizeof(SegInt64)), const_cast<SegInt64 *>(segs)};
+    std::vector<Bounds> b;
+    ASSERT_EQ(KZT_CONS_ScanStartEndPairsWithRange(&body, 0, CollectBounds, &b), 0u);
+    ASSERT_EQ(b.size(), 1u);
+    EXPECT_EQ(b[0].startFlags, KZ_BOUND_SIGNED | KZ_BOUND_MIN);
+    EXPECT_EQ(b[0].start, 0);
+    EXPECT_EQ(b[0].endFlags, KZ_BOUND_SIGNED);
+    EXPECT_EQ(b[0].end, 5);
+    EXPECT_EQ(KZT_CONS_ScanStartEndPairsWithRange(&body, 20, CollectBounds, &b), 22u);
+    EXPECT_EQ(KZT_CONS_ScanStartEndPairsWithRange(&body, 9, CollectBounds, &b), 22u); // width mismatch
+
+    auto stopAtFirst = [](const KztBoundVal *, const KztBoundVal *, void *) -> uint32_t { return 7; };
+    EXPECT_EQ(KZT_CONS_ScanStartEndPairsWithRange(&body, 0, stopAtFirst, nullptr), 7u);
+}
