@@ -11,6 +11,8 @@
 using kzt_test::TypeYin;
 using kzt_test::TypesFixture;
 
+class TypesParse : public TypesFixture {};
+
 namespace {
 
 uint64_t Mark(const xmlNode *n)
@@ -86,7 +88,7 @@ TEST(TypesCount, CountsEachKindAndMarksElements)
     }
 }
 
-TEST_F(TypesFixture, PlainBuiltInTypeHasNoConstraintArray)
+TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArray)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("int8"), &rt), 0u);
@@ -98,7 +100,7 @@ TEST_F(TypesFixture, PlainBuiltInTypeHasNoConstraintArray)
     Destroy(&rt);
 }
 
-TEST_F(TypesFixture, TypeWithoutNameFails)
+TEST_F(TypesParse, TypeWithoutNameFails)
 {
     KztRealType rt{};
     auto doc = kzt_test::ParseYin("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
@@ -108,7 +110,7 @@ TEST_F(TypesFixture, TypeWithoutNameFails)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, DerivedTypeEntryComesFirstAndNamesThisModule)
+TEST_F(TypesParse, DerivedTypeEntryComesFirstAndNamesThisModule)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("percent", "<range value=\"0..100\"/>"), &rt), 0u);
@@ -138,7 +140,7 @@ TEST_F(TypesFixture, DerivedTypeEntryComesFirstAndNamesThisModule)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, DerivedRangeUsingMinMaxDefersToParent)
+TEST_F(TypesParse, DerivedRangeUsingMinMaxDefersToParent)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("base-t", "<range value=\"min..10 | 20..max\"/>"), &rt), 0u);
@@ -155,7 +157,7 @@ TEST_F(TypesFixture, DerivedRangeUsingMinMaxDefersToParent)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, EntriesFollowKindOrderNotDocumentOrder)
+TEST_F(TypesParse, EntriesFollowKindOrderNotDocumentOrder)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1..5\"/><length value=\"1..3|5\"/>"), &rt), 0u);
@@ -173,7 +175,7 @@ TEST_F(TypesFixture, EntriesFollowKindOrderNotDocumentOrder)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, FailedFillLeavesATypeTheOwnerCanDestroy)
+TEST_F(TypesParse, FailedFillLeavesATypeTheOwnerCanDestroy)
 {
     KztRealType rt{};
     // "string" has no range parser.
@@ -189,7 +191,7 @@ TEST_F(TypesFixture, FailedFillLeavesATypeTheOwnerCanDestroy)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, CopyIsIndependentOfItsSource)
+TEST_F(TypesParse, CopyIsIndependentOfItsSource)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("t", "<length value=\"min..9\"/><range value=\"1..5|7\"/>"), &rt), 0u);
@@ -227,7 +229,7 @@ TEST_F(TypesFixture, CopyIsIndependentOfItsSource)
     EXPECT_EQ(plainCopy.constraints, nullptr);
 }
 
-TEST_F(TypesFixture, CopyOfAnEntryWithoutBodyFailsCleanly)
+TEST_F(TypesParse, CopyOfAnEntryWithoutBodyFailsCleanly)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1\"/>"), &rt), 0u);
@@ -242,7 +244,7 @@ TEST_F(TypesFixture, CopyOfAnEntryWithoutBodyFailsCleanly)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesFixture, ArrayAndBodyCreationRefuseToOverwrite)
+TEST_F(TypesParse, ArrayAndBodyCreationRefuseToOverwrite)
 {
     KztRealType rt{};
     EXPECT_EQ(KZT_TYPE_ExpandConstraintArray(&rt, 2), 0u);
@@ -259,7 +261,7 @@ TEST_F(TypesFixture, ArrayAndBodyCreationRefuseToOverwrite)
     EXPECT_EQ(rt.consCount, 0u);
 }
 
-TEST_F(TypesFixture, FillStopsWhenCountersDisagree)
+TEST_F(TypesParse, FillStopsWhenCountersDisagree)
 {
     auto doc = kzt_test::ParseYin(TypeYin("t", "<range value=\"1\"/>"));
     xmlNode *type = xmlDocGetRootElement(doc.get());
@@ -298,7 +300,7 @@ uint32_t LogFillOne(KzCtx *, KzMod *, void *seg, uint8_t *aux, xmlNode *elem)
 
 } // namespace
 
-TEST_F(TypesFixture, SegmentFillerVisitsMarkedChildrenUpToCount)
+TEST_F(TypesParse, SegmentFillerVisitsMarkedChildrenUpToCount)
 {
     auto doc = kzt_test::ParseYin(
         TypeYin("bits", "<bit name=\"a\"/><enum name=\"skip\"/><bit name=\"b\"/><bit name=\"c\"/>"));

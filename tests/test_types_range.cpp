@@ -226,7 +226,7 @@ TEST_F(TypesRangeLoad, RangesThatFailToLoad)
     EXPECT_EQ(Load("int8", "1 .. 5", nullptr), 0u);
 }
 
-TEST_F(TypesFixture, LengthSegmentWidthFollowsDerivationAndMinMax)
+TEST_F(TypesRangeLoad, LengthSegmentWidthFollowsDerivationAndMinMax)
 {
     struct Row {
         const char *type;
