@@ -251,3 +251,49 @@ TEST_F(TypesTypedef, BindingReachesOwnTypedefsOnly)
     mod_.typedefCount = 0;
     EXPECT_EQ(Leaked(), 0u);
 }
+
+TEST_F(TypesTypedef, RangesAlongATypedefChain)
+{
+    // a: int32 0..100; b: a 10..20; c: a min..20; leaves of b and c.
+    KzsTypedef tdefs[3]{};
+    tdefs[0].name = "a";
+    tdefs[1].name = "b";
+    tdefs[2].name = "c";
+    mod_.typedefs = tdefs;
+    mod_.typedefCount = 3;
+    ASSERT_EQ(ParseType(TypeYin("int32", "<range value=\"0..100\"/>"), &tdefs[0].realType), 0u);
+    ASSERT_EQ(ParseType(TypeYin("a", "<range value=\"10..20\"/>"), &tdefs[1].realType), 0u);
+    ASSERT_EQ(ParseType(TypeYin("a", "<range value=\"min..20\"/>"), &tdefs[2].realType), 0u);
+    KztRealType leafB{};
+    KztRealType leafC{};
+    ASSERT_EQ(ParseType(TypeYin("b"), &leafB), 0u);
+    ASSERT_EQ(ParseType(TypeYin("mp:c"), &leafC), 0u);
+    for (KztRealType *rt : {&tdefs[0].realType, &tdefs[1].realType, &tdefs[2].realType, &leafB, &leafC}) {
+        ASSERT_EQ(KZT_TYPE_UpdateRealTypeDerivedFrom(rt, &mod_), 0u);
+    }
+
+    auto check = [&](KztRealType *rt, const char *value) {
+        KztValCheckCtx chk{};
+        chk.ctx = &ctx_;
+        return KZT_TYPE_ValidateValueNodeAgainstRealType(rt, KZ_VAL_INPUT_STRING, value, &chk);
+    };
+    // Only the most derived explicit range counts; a's range is not consulted.
+    EXPECT_EQ(check(&leafB, "15"), 0u);
+    EXPECT_EQ(check(&leafB, "50"), 28680u);
+    EXPECT_EQ(check(&leafB, "9"), 28680u);
+    // "min" makes a's range count too, and supplies its start.
+    EXPECT_EQ(check(&leafC, "0"), 0u);
+    EXPECT_EQ(check(&leafC, "20"), 0u);
+    EXPECT_EQ(check(&leafC, "50"), 28680u);
+    EXPECT_EQ(check(&leafC, "-1"), 28680u);
+    EXPECT_EQ(check(&leafC, "2147483648"), 28680u); // int32's own bounds always apply
+
+    Destroy(&leafB);
+    Destroy(&leafC);
+    for (KzsTypedef &t : tdefs) {
+        Destroy(&t.realType);
+    }
+    mod_.typedefs = nullptr;
+    mod_.typedefCount = 0;
+    EXPECT_EQ(Leaked(), 0u);
+}
