@@ -234,6 +234,17 @@ TEST_F(TypesTypedef, BindingReachesOwnTypedefsOnly)
     EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(&un->segs[0])->tdefRealType, nullptr);
     EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(&un->segs[1])->tdefRealType, &tdefs[0].realType);
     EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(&un->segs[2])->tdefRealType, &tdefs[0].realType);
+
+    // A copy carries no binding; binding again follows the typedef array when it moves.
+    KztRealType *copy = KZT_TYPE_CopyNytRealType(&ctx_.dict, &un->segs[2]);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(copy)->tdefRealType, nullptr);
+    KZT_TYPE_DestroyNytRealType(&ctx_.dict, copy);
+    KzsTypedef moved[1]{};
+    moved[0].name = "counter";
+    mod_.typedefs = moved;
+    ASSERT_EQ(KZT_TYPE_UpdateRealTypeDerivedFrom(&rt, &mod_), 0u);
+    EXPECT_EQ(KZT_TYPE_GetTypeConsDataDerived(&un->segs[2])->tdefRealType, &moved[0].realType);
     Destroy(&rt);
 
     KztRealType missing{};
