@@ -1,0 +1,366 @@
+/* Value checks through loaded modules: typedef chains with ranges, enum and
+ * bits numbering, identityrefs across modules, unions, leafrefs, patterns,
+ * binary lengths, deep chains, and checks running on several threads. */
+#include <gtest/gtest.h>
+
+#include <libxml/parser.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "korla.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+#include "types/kzt_cons.h"
+
+namespace {
+
+std::string Module(const std::string &name, const std::string &body, const std::string &extraNs = "")
+{
+    return "<module name=\"" + name + "\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:" + name +
+           "=\"urn:" + name + "\"" + extraNs + ">\n<namespace uri=\"urn:" + name + "\"/>\n<prefix value=\"" +
+           name + "\"/>\n" + body + "</module>\n";
+}
+
+const char *kValBody = R"(
+<typedef name="pct"><type name="int32"><range value="0..100"/></type></typedef>
+<typedef name="narrow"><type name="pct"><range value="10..20"/></type></typedef>
+<typedef name="upto20"><type name="pct"><range value="min..20"/></type></typedef>
+<typedef name="plain"><type name="pct"/></typedef>
+<leaf name="i8"><type name="int8"/></leaf>
+<leaf name="narrow"><type name="narrow"/></leaf>
+<leaf name="upto20"><type name="upto20"/></leaf>
+<leaf name="plain"><type name="plain"/></leaf>
+<leaf name="color"><type name="enumeration">
+  <enum name="a"><description><text>Alpha. More text.</text></description></enum>
+  <enum name="b"><value value="10"/></enum>
+  <enum name="c"/>
+  <enum name="d"><value value="5"/></enum>
+  <enum name="e"><description><text>.hidden</text></description></enum>
+</type></leaf>
+<leaf name="flags"><type name="bits">
+  <bit name="x"/><bit name="y"><position value="3"/></bit><bit name="z"/>
+</type></leaf>
+<leaf name="u"><type name="union"><type name="int8"/><type name="string"/></type></leaf>
+<leaf name="u3"><type name="union"><type name="narrow"/><type name="boolean"/><type name="pct"/></type></leaf>
+<leaf name="name"><type name="string">
+  <pattern value="^[a-z]+$"/>
+  <pattern value="admin"><modifier value="invert-match"/></pattern>
+</type></leaf>
+<leaf name="blob"><type name="binary"><length value="2..3"/></type></leaf>
+<leaf name="ref"><type name="leafref"><path value="../i8"/></type></leaf>
+<leaf name="dangling"><type name="leafref"><path value="../nothing"/></type></leaf>
+)";
+
+KzsNode *TopNode(KzMod *mod, const char *name)
+{
+    for (KzsNode *n = (mod != nullptr) ? mod->dataNodes : nullptr; n != nullptr; n = n->next) {
+        if (n->name != nullptr && std::string(n->name) == name) {
+            return n;
+        }
+    }
+    return nullptr;
+}
+
+class TypesValuesModule : public ::testing::Test {
+protected:
+    void Load(uint32_t flags, const std::vector<std::string> &texts)
+    {
+        ctx_ = KZ_CTX_Create(flags);
+        ASSERT_NE(ctx_, nullptr);
+        for (const std::string &t : texts) {
+            ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, t.c_str()), 0u) << t;
+        }
+    }
+    void TearDown() override
+    {
+        if (ctx_ != nullptr) {
+            KZ_CTX_Delete(ctx_);
+        }
+    }
+    KzsNode *Leaf(const char *mod, const char *name)
+    {
+        KzsNode *n = TopNode(KZ_CTX_GetModuleByModName(ctx_, mod), name);
+        EXPECT_NE(n, nullptr) << mod << ":" << name;
+        return n;
+    }
+    uint32_t Check(const char *mod, const char *leaf, const char *value)
+    {
+        KzsNode *n = Leaf(mod, leaf);
+        return (n != nullptr) ? KZ_NODE_ValidateValue(n, KZ_VAL_INPUT_STRING, value) : 0xffffffffu;
+    }
+
+    KzCtx *ctx_ = nullptr;
+};
+
+TEST_F(TypesValuesModule, OnlyTheMostDerivedRangeIsEnforced)
+{
+    Load(0, {Module("vt", kValBody)});
+    EXPECT_EQ(Check("vt", "i8", "127"), 0u);
+    EXPECT_EQ(Check("vt", "i8", "128"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("vt", "i8", "-128"), 0u);
+    EXPECT_EQ(Check("vt", "i8", "5 \t\n"), 0u);
+    /* narrow: pct 0..100 refined to 10..20. */
+    EXPECT_EQ(Check("vt", "narrow", "15"), 0u);
+    EXPECT_EQ(Check("vt", "narrow", "50"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("vt", "narrow", "5"), KZ_VAL_ERR_RANGE);
+    /* The built-in bounds are always checked. */
+    EXPECT_EQ(Check("vt", "narrow", "4294967296"), KZ_VAL_ERR_RANGE);
+    /* min..20 takes its "min" from pct, whose range is checked as well. */
+    EXPECT_EQ(Check("vt", "upto20", "0"), 0u);
+    EXPECT_EQ(Check("vt", "upto20", "50"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("vt", "upto20", "-1"), KZ_VAL_ERR_RANGE);
+    /* A typedef without a range of its own keeps its parent's. */
+    EXPECT_EQ(Check("vt", "plain", "100"), 0u);
+    EXPECT_EQ(Check("vt", "plain", "101"), KZ_VAL_ERR_RANGE);
+}
+
+TEST_F(TypesValuesModule, MatchedTypeIsTheTypedefNearestTheBuiltIn)
+{
+    Load(0, {Module("vt", kValBody)});
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "vt");
+    KztRealType *pct = KZ_MOD_GetRealTypeByTypDefName(mod, "pct");
+    ASSERT_NE(pct, nullptr);
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("vt", "narrow"), KZ_VAL_INPUT_STRING, "12"), pct);
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("vt", "narrow"), KZ_VAL_INPUT_STRING, "99"), nullptr);
+    KzsNode *i8 = Leaf("vt", "i8");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(i8, KZ_VAL_INPUT_STRING, "1"), KZ_NODE_GetRealType(i8));
+}
+
+uint32_t CollectNameValue(const char *name, int64_t value, const char *desc, void *arg)
+{
+    auto *out = static_cast<std::vector<std::string> *>(arg);
+    out->push_back(std::string(name) + "=" + std::to_string(value) + (desc != nullptr ? std::string("/") + desc : ""));
+    return 0;
+}
+
+TEST_F(TypesValuesModule, EnumAndBitsNumbering)
+{
+    Load(0, {Module("vt", kValBody)});
+    std::vector<std::string> seen;
+    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
+    EXPECT_EQ(seen, (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
+    seen.clear();
+    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "flags")), CollectNameValue, &seen), 0u);
+    EXPECT_EQ(seen, (std::vector<std::string>{"x=0", "y=3", "z=4"}));
+
+    EXPECT_EQ(Check("vt", "color", "d"), 0u);
+    EXPECT_EQ(Check("vt", "color", "f"), KZ_VAL_ERR_ENUM);
+    EXPECT_EQ(Check("vt", "flags", "x z"), 0u);
+    EXPECT_EQ(Check("vt", "flags", "x x"), KZ_VAL_ERR_BITS);
+    EXPECT_EQ(Check("vt", "flags", "x,z"), KZ_VAL_ERR_BITS);
+    EXPECT_EQ(Check("vt", "flags", ""), 0u);
+}
+
+TEST_F(TypesValuesModule, EnumDescriptionsOnlyWhenAsked)
+{
+    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
+    std::vector<std::string> seen;
+    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
+    /* The first sentence only; a text starting with "." keeps nothing. */
+    EXPECT_EQ(seen, (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
+}
+
+TEST_F(TypesValuesModule, EnumValueAndBitPositionLimits)
+{
+    ctx_ = KZ_CTX_Create(0);
+    ASSERT_NE(ctx_, nullptr);
+    auto enumLeaf = [](const char *v) {
+        return std::string("<leaf name=\"l\"><type name=\"enumeration\"><enum name=\"a\"><value value=\"") + v +
+               "\"/></enum><enum name=\"b\"/></type></leaf>\n";
+    };
+    EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("e1", enumLeaf("2147483647")).c_str()), 0u);
+    EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("e2", enumLeaf("-2147483648")).c_str()), 0u);
+    /* 2147483646 loads, and the next implicit value still fits. */
+    ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, Module("e4", enumLeaf("2147483646")).c_str()), 0u);
+    std::vector<std::string> seen;
+    KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("e4", "l")), CollectNameValue, &seen);
+    EXPECT_EQ(seen, (std::vector<std::string>{"a=2147483646", "b=2147483647"}));
+    const std::string bits =
+        "<leaf name=\"l\"><type name=\"bits\"><bit name=\"a\"><position value=\"4294967295\"/></bit></type></leaf>";
+    EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("b1", bits).c_str()), 0u);
+}
+
+TEST_F(TypesValuesModule, UnionOrderAndMatchedMember)
+{
+    Load(0, {Module("vt", kValBody)});
+    std::vector<KztRealType *> members;
+    KZ_TYPE_ScanUnionSubType(
+        KZ_NODE_GetRealType(Leaf("vt", "u")),
+        [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
+            static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
+            return 0;
+        },
+        &members);
+    ASSERT_EQ(members.size(), 2u);
+    KzsNode *u = Leaf("vt", "u");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "5"), members[0]);
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "500"), members[1]);
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "x"), members[1]);
+
+    /* Members start afresh: narrow's 10..20 holds inside its member only,
+     * and a value outside it falls through to later members. */
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "vt");
+    KztRealType *pct = KZ_MOD_GetRealTypeByTypDefName(mod, "pct");
+    KzsNode *u3 = Leaf("vt", "u3");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u3, KZ_VAL_INPUT_STRING, "15"), pct);
+    EXPECT_EQ(KZ_NODE_ValidateValue(u3, KZ_VAL_INPUT_STRING, "50"), 0u);
+    EXPECT_EQ(KZ_NODE_ValidateValue(u3, KZ_VAL_INPUT_STRING, "true"), 0u);
+    EXPECT_EQ(KZ_NODE_ValidateValue(u3, KZ_VAL_INPUT_STRING, "500"), KZ_VAL_ERR_UNION);
+}
+
+TEST_F(TypesValuesModule, PatternsLeafrefsAndBinaryLengths)
+{
+    Load(0, {Module("vt", kValBody)});
+    std::vector<std::string> pats;
+    KZ_TYPE_ScanPatternInvertMatch(
+        KZ_NODE_GetRealType(Leaf("vt", "name")),
+        [](const char *p, uint32_t inv, void *arg) -> uint32_t {
+            static_cast<std::vector<std::string> *>(arg)->push_back(std::string(p) + "/" + std::to_string(inv));
+            return 0;
+        },
+        &pats);
+    EXPECT_EQ(pats, (std::vector<std::string>{"[a-z]+/0", "admin/1"}));
+    EXPECT_EQ(Check("vt", "name", "root"), 0u);
+    EXPECT_EQ(Check("vt", "name", "admin"), KZ_VAL_ERR_PATTERN);
+    EXPECT_EQ(Check("vt", "name", "Root"), KZ_VAL_ERR_PATTERN);
+
+    EXPECT_EQ(Check("vt", "ref", "5"), 0u);
+    EXPECT_EQ(Check("vt", "ref", "300"), KZ_VAL_ERR_RANGE);
+    KzsNode *i8 = Leaf("vt", "i8");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("vt", "ref"), KZ_VAL_INPUT_STRING, "5"), KZ_NODE_GetRealType(i8));
+    EXPECT_EQ(Check("vt", "dangling", "5"), KZ_VAL_ERR_LEAFREF);
+
+    EXPECT_EQ(Check("vt", "blob", "QUI="), 0u);  /* 2 bytes */
+    EXPECT_EQ(Check("vt", "blob", "QUJD"), 0u);  /* 3 bytes */
+    EXPECT_EQ(Check("vt", "blob", "QQ=="), KZ_VAL_ERR_LENGTH);
+    EXPECT_EQ(Check("vt", "blob", "QUJDRA=="), KZ_VAL_ERR_LENGTH);
+    EXPECT_EQ(Check("vt", "blob", "QUJ"), KZ_VAL_ERR_BINARY);
+}
+
+std::string Chain(int typedefs, const char *leafType)
+{
+    std::string body = "<typedef name=\"t0\"><type name=\"int8\"/></typedef>\n";
+    for (int i = 1; i < typedefs; ++i) {
+        body += "<typedef name=\"t" + std::to_string(i) + "\"><type name=\"t" + std::to_string(i - 1) +
+                "\"/></typedef>\n";
+    }
+    body += std::string("<leaf name=\"l\"><type name=\"") + leafType + "\"/></leaf>\n";
+    return body;
+}
+
+TEST_F(TypesValuesModule, DerivedChainOf129TypedefsIsTheLimit)
+{
+    Load(0, {Module("c129", Chain(129, "t128")), Module("c130", Chain(130, "t129"))});
+    EXPECT_EQ(Check("c129", "l", "7"), 0u);
+    EXPECT_EQ(Check("c129", "l", "700"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("c130", "l", "7"), KZ_VAL_ERR_DERIVED);
+}
+
+const char *kIdentBase = R"(
+<identity name="crypto"/>
+<identity name="hash"/>
+<leaf name="alg"><type name="identityref"><base name="ida:crypto"/></type></leaf>
+)";
+
+const char *kIdentDerived = R"(
+<import module="ida"><prefix value="a"/></import>
+<identity name="aes"><base name="a:crypto"/></identity>
+<identity name="aes256"><base name="aes"/></identity>
+<identity name="sha"><base name="a:hash"/></identity>
+<identity name="loop1"><base name="loop2"/></identity>
+<identity name="loop2"><base name="loop1"/></identity>
+<leaf name="alg"><type name="identityref"><base name="a:crypto"/></type></leaf>
+<leaf name="any"><type name="identityref"><base name="a:hash"/><base name="aes"/></type></leaf>
+)";
+
+TEST_F(TypesValuesModule, IdentityrefAcrossModulesAndDerivations)
+{
+    Load(0, {Module("ida", kIdentBase), Module("idb", kIdentDerived)});
+    struct Case {
+        const char *leaf;
+        const char *value;
+        uint32_t rc;
+    } cases[] = {
+        {"alg", "idb:aes", 0u},
+        {"alg", "idb:aes256", 0u},          /* through two derivations */
+        {"alg", "ida:crypto", 0u},          /* the base itself */
+        {"alg", "idb:sha", KZ_VAL_ERR_IDENTREF},
+        {"alg", "idb:loop1", KZ_VAL_ERR_IDENTREF}, /* a base cycle ends */
+        {"alg", "idb:nothing", KZ_VAL_ERR_IDENTREF},
+        {"alg", "nomod:aes", KZ_VAL_ERR_IDENTREF},
+        {"alg", "aes", KZ_VAL_ERR_IDENTREF},       /* text form needs module:name */
+        {"alg", ":aes", KZ_VAL_ERR_IDENTREF},
+        {"alg", "idb:", KZ_VAL_ERR_IDENTREF},
+        {"any", "idb:sha", 0u},                    /* any one base suffices */
+        {"any", "idb:aes256", 0u},
+        {"any", "ida:crypto", KZ_VAL_ERR_IDENTREF},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(Check("idb", c.leaf, c.value), c.rc) << c.leaf << " " << c.value;
+    }
+    EXPECT_EQ(Check("ida", "alg", "idb:aes256"), 0u);
+}
+
+TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
+{
+    Load(0, {Module("ida", kIdentBase), Module("idb", kIdentDerived)});
+    KzsNode *alg = Leaf("idb", "alg");
+    struct Case {
+        const char *xml;
+        uint32_t rc;
+    } cases[] = {
+        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:aes256</alg>", 0u},
+        {"<alg xmlns=\"urn:idb\" xmlns:y=\"urn:ida\">y:crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:idb\">aes</alg>", 0u},          /* default namespace */
+        {"<alg xmlns=\"urn:ida\">crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:idb\">q:aes</alg>", KZ_VAL_ERR_IDENTREF},  /* unknown prefix */
+        {"<alg xmlns=\"urn:other\">aes</alg>", KZ_VAL_ERR_IDENTREF},  /* no such module */
+        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
+        {"<alg xmlns=\"urn:idb\"/>", KZ_VAL_ERR_IDENTREF},
+    };
+    for (const Case &c : cases) {
+        xmlDocPtr doc = xmlReadMemory(c.xml, static_cast<int>(strlen(c.xml)), nullptr, nullptr, 0);
+        ASSERT_NE(doc, nullptr) << c.xml;
+        EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc)), c.rc) << c.xml;
+        xmlFreeDoc(doc);
+    }
+}
+
+TEST_F(TypesValuesModule, ChecksRunConcurrentlyOnOneContext)
+{
+    Load(0, {Module("vt", kValBody), Module("ida", kIdentBase), Module("idb", kIdentDerived)});
+    struct Case {
+        KzsNode *node;
+        const char *value;
+        uint32_t rc;
+    };
+    std::vector<Case> cases = {
+        {Leaf("vt", "narrow"), "15", 0u},          {Leaf("vt", "narrow"), "50", KZ_VAL_ERR_RANGE},
+        {Leaf("vt", "upto20"), "-1", KZ_VAL_ERR_RANGE}, {Leaf("vt", "name"), "root", 0u},
+        {Leaf("vt", "name"), "admin", KZ_VAL_ERR_PATTERN}, {Leaf("vt", "u3"), "true", 0u},
+        {Leaf("vt", "u3"), "500", KZ_VAL_ERR_UNION},   {Leaf("vt", "flags"), "z y", 0u},
+        {Leaf("vt", "ref"), "5", 0u},              {Leaf("idb", "alg"), "idb:aes256", 0u},
+        {Leaf("idb", "alg"), "idb:sha", KZ_VAL_ERR_IDENTREF}, {Leaf("vt", "blob"), "QQ==", KZ_VAL_ERR_LENGTH},
+    };
+    std::atomic<uint32_t> mismatches{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 3000; ++i) {
+                const Case &c = cases[(static_cast<size_t>(i) * 7 + static_cast<size_t>(t)) % cases.size()];
+                if (KZ_NODE_ValidateValue(c.node, KZ_VAL_INPUT_STRING, c.value) != c.rc) {
+                    ++mismatches;
+                }
+            }
+        });
+    }
+    for (std::thread &th : threads) {
+        th.join();
+    }
+    EXPECT_EQ(mismatches.load(), 0u);
+}
+
+} // namespace
