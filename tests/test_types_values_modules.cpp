@@ -52,6 +52,9 @@ const char *kValBody = R"(
 <leaf name="blob"><type name="binary"><length value="2..3"/></type></leaf>
 <leaf name="ref"><type name="leafref"><path value="../i8"/></type></leaf>
 <leaf name="dangling"><type name="leafref"><path value="../nothing"/></type></leaf>
+<leaf name="refOrName"><type name="union">
+  <type name="leafref"><path value="../i8"/></type><type name="string"/>
+</type></leaf>
 )";
 
 KzsNode *TopNode(KzMod *mod, const char *name)
@@ -238,6 +241,61 @@ TEST_F(TypesValuesModule, PatternsLeafrefsAndBinaryLengths)
     EXPECT_EQ(Check("vt", "blob", "QQ=="), KZ_VAL_ERR_LENGTH);
     EXPECT_EQ(Check("vt", "blob", "QUJDRA=="), KZ_VAL_ERR_LENGTH);
     EXPECT_EQ(Check("vt", "blob", "QUJ"), KZ_VAL_ERR_BINARY);
+}
+
+TEST_F(TypesValuesModule, LeafrefAsUnionMemberUsesItsOwnPath)
+{
+    Load(0, {Module("vt", kValBody)});
+    KzsNode *n = Leaf("vt", "refOrName");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "-5"), KZ_NODE_GetRealType(Leaf("vt", "i8")));
+    std::vector<KztRealType *> members;
+    KZ_TYPE_ScanUnionSubType(
+        KZ_NODE_GetRealType(n),
+        [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
+            static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
+            return 0;
+        },
+        &members);
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "500"), members[1]);
+}
+
+uint32_t CollectDerived(const char *mod, const char *name, KztRealType *rt, void *arg)
+{
+    auto *out = static_cast<std::vector<std::string> *>(arg);
+    out->push_back(std::string(mod ? mod : "-") + ":" + (name ? name : "-") + ":" +
+                   std::to_string(KZ_TYPE_GetBuiltInBaseType(rt)));
+    return 0;
+}
+
+uint32_t CollectBounds(const KztBoundVal *start, const KztBoundVal *end, void *arg)
+{
+    auto *out = static_cast<std::vector<std::string> *>(arg);
+    auto text = [](const KztBoundVal *b) {
+        if ((b->flags & KZ_BOUND_MIN) != 0) {
+            return std::string("min");
+        }
+        if ((b->flags & KZ_BOUND_MAX) != 0) {
+            return std::string("max");
+        }
+        return std::to_string(b->value);
+    };
+    out->push_back(text(start) + ".." + text(end));
+    return 0;
+}
+
+TEST_F(TypesValuesModule, ScansFollowTheTypedefChain)
+{
+    Load(0, {Module("vt", kValBody)});
+    std::vector<std::string> seen;
+    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(KZ_NODE_GetRealType(Leaf("vt", "narrow")), ctx_, CollectDerived, &seen),
+              0u);
+    EXPECT_EQ(seen, (std::vector<std::string>{"vt:narrow:0", "vt:pct:11"}));
+    seen.clear();
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "vt");
+    EXPECT_EQ(KZ_TYPE_ScanStartEndPair(KZ_MOD_GetRealTypeByTypDefName(mod, "upto20"), CollectBounds, &seen), 0u);
+    EXPECT_EQ(KZ_TYPE_ScanStartEndPair(KZ_MOD_GetRealTypeByTypDefName(mod, "pct"), CollectBounds, &seen), 0u);
+    EXPECT_EQ(seen, (std::vector<std::string>{"min..20", "0..100"}));
 }
 
 std::string Chain(int typedefs, const char *leafType)
