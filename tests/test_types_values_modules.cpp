@@ -320,6 +320,7 @@ TEST_F(TypesValuesModule, DerivedChainOf129TypedefsIsTheLimit)
 const char *kIdentBase = R"(
 <identity name="crypto"/>
 <identity name="hash"/>
+<typedef name="small"><type name="int8"><range value="1..10"/></type></typedef>
 <leaf name="alg"><type name="identityref"><base name="ida:crypto"/></type></leaf>
 )";
 
@@ -332,6 +333,7 @@ const char *kIdentDerived = R"(
 <identity name="loop2"><base name="loop1"/></identity>
 <leaf name="alg"><type name="identityref"><base name="a:crypto"/></type></leaf>
 <leaf name="any"><type name="identityref"><base name="a:hash"/><base name="aes"/></type></leaf>
+<leaf name="imported"><type name="a:small"/></leaf>
 )";
 
 TEST_F(TypesValuesModule, IdentityrefAcrossModulesAndDerivations)
@@ -360,6 +362,16 @@ TEST_F(TypesValuesModule, IdentityrefAcrossModulesAndDerivations)
         EXPECT_EQ(Check("idb", c.leaf, c.value), c.rc) << c.leaf << " " << c.value;
     }
     EXPECT_EQ(Check("ida", "alg", "idb:aes256"), 0u);
+}
+
+TEST_F(TypesValuesModule, TypedefOfAnotherModuleIsFoundAtCheckTime)
+{
+    Load(0, {Module("ida", kIdentBase), Module("idb", kIdentDerived)});
+    EXPECT_EQ(Check("idb", "imported", "5"), 0u);
+    EXPECT_EQ(Check("idb", "imported", "50"), KZ_VAL_ERR_RANGE);
+    KzMod *ida = KZ_CTX_GetModuleByModName(ctx_, "ida");
+    EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("idb", "imported"), KZ_VAL_INPUT_STRING, "5"),
+              KZ_MOD_GetRealTypeByTypDefName(ida, "small"));
 }
 
 TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
