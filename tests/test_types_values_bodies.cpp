@@ -334,28 +334,6 @@ TEST(TypesValuesDriver, SelfReferringUnionsAreBounded)
     EXPECT_EQ(chk.matchRealType, &members[2]);
 }
 
-TEST(TypesValuesDriver, ExplicitCountKeepsOnlyOutermostRestriction)
-{
-    KztRealType inner{};
-    inner.rngLenFlags = KZT_RNGLEN_PARSED | KZT_RNGLEN_EXPLICIT;
-    KztRealType outer = inner;
-    KztValCheckCtx chk = FreshChk();
-    KZT_TYPE_PreProcValCheckAuxRngLenExplictCnt(&outer, &chk);
-    EXPECT_EQ(chk.explicitCnt, 1u);
-    KZT_TYPE_PreProcValCheckAuxRngLenExplictCnt(&inner, &chk);
-    EXPECT_EQ(chk.explicitCnt, 2u);
-    KZT_TYPE_PostProcValCheckAuxRngLenExplictCnt(&chk);
-    KZT_TYPE_PostProcValCheckAuxRngLenExplictCnt(&chk);
-    KZT_TYPE_PostProcValCheckAuxRngLenExplictCnt(&chk);
-    EXPECT_EQ(chk.explicitCnt, 0u);
-
-    KztRealType minMax{};
-    minMax.rngLenFlags = KZT_RNGLEN_PARSED | KZT_RNGLEN_PARENT_MINMAX;
-    KZT_TYPE_PreProcValCheckAuxRngLenExplictCnt(&minMax, &chk);
-    EXPECT_EQ(chk.explicitCnt, 0u);
-    EXPECT_EQ(chk.storeParent, 1u);
-}
-
 uint32_t CollectNameValue(const char *name, int64_t value, const char *desc, void *arg)
 {
     auto *out = static_cast<std::vector<std::string> *>(arg);

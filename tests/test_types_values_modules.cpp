@@ -52,6 +52,7 @@ const char *kValBody = R"(
 <leaf name="blob"><type name="binary"><length value="2..3"/></type></leaf>
 <leaf name="ref"><type name="leafref"><path value="../i8"/></type></leaf>
 <leaf name="dangling"><type name="leafref"><path value="../nothing"/></type></leaf>
+<leaf name="price"><type name="decimal64"><fraction-digits value="2"/><range value="-1.5..100"/></type></leaf>
 <leaf name="refOrName"><type name="union">
   <type name="leafref"><path value="../i8"/></type><type name="string"/>
 </type></leaf>
@@ -164,6 +165,28 @@ TEST_F(TypesValuesModule, EnumDescriptionsOnlyWhenAsked)
     EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
     /* The first sentence only; a text starting with "." keeps nothing. */
     EXPECT_EQ(seen, (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
+}
+
+TEST_F(TypesValuesModule, Decimal64FractionDigits)
+{
+    Load(0, {Module("vt", kValBody)});
+    EXPECT_EQ(KZ_TYPE_GetDecimal64Fraction(KZ_NODE_GetRealType(Leaf("vt", "price"))), 2u);
+    EXPECT_EQ(Check("vt", "price", "12.34"), 0u);
+    EXPECT_EQ(Check("vt", "price", "+12"), 0u);
+    EXPECT_EQ(Check("vt", "price", "-1.5"), 0u);
+    EXPECT_EQ(Check("vt", "price", "12.345"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("vt", "price", "-1.51"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("vt", "price", "100.01"), KZ_VAL_ERR_RANGE);
+    auto dec = [](const char *fd) {
+        return std::string("<leaf name=\"l\"><type name=\"decimal64\"><fraction-digits value=\"") + fd +
+               "\"/></type></leaf>";
+    };
+    KzCtx *other = KZ_CTX_Create(0);
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(KZ_CTX_LoadMemory(other, Module("f18", dec("18")).c_str()), 0u);
+    EXPECT_NE(KZ_CTX_LoadMemory(other, Module("f19", dec("19")).c_str()), 0u);
+    EXPECT_NE(KZ_CTX_LoadMemory(other, Module("f0", dec("0")).c_str()), 0u);
+    KZ_CTX_Delete(other);
 }
 
 TEST_F(TypesValuesModule, EnumValueAndBitPositionLimits)
