@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -46,16 +47,19 @@ protected:
     {
         return std::vector<std::string>(ctx_->searchDirs, ctx_->searchDirs + ctx_->searchDirCount);
     }
-    static KzMod Mod(const char *name, const char *ns)
+    // Records that outlive the test body, since TearDown unlinks them.
+    KzMod *Mod(const char *name, const char *ns)
     {
-        KzMod m;
+        mods_.emplace_back();
+        KzMod &m = mods_.back();
         memset(&m, 0, sizeof m);
         m.name = name;
         m.ns = ns;
-        return m;
+        return &m;
     }
 
     KzCtx *ctx_ = nullptr;
+    std::deque<KzMod> mods_;
     std::vector<std::string> dirs_;
 };
 
@@ -190,7 +194,7 @@ TEST_F(RuntimeCtx, UnsetAllKeepsTheSlotsForReuse)
 
 TEST_F(RuntimeCtx, RegistryRefusesDuplicateNamesAndNamespaces)
 {
-    KzMod a = Mod("a", "urn:a"), b = Mod("b", "urn:b"), a2 = Mod("a", "urn:other"), c = Mod("c", "urn:a");
+    KzMod &a = *Mod("a", "urn:a"), &b = *Mod("b", "urn:b"), &a2 = *Mod("a", "urn:other"), &c = *Mod("c", "urn:a");
     EXPECT_EQ(0u, KZ_CTX_AddModuleNode(ctx_, &b));
     EXPECT_EQ(0u, KZ_CTX_AddModuleNode(ctx_, &a));
     EXPECT_EQ(KZ_ERR, KZ_CTX_AddModuleNode(ctx_, &a2));
@@ -216,7 +220,7 @@ TEST_F(RuntimeCtx, RegistryRefusesDuplicateNamesAndNamespaces)
 
 TEST_F(RuntimeCtx, AModuleWithoutNamespaceCollidesWithEveryOther)
 {
-    KzMod a = Mod("a", "urn:a"), none = Mod("none", nullptr), z = Mod("z", "urn:z");
+    KzMod &a = *Mod("a", "urn:a"), &none = *Mod("none", nullptr), &z = *Mod("z", "urn:z");
     ASSERT_EQ(0u, KZ_CTX_AddModuleNode(ctx_, &a));
     EXPECT_EQ(KZ_ERR, KZ_CTX_AddModuleNode(ctx_, &none));
     EXPECT_EQ(nullptr, KZ_CTX_GetModuleByModName(ctx_, "none"));
@@ -305,7 +309,7 @@ TEST_F(RuntimeCtx, RelationItemsAreUniqueNewestFirstAndTablesGoWhenEmpty)
     KzModRef noCtx{nullptr, "base"};
     EXPECT_EQ(KZ_ERR, KZ_MOD_ScanAugmentModules(&noCtx, Record, &seen));
     // A module record starts like a reference.
-    KzMod mod = Mod("base", "urn:base");
+    KzMod &mod = *Mod("base", "urn:base");
     mod.ctx = ctx_;
     Seen viaMod;
     EXPECT_EQ(0u, KZ_MOD_ScanAugmentModules(reinterpret_cast<const KzModRef *>(&mod), Record, &viaMod));
