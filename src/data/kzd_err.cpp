@@ -108,8 +108,8 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
         const char *mod = KZD_NODE_GetModuleName(aux->ctx, e);
         bool top = e->parent == nullptr || e->parent == aux->root || e->parent->type != XML_ELEMENT_NODE;
         std::string step = "/";
-        if (top || !same_name(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent))) {
-            step += std::string(mod != nullptr ? mod : "") + ":";
+        if (mod != nullptr && (top || !same_name(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent)))) {
+            step += std::string(mod) + ":";
         }
         step += reinterpret_cast<const char *>(e->name);
         if (!path.prepend(step)) {
