@@ -21,7 +21,8 @@ DocPtr parse_text(const char *text)
     if (len > static_cast<size_t>(INT32_MAX)) {
         return nullptr;
     }
-    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET));
+    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET |
+                                                                       XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
 
 KzdErrNode *generic_record(KzdCheckAux *aux)
