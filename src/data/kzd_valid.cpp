@@ -14,15 +14,16 @@ struct DocFree {
 using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
 
 /* Blank text nodes are dropped, as the structure pass expects element-only content. No
- * network access and no entity substitution for documents that come from the wire. */
+ * network access, no entity substitution and no parser chatter on stderr for documents that
+ * come from the wire. */
 DocPtr parse_text(const char *text)
 {
+    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
     size_t len = strlen(text);
     if (len > static_cast<size_t>(INT32_MAX)) {
         return nullptr;
     }
-    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET |
-                                                                       XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, kOptions));
 }
 
 KzdErrNode *generic_record(KzdCheckAux *aux)
