@@ -1,42 +1,21 @@
 /* When and must evaluation over a bound instance tree. */
-#include <unordered_map>
-
 #include "data/kzd_internal.h"
 #include "xpath/kz_xpath.h"
-
-/* Conditions are interned, so the text pointer identifies a condition. */
-struct KzdCondCache {
-    std::unordered_map<const char *, XpathLex *> lexes;
-    ~KzdCondCache()
-    {
-        for (auto &entry : lexes) {
-            KZ_XPATH_FreeXpathLex(entry.second);
-        }
-    }
-};
 
 uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond)
 {
     if (aux->condCache == nullptr) {
-        aux->condCache = new (std::nothrow) KzdCondCache();
+        aux->condCache = KZ_XPATH_CreateLexCache();
         if (aux->condCache == nullptr) {
             return KZ_XPATH_EvalCondition(aux->root, contextNode, cond);
         }
     }
-    auto found = aux->condCache->lexes.find(cond);
-    if (found == aux->condCache->lexes.end()) {
-        XpathLex *lex = KZ_XPATH_ExprTokenize(cond);
-        if (lex == nullptr) {
-            return KZ_XPATH_EvalCondition(aux->root, contextNode, cond);
-        }
-        found = aux->condCache->lexes.emplace(cond, lex).first;
-    }
-    return KZ_XPATH_EvalTokenizedCondition(aux->root, contextNode, found->second);
+    return KZ_XPATH_EvalCachedCondition(aux->condCache, aux->root, contextNode, cond);
 }
 
 void kzd_cond_cache_free(KzdCheckAux *aux)
 {
-    delete aux->condCache;
+    KZ_XPATH_DestroyLexCache(aux->condCache);
     aux->condCache = nullptr;
 }
 

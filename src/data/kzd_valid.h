@@ -44,7 +44,7 @@ typedef struct KzdDefaultNode {
     xmlNode *element;
 } KzdDefaultNode;
 
-typedef struct KzdCondCache KzdCondCache;
+typedef struct KzXpathLexCache KzXpathLexCache;
 
 typedef struct KzdCheckAux {
     KzCtx *ctx;
@@ -55,7 +55,7 @@ typedef struct KzdCheckAux {
     KzdDefaultNode defaultList; /* head; links to itself when empty */
     KzDefaultAddedCb defaultAddedCb;
     void *defaultAddedArg;
-    KzdCondCache *condCache; /* tokenized conditions of this validation */
+    KzXpathLexCache *condCache; /* conditions tokenized once per validation */
 } KzdCheckAux;
 
 /* Error records. */
