@@ -1,0 +1,278 @@
+/* Modules loaded from memory: data-definition statements, their links, flags
+ * and conditions, and the exact failure messages of refused modules. */
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "korla.h"
+#include "runtime/kz_ctx.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+std::vector<std::string> Messages(KzCtx *ctx)
+{
+    std::vector<std::string> out;
+    KZ_CTX_ScanAllSchemaLoadFail(
+        ctx,
+        [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
+            static_cast<std::vector<std::string> *>(arg)->push_back(message != nullptr ? message : "");
+            return 0;
+        },
+        &out);
+    return out;
+}
+
+/* A module m (prefix m) importing "other" under the prefix o. */
+std::string Module(const std::string &body, const std::string &head = "")
+{
+    return "<module name=\"m\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:m=\"urn:m\" xmlns:o=\"urn:o\">" +
+           head +
+           "<namespace uri=\"urn:m\"/><prefix value=\"m\"/>"
+           "<import module=\"other\"><prefix value=\"o\"/></import>" +
+           body + "</module>";
+}
+
+std::vector<std::string> ChildNames(const KzsNode *node)
+{
+    std::vector<std::string> names;
+    for (const KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
+        names.emplace_back(c->name);
+    }
+    return names;
+}
+
+const KzsNode *Child(const KzsNode *node, const std::string &name)
+{
+    for (const KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
+        if (name == c->name) {
+            return c;
+        }
+    }
+    return nullptr;
+}
+
+class LoaderDataDef : public ::testing::Test {
+protected:
+    void SetUp() override { ctx_ = KZ_CTX_Create(0); ASSERT_NE(ctx_, nullptr); }
+    void TearDown() override { KZ_CTX_Delete(ctx_); }
+
+    /* Loads the text and returns module m, or null when it was refused. */
+    KzMod *Load(const std::string &text)
+    {
+        status_ = KZ_CTX_LoadMemory(ctx_, text.c_str());
+        return KZ_CTX_GetModuleByModName(ctx_, "m");
+    }
+
+    const KzsNode *Top(KzMod *mod, const std::string &name)
+    {
+        for (const KzsNode *n = mod->dataNodes; n != nullptr; n = n->next) {
+            if (name == n->name) {
+                return n;
+            }
+        }
+        return nullptr;
+    }
+
+    KzCtx *ctx_ = nullptr;
+    uint32_t status_ = 0;
+};
+
+TEST_F(LoaderDataDef, ContainerListChoiceTreeWithKeysAndFlags)
+{
+    KzMod *mod = Load(Module(
+        "<container name='top'><presence value='on'/><config value='false'/><status value='deprecated'/>"
+        "  <list name='entry'><key value='a b'/>"
+        "    <leaf name='a'><type name='string'/></leaf>"
+        "    <leaf-list name='tags'><type name='string'/><default value='x'/><default value='y'/>"
+        "      <ordered-by value='user'/></leaf-list>"
+        "    <leaf name='b'><type name='uint8'/><mandatory value='true'/></leaf>"
+        "  </list>"
+        "  <choice name='how'><default value='fast'/>"
+        "    <case name='fast'><leaf name='speed'><type name='uint8'/></leaf></case>"
+        "    <leaf name='slow'><type name='empty'/></leaf>"
+        "  </choice>"
+        "  <anydata name='blob'/><anyxml name='raw'/>"
+        "  <o:note value='a'/><q:skip xmlns:q='urn:q'/><o:note value='b'/>"
+        "  <reference><text>ignored</text></reference><uses name='g'/><min-elements value='1'/>"
+        "</container>"
+        "<leaf name='plain'><type name='string'/><config value='true'/></leaf>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_EQ(status_, 0u);
+    const KzsNode *top = Top(mod, "top");
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(top->kind, static_cast<uint32_t>(KZS_NODE_CONTAINER));
+    EXPECT_EQ(top->flags & 0xFFFu, KZS_NODE_FLAG_PRESENCE | KZS_NODE_FLAG_CONFIG_FALSE | KZS_NODE_FLAG_CONFIG_SET |
+                                       KZS_NODE_FLAG_DEPRECATED);
+    EXPECT_EQ(ChildNames(top), (std::vector<std::string>{"entry", "how", "blob", "raw"}));
+    /* extension instances of imported modules only, in document order */
+    ASSERT_EQ(top->extInstCount, 2u);
+    EXPECT_STREQ(top->extInsts[0].modName, "other");
+    EXPECT_STREQ(top->extInsts[0].argument, "a");
+    EXPECT_STREQ(top->extInsts[1].argument, "b");
+
+    const KzsNode *entry = Child(top, "entry");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->kind, static_cast<uint32_t>(KZS_NODE_LIST));
+    EXPECT_EQ(entry->keyCount, 2u);
+    EXPECT_EQ(ChildNames(entry), (std::vector<std::string>{"a", "tags", "b"}));
+    const KzsNode *b = Child(entry, "b");
+    EXPECT_NE(b->flags & KZS_NODE_FLAG_KEY, 0u);
+    EXPECT_NE(b->flags & KZS_NODE_FLAG_MANDATORY_TRUE, 0u);
+    /* config false and deprecated reach the whole subtree */
+    EXPECT_NE(b->flags & KZS_NODE_FLAG_CONFIG_FALSE, 0u);
+    EXPECT_NE(b->flags & KZS_NODE_FLAG_DEPRECATED, 0u);
+
+    const KzsNode *tags = Child(entry, "tags");
+    EXPECT_EQ(tags->flags & KZS_NODE_FLAG_KEY, 0u);
+    EXPECT_NE(tags->flags & KZS_NODE_FLAG_ORDERED_BY_USER, 0u);
+    const auto *tagsInfo = static_cast<const KzsLeafListInfo *>(tags->schemaInfo);
+    ASSERT_EQ(tagsInfo->defaultCount, 2u);
+    EXPECT_STREQ(tagsInfo->defaults[0], "x");
+    EXPECT_STREQ(tagsInfo->defaults[1], "y");
+
+    const KzsNode *how = Child(top, "how");
+    EXPECT_STREQ(static_cast<const KzsChoiceInfo *>(how->schemaInfo)->defaultCase, "fast");
+    EXPECT_EQ(ChildNames(how), (std::vector<std::string>{"fast", "slow"}));
+    EXPECT_EQ(Child(how, "fast")->kind, static_cast<uint32_t>(KZS_NODE_CASE));
+    EXPECT_EQ(Child(how, "slow")->kind, static_cast<uint32_t>(KZS_NODE_LEAF));
+    EXPECT_EQ(Child(top, "blob")->kind, static_cast<uint32_t>(KZS_NODE_ANYDATA));
+    EXPECT_EQ(Child(top, "raw")->kind, static_cast<uint32_t>(KZS_NODE_ANYXML));
+
+    const KzsNode *plain = Top(mod, "plain");
+    ASSERT_NE(plain, nullptr);
+    EXPECT_EQ(plain->flags & 0xEu, KZS_NODE_FLAG_CONFIG_TRUE | KZS_NODE_FLAG_CONFIG_SET);
+    EXPECT_TRUE(Messages(ctx_).empty());
+}
+
+TEST_F(LoaderDataDef, RpcActionNotificationAndInputBeforeOutput)
+{
+    KzMod *mod = Load(Module(
+        "<rpc name='reset'><output><leaf name='done'><type name='boolean'/></leaf></output>"
+        "  <input><leaf name='delay'><type name='uint32'/></leaf><must condition='delay &lt; 10'/></input></rpc>"
+        "<container name='box'><action name='poke'><input/></action>"
+        "  <notification name='poked'><leaf name='by'><type name='string'/></leaf></notification></container>"
+        "<notification name='alarm'><must condition='a'/><must condition='b'/></notification>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    ASSERT_NE(mod->rpcs, nullptr);
+    EXPECT_EQ(mod->rpcs->kind, static_cast<uint32_t>(KZS_NODE_RPC));
+    EXPECT_EQ(ChildNames(mod->rpcs), (std::vector<std::string>{"input", "output"}));
+    EXPECT_EQ(mod->rpcs->firstChild->kind, static_cast<uint32_t>(KZS_NODE_INPUT));
+    ASSERT_EQ(mod->rpcs->firstChild->mustCount, 1u);
+    EXPECT_STREQ(mod->rpcs->firstChild->musts[0].cond, "delay < 10");
+
+    const KzsNode *box = Top(mod, "box");
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(Child(box, "poke")->kind, static_cast<uint32_t>(KZS_NODE_ACTION));
+    EXPECT_EQ(Child(box, "poked")->kind, static_cast<uint32_t>(KZS_NODE_NOTIF));
+
+    ASSERT_NE(mod->notifs, nullptr);
+    ASSERT_EQ(mod->notifs->mustCount, 2u);
+    EXPECT_STREQ(mod->notifs->musts[0].cond, "a");
+    EXPECT_STREQ(mod->notifs->musts[1].cond, "b");
+}
+
+TEST_F(LoaderDataDef, ConditionsRewriteLiteralPrefixesOnly)
+{
+    KzMod *mod = Load(Module(
+        "<leaf name='kind'><type name='string'/>"
+        "  <when condition=\"derived-from-or-self(o:type, 'o:ethernet') or . = 'x:y' or . = 'm:z'\"/>"
+        "  <must condition=\"../o:a != 'o:b'\"><error-message><value>bad</value></error-message>"
+        "    <error-app-tag value='tag'/></must>"
+        "  <if-feature name='o:fast'/><if-feature name='local'/></leaf>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    const KzsNode *kind = Top(mod, "kind");
+    ASSERT_NE(kind, nullptr);
+    EXPECT_STREQ(kind->when, "derived-from-or-self(o:type, 'other:ethernet') or . = 'x:y' or . = 'm:z'");
+    ASSERT_EQ(kind->mustCount, 1u);
+    EXPECT_STREQ(kind->musts[0].cond, "../o:a != 'other:b'");
+    EXPECT_STREQ(kind->musts[0].errMsg, "bad");
+    EXPECT_STREQ(kind->musts[0].errAppTag, "tag");
+    ASSERT_EQ(kind->ifFeatureCount, 2u);
+    EXPECT_STREQ(kind->ifFeatures[0].modName, "other");
+    EXPECT_STREQ(kind->ifFeatures[0].featName, "fast");
+    EXPECT_STREQ(kind->ifFeatures[1].modName, "m");
+    EXPECT_STREQ(kind->ifFeatures[1].featName, "local");
+}
+
+TEST_F(LoaderDataDef, UnlexableConditionIsKeptAsWritten)
+{
+    KzMod *mod = Load(Module("<leaf name='l'><type name='string'/><when condition=\"$v = 'o:x'\"/></leaf>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_STREQ(Top(mod, "l")->when, "$v = 'o:x'");
+    EXPECT_EQ(Messages(ctx_),
+              (std::vector<std::string>{"Failed to transfer prefix to module name in statement \"when\"."}));
+}
+
+TEST_F(LoaderDataDef, AugmentTargetInJsonForm)
+{
+    KzMod *mod = Load(Module("<container name='top'/>"
+                             "<augment target-node='/o:remote/o:inner'><container name='more'/></augment>"
+                             "<augment target-node='/m:top'><leaf name='extra'><type name='string'/></leaf></augment>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    /* The augment into another module waits on the chain under its JSON-form target. */
+    ASSERT_NE(mod->augments, nullptr);
+    EXPECT_STREQ(mod->augments->name, "/other:remote/inner");
+    EXPECT_EQ(mod->augments->kind, static_cast<uint32_t>(KZS_NODE_AUGMENT));
+    EXPECT_EQ(ChildNames(mod->augments), (std::vector<std::string>{"more"}));
+    /* The one into the module itself found its target, so its path resolved. */
+    const KzsNode *top = Top(mod, "top");
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(ChildNames(top), (std::vector<std::string>{"extra"}));
+    EXPECT_TRUE(Messages(ctx_).empty());
+}
+
+struct Refusal {
+    const char *body;
+    std::vector<std::string> messages;
+};
+
+void PrintTo(const Refusal &r, std::ostream *os)
+{
+    *os << r.body;
+}
+
+class LoaderDataDefRefused : public LoaderDataDef, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(LoaderDataDefRefused, ModuleIsNotLoadedAndMessagesAreExact)
+{
+    EXPECT_EQ(Load(Module(GetParam().body)), nullptr);
+    EXPECT_NE(status_, 0u);
+    EXPECT_EQ(Messages(ctx_), GetParam().messages);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LoaderRefusal, LoaderDataDefRefused,
+    ::testing::Values(
+        Refusal{"<container name='c'><config value='true'/><config value='false'/></container>",
+                {"Statement \"config\" under statement \"container\" has repeated.",
+                 "Failed to parse \"container\" statement \"c\"."}},
+        Refusal{"<container name='c'><leaf name='x'><description><text>no type</text></description></leaf>"
+                "</container>",
+                {"leaf \"x\" must define with type statement.", "Failed to parse \"container\" statement \"c\"."}},
+        Refusal{"<leaf-list name='xs'/>", {"leaf-list \"xs\" must define with type statement."}},
+        Refusal{"<augment target-node='o:x'><leaf name='l'><type name='string'/></leaf></augment>",
+                {"Failed to get value of statement \"augment\"."}},
+        Refusal{"<leaf name='l'><type name='string'/><if-feature name='o:f and o:g'/></leaf>",
+                {"Failed to parse xpath \"o:f and o:g\".",
+                 "Failed to parse value \"o:f and o:g\" of statement \"if-feature\"."}},
+        Refusal{"<leaf name='l'><type name='string'/><if-feature name='z:f'/></leaf>",
+                {"Failed to find module by prefix \"z\".",
+                 "Failed to parse value \"z:f\" of statement \"if-feature\"."}},
+        Refusal{"<leaf name='l'><type name='string'/><mandatory value='yes'/></leaf>",
+                {"Failed to parse value \"yes\" of statement \"mandatory\".",
+                 "Failed to parse \"leaf\" statement \"l\"."}},
+        Refusal{"<list name='l'><key value='a b'/><leaf name='a'><type name='string'/></leaf>"
+                "<leaf-list name='b'><type name='string'/></leaf-list></list>",
+                {"Failed to parse \"list\" statement \"l\"."}},
+        Refusal{"<container/>", {"Failed to get value of statement \"container\"."}},
+        Refusal{"<leaf name='l'><type name='string'/><must condition='x'><error-app-tag/></must></leaf>",
+                {"Failed to get value of statement \"error-app-tag\".",
+                 "Failed to parse value \"x\" of statement \"must\"."}},
+        Refusal{"<rpc name='r'><input/><input/></rpc>",
+                {"Statement \"input\" under statement \"rpc\" has repeated.",
+                 "Failed to parse \"rpc\" statement \"r\"."}}));
+
+} /* namespace */

@@ -1,0 +1,298 @@
+/* Module header, linkage and body arrays; submodules read from a search
+ * directory into the including module's record. */
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <libxml/parser.h>
+#include <unistd.h>
+
+#include "korla.h"
+#include "loader/kzs_stmt.h"
+#include "runtime/kz_ctx.h"
+#include "runtime/kz_dict.h"
+#include "runtime/kz_mem.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+constexpr const char *kYin = "urn:ietf:params:xml:ns:yang:yin:1";
+
+std::vector<std::string> Messages(KzCtx *ctx)
+{
+    std::vector<std::string> out;
+    KZ_CTX_ScanAllSchemaLoadFail(
+        ctx,
+        [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
+            static_cast<std::vector<std::string> *>(arg)->push_back(message != nullptr ? message : "");
+            return 0;
+        },
+        &out);
+    return out;
+}
+
+std::string ModuleText(const std::string &name, const std::string &body)
+{
+    return "<module name=\"" + name + "\" xmlns=\"" + kYin + "\" xmlns:o=\"urn:o\">" + body + "</module>";
+}
+
+std::string SubmoduleText(const std::string &name, const std::string &body)
+{
+    return "<submodule name=\"" + name + "\" xmlns=\"" + kYin + "\"><belongs-to module=\"m\"><prefix value=\"m\"/>"
+           "</belongs-to>" + body + "</submodule>";
+}
+
+std::vector<std::string> TopNames(const KzMod *mod)
+{
+    std::vector<std::string> names;
+    for (const KzsNode *n = mod->dataNodes; n != nullptr; n = n->next) {
+        names.emplace_back(n->name);
+    }
+    return names;
+}
+
+std::vector<std::string> TypedefNames(const KzMod *mod)
+{
+    std::vector<std::string> names;
+    for (uint16_t i = 0; i < mod->typedefCount; i++) {
+        names.emplace_back(mod->typedefs[i].name);
+    }
+    return names;
+}
+
+class LoaderModule : public ::testing::Test {
+protected:
+    void SetUp() override { Reopen(0); }
+
+    void Reopen(uint32_t flags)
+    {
+        if (ctx_ != nullptr) {
+            KZ_CTX_Delete(ctx_);
+        }
+        ctx_ = KZ_CTX_Create(flags);
+        ASSERT_NE(ctx_, nullptr);
+    }
+
+    void TearDown() override
+    {
+        KZ_CTX_Delete(ctx_);
+        for (const std::string &f : files_) {
+            std::remove(f.c_str());
+        }
+        if (!dir_.empty()) {
+            rmdir(dir_.c_str());
+        }
+    }
+
+    KzMod *LoadText(const std::string &text, const char *name = "m")
+    {
+        status_ = KZ_CTX_LoadMemory(ctx_, text.c_str());
+        return KZ_CTX_GetModuleByModName(ctx_, name);
+    }
+
+    /* Writes name.yin into a private search directory known to the context. */
+    void WriteFile(const std::string &name, const std::string &text)
+    {
+        if (dir_.empty()) {
+            char templ[] = "/tmp/korla_loader_XXXXXX";
+            ASSERT_NE(mkdtemp(templ), nullptr);
+            dir_ = templ;
+            ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+        }
+        const std::string path = dir_ + "/" + name + ".yin";
+        std::ofstream(path) << text;
+        files_.push_back(path);
+    }
+
+    /* Parses a module text straight into a fresh record and returns the body status. */
+    uint32_t ParseBody(const std::string &text)
+    {
+        xmlKeepBlanksDefault(0);
+        xmlDoc *doc = xmlParseMemory(text.c_str(), static_cast<int>(text.size()));
+        EXPECT_NE(doc, nullptr);
+        auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
+        *mod = KzMod{};
+        mod->ctx = ctx_;
+        mod->name = KZ_DICT_Insert(&ctx_->dict, "m");
+        uint32_t ret = KZS_LOADER_ParseModuleContent(mod, xmlDocGetRootElement(doc), nullptr);
+        KZS_MOD_Free(mod);
+        xmlFreeDoc(doc);
+        return ret;
+    }
+
+    KzCtx *ctx_ = nullptr;
+    uint32_t status_ = 0;
+    std::string dir_;
+    std::vector<std::string> files_;
+};
+
+TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
+{
+    KzMod *mod = LoadText(ModuleText(
+        "m", "<yang-version value='1.1'/><namespace uri='urn:m'/><prefix value='m'/>"
+             "<organization><text>Org</text></organization><description><text>about</text></description>"
+             "<revision date='2024-02-02'><sv:version xmlns:sv='urn:ietf:params:xml:ns:yang:ietf-yang-semver'"
+             " value='1.2.3-0123456789012345678901234567890'/></revision>"
+             "<revision date='2023-01-01'/>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_EQ(mod->yangVersion, 1u);
+    EXPECT_STREQ(mod->ns, "urn:m");
+    EXPECT_STREQ(mod->prefix, "m");
+    EXPECT_STREQ(mod->revision, "2024-02-02");
+    EXPECT_STREQ(mod->semVer, "1.2.3-01234567890123456789012345");
+    EXPECT_STREQ(mod->organization, "Org");
+    EXPECT_EQ(mod->description, nullptr); /* kept only with the context option */
+}
+
+TEST_F(LoaderModule, DescriptionKeptWithOptionAndNamespaceMayBeMissing)
+{
+    Reopen(KZ_CTX_OPT_KEEP_DESCRIPTION);
+    KzMod *mod = LoadText(ModuleText("m", "<prefix value='m'/><description><text>about</text></description>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_STREQ(mod->description, "about");
+    EXPECT_EQ(mod->ns, nullptr);
+    EXPECT_EQ(mod->yangVersion, 0u);
+}
+
+TEST_F(LoaderModule, HeaderFailures)
+{
+    EXPECT_EQ(ParseBody(ModuleText("m", "<yang-version value='1.0'/><namespace uri='urn:m'/>")), 0xFFFFFFFFu);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to parse value \"1.0\" of statement \"yang-version\".",
+                                                         "Failed to parse statement \"yang-version\"."}));
+    Reopen(0);
+    EXPECT_EQ(ParseBody(ModuleText("m", "<prefix value='a'/><namespace uri='urn:m'/><prefix value='b'/>")), 1u);
+    EXPECT_EQ(Messages(ctx_),
+              (std::vector<std::string>{"Statement \"prefix\" under statement \"module\" has repeated."}));
+    Reopen(0);
+    EXPECT_EQ(ParseBody(ModuleText("m", "<namespace/>")), 22u);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"namespace\".",
+                                                         "Failed to parse statement \"namespace\"."}));
+    Reopen(0);
+    EXPECT_EQ(ParseBody(ModuleText("m", "<description><text>a</text></description>"
+                                        "<description><text>b</text></description>")),
+              1u);
+    Reopen(0);
+    EXPECT_EQ(ParseBody(ModuleText("m", "<import module='x'><prefix/></import>")), 22u);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"prefix\".",
+                                                         "Failed to parse value \"x\" of statement \"import\"."}));
+}
+
+TEST_F(LoaderModule, ImportsSkipExactDuplicates)
+{
+    KzMod *mod = LoadText(ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/>"
+                                          "<import module='a'><prefix value='p'/></import>"
+                                          "<import module='a'><prefix value='p'/></import>"
+                                          "<import module='b'><prefix value='p'/></import>"
+                                          "<import module='c'/>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    ASSERT_EQ(mod->importCount, 3u);
+    EXPECT_STREQ(mod->imports[0].modName, "a");
+    EXPECT_STREQ(mod->imports[1].modName, "b");
+    EXPECT_STREQ(mod->imports[2].modName, "c");
+    EXPECT_EQ(mod->imports[2].prefix, nullptr);
+}
+
+TEST_F(LoaderModule, BodyArraysCollectInDocumentOrder)
+{
+    std::string body = "<namespace uri='urn:m'/><prefix value='m'/><import module='other'><prefix value='o'/></import>";
+    for (const char *t : {"t1", "t2", "t3", "t4", "t5"}) {
+        body += std::string("<typedef name='") + t + "'><type name='string'/></typedef>";
+    }
+    body += "<feature name='f1'/><identity name='i1'/><feature name='f2'/><extension name='e1'/>"
+            "<o:note xmlns:o='urn:o' value='v'/><q:skip xmlns:q='urn:q'/>";
+    KzMod *mod = LoadText(ModuleText("m", body));
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_EQ(TypedefNames(mod), (std::vector<std::string>{"t1", "t2", "t3", "t4", "t5"}));
+    ASSERT_EQ(mod->featureCount, 2u);
+    EXPECT_STREQ(mod->features[1].name, "f2");
+    EXPECT_EQ(mod->identityCount, 1u);
+    EXPECT_EQ(mod->extensionCount, 1u);
+    /* the element whose prefix names no import is passed over */
+    ASSERT_EQ(mod->extInstCount, 1u);
+    EXPECT_STREQ(mod->extInsts[0].modName, "other");
+    EXPECT_STREQ(mod->extInsts[0].extName, "note");
+}
+
+TEST_F(LoaderModule, IdentityrefDefaultsBecomeModuleQualified)
+{
+    KzMod *mod = LoadText(ModuleText(
+        "m", "<namespace uri='urn:m'/><prefix value='m'/><import module='other'><prefix value='o'/></import>"
+             "<identity name='eth'/>"
+             "<leaf name='l'><type name='identityref'><base name='m:eth'/></type><default value='o:fast'/></leaf>"
+             "<leaf-list name='ll'><type name='identityref'><base name='m:eth'/></type>"
+             "  <default value='eth'/><default value='o:slow'/></leaf-list>"
+             "<leaf name='s'><type name='string'/><default value='o:kept'/></leaf>"));
+    ASSERT_NE(mod, nullptr) << status_ << " " << (Messages(ctx_).empty() ? "" : Messages(ctx_)[0]);
+    const KzsNode *l = mod->dataNodes;
+    ASSERT_NE(l, nullptr);
+    EXPECT_STREQ(static_cast<const KzsLeafInfo *>(l->schemaInfo)->dflt, "other:fast");
+    const auto *ll = static_cast<const KzsLeafListInfo *>(l->next->schemaInfo);
+    ASSERT_EQ(ll->defaultCount, 2u);
+    EXPECT_STREQ(ll->defaults[0], "m:eth");
+    EXPECT_STREQ(ll->defaults[1], "other:slow");
+    EXPECT_STREQ(static_cast<const KzsLeafInfo *>(l->next->next->schemaInfo)->dflt, "o:kept");
+}
+
+TEST_F(LoaderModule, IdentityrefDefaultWithUnknownPrefixFailsTheLeaf)
+{
+    EXPECT_EQ(LoadText(ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><identity name='eth'/>"
+                                       "<leaf name='l'><type name='identityref'><base name='m:eth'/></type>"
+                                       "<default value='zz:fast'/></leaf>")),
+              nullptr);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to parse value \"zz:fast\" of statement \"default\".",
+                                                         "Failed to parse \"leaf\" statement \"l\"."}));
+}
+
+TEST_F(LoaderModule, SubmodulesLoadIntoTheIncludingModule)
+{
+    WriteFile("s1", SubmoduleText("s1", "<include module='s2'/><include module='s1'/>"
+                                        "<typedef name='sub-t'><type name='string'/></typedef>"
+                                        "<container name='from-s1'/><uses name='g'/>"));
+    WriteFile("s2", SubmoduleText("s2", "<leaf name='from-s2'><type name='string'/></leaf>"));
+    const std::string text =
+        ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><include module='s1'/><include module='s1'/>"
+                        "<typedef name='own-t'><type name='string'/></typedef><container name='own'/>");
+    WriteFile("m", text);
+
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 0u) << (Messages(ctx_).empty() ? "" : Messages(ctx_)[0]);
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "m");
+    ASSERT_NE(mod, nullptr);
+    ASSERT_EQ(mod->includeCount, 2u);
+    EXPECT_STREQ(mod->includes[0], "s1");
+    EXPECT_STREQ(mod->includes[1], "s2");
+    /* submodules are read during linkage, before the module's own body */
+    EXPECT_EQ(TopNames(mod), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
+    EXPECT_EQ(TypedefNames(mod), (std::vector<std::string>{"sub-t", "own-t"}));
+    EXPECT_TRUE(Messages(ctx_).empty());
+
+    /* the same files through the in-memory entry */
+    Reopen(0);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+    mod = LoadText(text);
+    ASSERT_NE(mod, nullptr) << status_;
+    EXPECT_EQ(TopNames(mod), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
+}
+
+TEST_F(LoaderModule, SubmoduleFailures)
+{
+    WriteFile("notsub", ModuleText("notsub", "<namespace uri='urn:x'/>"));
+    EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include module='nosuch'/>")), nullptr);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to load submodule \"nosuch\".",
+                                                         "Failed to parse statement \"include\"."}));
+    Reopen(0);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+    EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include module='notsub'/>")), nullptr);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to load submodule \"notsub\".",
+                                                         "Failed to parse statement \"include\"."}));
+    Reopen(0);
+    EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include/>")), nullptr);
+    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"include\".",
+                                                         "Failed to parse statement \"include\"."}));
+}
+
+} /* namespace */
