@@ -1,0 +1,352 @@
+// Condition evaluation on small instance trees.
+#include <gtest/gtest.h>
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "schema/kzs_node.h"
+#include "xpath/kz_xpath.h"
+
+namespace {
+
+constexpr uint32_t kTrue = 0;
+constexpr uint32_t kFalse = KZ_XPATH_FALSE;
+
+const char *const kDoc =
+    "<root>"
+    "<top>"
+    "<a>1</a><b>hello</b><num>10</num><frac> 2.5 </frac><empty/>"
+    "<list><name>x1</name><v>first</v></list>"
+    "<list><name>x2</name><v>second</v></list>"
+    "<c><d>deep</d><d>later</d></c>"
+    "</top>"
+    "<other><a>2</a></other>"
+    "</root>";
+
+xmlNode *Child(xmlNode *parent, const char *name)
+{
+    for (xmlNode *c = parent->children; c != nullptr; c = c->next) {
+        if (c->type == XML_ELEMENT_NODE && std::strcmp(reinterpret_cast<const char *>(c->name), name) == 0) {
+            return c;
+        }
+    }
+    return nullptr;
+}
+
+class XPathEval : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        doc_ = xmlReadMemory(kDoc, static_cast<int>(std::strlen(kDoc)), nullptr, nullptr, XML_PARSE_NOBLANKS);
+        ASSERT_NE(doc_, nullptr);
+        root_ = xmlDocGetRootElement(doc_);
+        top_ = Child(root_, "top");
+        ASSERT_NE(top_, nullptr);
+    }
+    void TearDown() override { xmlFreeDoc(doc_); }
+
+    uint32_t Eval(const char *expr) { return KZ_XPATH_EvalCondition(root_, top_, expr); }
+    uint32_t EvalAt(xmlNode *ctxNode, const char *expr) { return KZ_XPATH_EvalCondition(root_, ctxNode, expr); }
+
+    xmlDoc *doc_ = nullptr;
+    xmlNode *root_ = nullptr;
+    xmlNode *top_ = nullptr;
+};
+
+} // namespace
+
+TEST_F(XPathEval, OperatorPrecedenceAndAssociativity)
+{
+    // "and" binds tighter than "or": true or (false and false).
+    EXPECT_EQ(Eval("1 = 1 or 1 = 2 and 1 = 2"), kTrue);
+    EXPECT_EQ(Eval("1 = 2 and 1 = 2 or 1 = 1"), kTrue);
+    EXPECT_EQ(Eval("1 = 2 or 1 = 1 and 1 = 2"), kFalse);
+    // Equality is left-associative: (1 = 2) = 0 -> false = false.
+    EXPECT_EQ(Eval("1 = 2 = 0"), kTrue);
+    // Relational binds tighter than equality: 1 = (3 > 2).
+    EXPECT_EQ(Eval("1 = 3 > 2"), kTrue);
+    // Parentheses override priorities.
+    EXPECT_EQ(Eval("(1 = 1 or 1 = 2) and 1 = 2"), kFalse);
+    EXPECT_EQ(Eval("((((a = 1))))"), kTrue);
+    EXPECT_EQ(Eval("(a = 1) and (b = 'hello' or b = 'x')"), kTrue);
+}
+
+TEST_F(XPathEval, EqualityRules)
+{
+    // A node compares by its string value; a number on either side makes it numeric.
+    EXPECT_EQ(Eval("num = 10.0"), kTrue);
+    EXPECT_EQ(Eval("num = '10.0'"), kFalse);
+    EXPECT_EQ(Eval("num = '10'"), kTrue);
+    EXPECT_EQ(Eval("frac = 2.5"), kTrue); // blanks around a number are allowed
+    EXPECT_EQ(Eval("b = 'hello'"), kTrue);
+    EXPECT_EQ(Eval("b != 'hello'"), kFalse);
+    EXPECT_EQ(Eval("'abc' = 'abc'"), kTrue);
+    EXPECT_EQ(Eval("'a' = 'A'"), kFalse);
+    EXPECT_EQ(Eval("a = num"), kFalse);
+    // A missing node is the empty string.
+    EXPECT_EQ(Eval("missing = ''"), kTrue);
+    EXPECT_EQ(Eval("missing != ''"), kFalse);
+    EXPECT_EQ(Eval("empty = ''"), kTrue);
+    // A boolean on either side makes both booleans.
+    EXPECT_EQ(Eval("(1 = 1) = 'x'"), kTrue);
+    EXPECT_EQ(Eval("(1 = 1) = ''"), kFalse);
+    EXPECT_EQ(Eval("(1 = 1) = b"), kTrue);
+    EXPECT_EQ(Eval("(1 = 2) = missing"), kTrue);
+    EXPECT_EQ(Eval("(1 = 1) = 0"), kFalse);
+    // NaN equals nothing, so "!=" with NaN holds.
+    EXPECT_EQ(Eval("b = 1"), kFalse);
+    EXPECT_EQ(Eval("b != 1"), kTrue);
+    EXPECT_EQ(Eval("'1e3' = 1000"), kFalse);
+    EXPECT_EQ(Eval("'-4' = 0 - 4") , KZ_XPATH_ENOEVALFUNC);
+    EXPECT_EQ(Eval("' -4 ' = '-4'"), kFalse);
+    EXPECT_EQ(Eval("(' -4 ' = 4) = (1 = 2)"), kTrue);
+    // Numbers compare with an epsilon, not bit for bit.
+    EXPECT_EQ(Eval("0.1 = .1"), kTrue);
+    EXPECT_EQ(Eval("1 = 1.0000001"), kFalse);
+}
+
+TEST_F(XPathEval, RelationalRules)
+{
+    EXPECT_EQ(Eval("a < 2"), kTrue);
+    EXPECT_EQ(Eval("num >= 10"), kTrue);
+    EXPECT_EQ(Eval("num > 10"), kFalse);
+    EXPECT_EQ(Eval("num <= '10'"), kTrue);
+    EXPECT_EQ(Eval("'9' < num"), kTrue); // numeric, not string, ordering
+    // NaN on either side: every ordering is false.
+    EXPECT_EQ(Eval("b > 1"), kFalse);
+    EXPECT_EQ(Eval("b <= 1"), kFalse);
+    // A node is first turned into its string: missing or empty gives "" and thus NaN.
+    EXPECT_EQ(Eval("missing < 1"), kFalse);
+    EXPECT_EQ(Eval("empty >= 0"), kFalse);
+    EXPECT_EQ(Eval("missing != 0"), kTrue);
+    EXPECT_EQ(Eval("(1 = 1) > 0"), kTrue);
+}
+
+TEST_F(XPathEval, ResultConversionToBoolean)
+{
+    EXPECT_EQ(Eval("a"), kTrue);
+    EXPECT_EQ(Eval("missing"), kFalse);
+    EXPECT_EQ(Eval("empty"), kTrue); // a present node is true whatever its content
+    EXPECT_EQ(Eval("'x'"), kTrue);
+    EXPECT_EQ(Eval("''"), kFalse);
+    EXPECT_EQ(Eval("0"), kFalse);
+    EXPECT_EQ(Eval("0.0000000000000000001"), kFalse); // below epsilon counts as zero
+    EXPECT_EQ(Eval("0.5"), kTrue);
+    EXPECT_EQ(Eval(".5.3"), kFalse); // not a number: NaN
+    EXPECT_EQ(Eval("/"), kTrue);
+}
+
+TEST_F(XPathEval, LocationPaths)
+{
+    xmlNode *c = Child(top_, "c");
+    xmlNode *d = Child(c, "d");
+    EXPECT_EQ(Eval("c/d = 'deep'"), kTrue);           // first match wins
+    EXPECT_EQ(Eval("c/d = 'later'"), kFalse);
+    EXPECT_EQ(Eval("c//d = 'deep'"), kTrue);          // "//" inside a path acts as "/"
+    EXPECT_EQ(Eval("./a = 1"), kTrue);
+    EXPECT_EQ(Eval("/top/a = 1"), kTrue);
+    EXPECT_EQ(Eval("/other/a = 2"), kTrue);
+    EXPECT_EQ(Eval("/top/missing/a"), kFalse);
+    EXPECT_EQ(EvalAt(d, "../../b = 'hello'"), kTrue);
+    EXPECT_EQ(EvalAt(d, ". = 'deep'"), kTrue);
+    EXPECT_EQ(EvalAt(d, "../d = 'deep'"), kTrue);
+    // ".." never climbs onto the root: from top it stays at top.
+    EXPECT_EQ(Eval("../a = 1"), kTrue);
+    EXPECT_EQ(Eval("../other"), kFalse);
+    // Prefixes are not compared, only local names.
+    EXPECT_EQ(Eval("x:c/y:d = 'deep'"), kTrue);
+    // "*" is taken as the literal name "*".
+    EXPECT_EQ(Eval("c/*"), kFalse);
+    // Predicates are skipped: the first list is taken.
+    EXPECT_EQ(Eval("list[name='x2']/v = 'first'"), kTrue);
+    // Only one predicate is skipped; a second "[" cannot start an operand.
+    EXPECT_EQ(Eval("list[name='x2'][1]/v = 'first'"), KZ_EINVAL);
+    // A trailing "/" is tolerated; "@" ends a path.
+    EXPECT_EQ(Eval("c/"), kTrue);
+}
+
+TEST_F(XPathEval, Functions)
+{
+    EXPECT_EQ(Eval("not(missing)"), kTrue);
+    EXPECT_EQ(Eval("not(empty)"), kFalse);
+    EXPECT_EQ(Eval("not(a = 2)"), kTrue);
+    EXPECT_EQ(Eval("not (not(a))"), kTrue);
+    EXPECT_EQ(Eval("not('')"), kTrue);
+    EXPECT_EQ(Eval("not(0) and not(missing)"), kTrue);
+    EXPECT_EQ(Eval("not(b = 'hello') or a = 1"), kTrue);
+    EXPECT_EQ(Eval("not(1 = 1, 1 = 2)"), KZ_EINVAL); // acts on the last argument, one object too many
+    EXPECT_EQ(Eval("not()"), KZ_EINVAL);
+    EXPECT_EQ(Eval("count(a) > 0"), KZ_XPATH_EUNKNOWNFUNC);
+    EXPECT_EQ(Eval("current()"), KZ_XPATH_EUNKNOWNFUNC);
+    EXPECT_EQ(Eval("boolean(a)"), KZ_XPATH_EUNKNOWNFUNC);
+    EXPECT_EQ(Eval("abcdefghijklmnopqrstu(a)"), KZ_XPATH_EUNKNOWNFUNC); // 21 characters
+    // derived-from argument checks that need no schema.
+    EXPECT_EQ(Eval("derived-from(a)"), KZ_XPATH_EFUNCARG);
+    EXPECT_EQ(Eval("derived-from('m:x')"), KZ_XPATH_EFUNCARG);
+    EXPECT_EQ(Eval("derived-from(missing, 'm:x')"), KZ_XPATH_EFUNCARG);
+    EXPECT_EQ(Eval("derived-from-or-self(a, 'm:x')"), KZ_XPATH_ENOSCHEMA);
+    // A schema node that is no identityref leaf is rejected.
+    KzsNode container{};
+    container.kind = KZS_NODE_CONTAINER;
+    xmlNode *a = Child(top_, "a");
+    a->_private = &container;
+    EXPECT_EQ(Eval("derived-from(a, 'm:x')"), KZ_EINVAL);
+    a->_private = nullptr;
+}
+
+TEST_F(XPathEval, FailureStatuses)
+{
+    EXPECT_EQ(Eval("x + 1 > 2"), KZ_XPATH_ENOEVALFUNC);
+    EXPECT_EQ(Eval("a | b"), KZ_XPATH_ENOEVALFUNC);
+    EXPECT_EQ(Eval("a * 2 = 2"), KZ_XPATH_ENOEVALFUNC);
+    EXPECT_EQ(Eval("num div 2"), KZ_XPATH_ENOEVALFUNC);
+    EXPECT_EQ(Eval("-1"), KZ_XPATH_EPRIMARY);
+    EXPECT_EQ(Eval("a = -1"), KZ_XPATH_EPRIMARY);
+    EXPECT_EQ(Eval("(a"), KZ_XPATH_EPAREN);
+    EXPECT_EQ(Eval("a)"), KZ_XPATH_EPAREN);
+    EXPECT_EQ(Eval("a, b"), KZ_XPATH_EPAREN);
+    EXPECT_EQ(Eval("(a, b)"), KZ_XPATH_EPAREN);
+    EXPECT_EQ(Eval("not(a"), KZ_XPATH_EPAREN);
+    EXPECT_EQ(Eval("//a"), KZ_XPATH_EROOTDSLASH);
+    EXPECT_EQ(Eval("a[1"), KZ_XPATH_EPREDICATE);
+    EXPECT_EQ(Eval("$x"), KZ_XPATH_ETOKENIZE);
+    EXPECT_EQ(Eval("a = 'open"), KZ_XPATH_ETOKENIZE);
+    // Missing or surplus operands show up as malformed stack state.
+    EXPECT_EQ(Eval(""), KZ_EINVAL);
+    EXPECT_EQ(Eval("a ="), KZ_EINVAL);
+    EXPECT_EQ(Eval("= a"), KZ_EINVAL);
+    EXPECT_EQ(Eval("1 (2)"), KZ_EINVAL);
+    EXPECT_EQ(Eval("@a"), KZ_EINVAL);
+    EXPECT_EQ(Eval("a/@b"), KZ_EINVAL);
+    EXPECT_EQ(KZ_XPATH_EvalCondition(nullptr, top_, "a"), KZ_EINVAL);
+    EXPECT_EQ(KZ_XPATH_EvalCondition(root_, nullptr, "a"), KZ_EINVAL);
+    EXPECT_EQ(KZ_XPATH_EvalCondition(root_, top_, nullptr), KZ_EINVAL);
+}
+
+TEST_F(XPathEval, StatusesUnreachableFromText)
+{
+    // Kind 9 is never produced by the tokenizer; a hand-made list reaches the step check.
+    const char *expr = "x";
+    XpathToken tok{KZ_XPATH_TOK_STEP, 1, 0};
+    XpathLex lex{&tok, expr, 1, 1};
+    EXPECT_EQ(KZ_XPATH_EvalTokenizedCondition(root_, top_, &lex), KZ_XPATH_ESTEPKIND);
+    EXPECT_EQ(KZ_XPATH_EvalTokenizedCondition(root_, top_, nullptr), KZ_XPATH_ETOKENIZE);
+
+    XpathLex *real = KZ_XPATH_ExprTokenize("a = 1");
+    ASSERT_NE(real, nullptr);
+    XpathEvalCtx ctx;
+    ASSERT_EQ(KZ_XPATH_InitEvalCtx(&ctx, root_, top_, 3), KZ_OK);
+    uint32_t pos = 0;
+    EXPECT_EQ(KZ_XPATH_EvalSubExpr(&ctx, real, &pos), KZ_XPATH_ESUBSTART);
+    // An equality entry whose token is no operator has no operation code.
+    ASSERT_EQ(KZ_XPATH_PushNumberToObjStack(ctx.objectStack, 1), KZ_OK);
+    ASSERT_EQ(KZ_XPATH_PushNumberToObjStack(ctx.objectStack, 1), KZ_OK);
+    XpathPendingOp op{KZ_XPATH_EXPR_EQUALITY, 0};
+    EXPECT_EQ(KZ_XPATH_CalculateOneExpr(&ctx, real, &op), KZ_XPATH_ENOOPCODE);
+    EXPECT_EQ(KZ_XPATH_GetObjStackSize(ctx.objectStack), 0u); // operands freed anyway
+    KZ_XPATH_DestroyEvalCtx(&ctx);
+    KZ_XPATH_FreeXpathLex(real);
+}
+
+TEST_F(XPathEval, TokenListIsReusableAcrossNodesAndThreads)
+{
+    XpathLex *lex = KZ_XPATH_ExprTokenize("../a = 2 or name = 'x2'");
+    ASSERT_NE(lex, nullptr);
+    xmlNode *other = Child(root_, "other");
+    xmlNode *list1 = Child(top_, "list");
+    xmlNode *list2 = list1->next;
+    EXPECT_EQ(KZ_XPATH_EvalTokenizedCondition(root_, Child(other, "a"), lex), kTrue);
+    EXPECT_EQ(KZ_XPATH_EvalTokenizedCondition(root_, list1, lex), kFalse);
+    EXPECT_EQ(KZ_XPATH_EvalTokenizedCondition(root_, list2, lex), kTrue);
+
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4, 0);
+    for (int t = 0; t < 4; t++) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 2000; i++) {
+                xmlNode *n = (i + t) % 2 == 0 ? list1 : list2;
+                uint32_t expect = n == list1 ? kFalse : kTrue;
+                if (KZ_XPATH_EvalTokenizedCondition(root_, n, lex) != expect) {
+                    wrong[t]++;
+                }
+            }
+        });
+    }
+    for (auto &th : threads) {
+        th.join();
+    }
+    EXPECT_EQ(wrong, std::vector<int>(4, 0));
+    KZ_XPATH_FreeXpathLex(lex);
+}
+
+TEST_F(XPathEval, HugeConditionsNeitherRecurseNorGoQuadratic)
+{
+    // 100,001 tokens of a flat chain.
+    std::string chain = "a = 1";
+    while (chain.size() < 400000) {
+        chain += " and a = 1";
+    }
+    // 50,000 nested parentheses and 20,000 nested calls.
+    std::string parens = std::string(50000, '(') + "a = 1" + std::string(50000, ')');
+    std::string calls;
+    for (int i = 0; i < 20000; i++) {
+        calls += "not(";
+    }
+    calls += "a" + std::string(20000, ')');
+    // Operands pile up when priorities rise: a or a and a = a < ... nested to the right.
+    std::string rising;
+    for (int i = 0; i < 25000; i++) {
+        rising += "(a or ";
+    }
+    rising += "a" + std::string(25000, ')');
+
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(Eval(chain.c_str()), kTrue);
+    EXPECT_EQ(Eval(parens.c_str()), kTrue);
+    EXPECT_EQ(Eval(calls.c_str()), kTrue); // even count of "not"
+    EXPECT_EQ(Eval(rising.c_str()), kTrue);
+    EXPECT_EQ(Eval((parens + ")").c_str()), KZ_XPATH_EPAREN);
+    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t0).count();
+    EXPECT_LT(ms, 5000);
+}
+
+TEST_F(XPathEval, CacheTokenizesEachConditionTextOnce)
+{
+    KzXpathLexCache *cache = KZ_XPATH_CreateLexCache();
+    ASSERT_NE(cache, nullptr);
+    static const char kCond[] = "name = 'x2'";
+    static const char kBad[] = "name = $v";
+    const XpathLex *first = KZ_XPATH_GetCachedLex(cache, kCond);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(KZ_XPATH_GetCachedLex(cache, kCond), first);
+    EXPECT_EQ(KZ_XPATH_GetCachedLex(cache, kBad), nullptr);
+    EXPECT_EQ(KZ_XPATH_GetCachedLex(cache, kBad), nullptr);
+    xmlNode *list1 = Child(top_, "list");
+    EXPECT_EQ(KZ_XPATH_EvalCachedCondition(cache, root_, list1, kCond), kFalse);
+    EXPECT_EQ(KZ_XPATH_EvalCachedCondition(cache, root_, list1->next, kCond), kTrue);
+    EXPECT_EQ(KZ_XPATH_EvalCachedCondition(cache, root_, list1, kBad), KZ_XPATH_ETOKENIZE);
+    EXPECT_EQ(KZ_XPATH_EvalCachedCondition(nullptr, root_, list1, kCond), KZ_EINVAL);
+    KZ_XPATH_DestroyLexCache(cache);
+    KZ_XPATH_DestroyLexCache(nullptr);
+}
+
+TEST(XPathNumber, AcceptsOnlyTheXPathNumberForm)
+{
+    EXPECT_DOUBLE_EQ(KZ_XPATH_StrToNumber("  -12.5\t"), -12.5);
+    EXPECT_DOUBLE_EQ(KZ_XPATH_StrToNumber("5."), 5.0);
+    EXPECT_DOUBLE_EQ(KZ_XPATH_StrToNumber(".25"), 0.25);
+    EXPECT_DOUBLE_EQ(KZ_XPATH_StrToNumber("007"), 7.0);
+    EXPECT_TRUE(std::isinf(KZ_XPATH_StrToNumber(std::string(400, '9').c_str())));
+    EXPECT_EQ(KZ_XPATH_StrToNumber(("0." + std::string(400, '0') + "1").c_str()), 0.0);
+    for (const char *bad : {"", " ", ".", "-", "1e3", "+1", "inf", "nan", "0x10", "1 2", "1,5", "--1", "1.2.3"}) {
+        EXPECT_TRUE(std::isnan(KZ_XPATH_StrToNumber(bad))) << bad;
+    }
+    EXPECT_TRUE(std::isnan(KZ_XPATH_StrToNumber(nullptr)));
+}

@@ -1,0 +1,143 @@
+// Path texts: prefixed paths to module-qualified form, target-path splitting.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "runtime/kz_mem.h"
+#include "schema/kzs_mod.h"
+#include "xpath/kz_xpath.h"
+
+namespace {
+
+class XPathJsonForm : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        imports_[0] = KzsImport{"other-mod", "ot"};
+        imports_[1] = KzsImport{"third", "th"};
+        mod_.name = "mymod";
+        mod_.prefix = "my";
+        mod_.imports = imports_;
+        mod_.importCount = 2;
+    }
+
+    // The rewritten text, or "<null>".
+    std::string Json(const char *path)
+    {
+        char *out = KZ_XPATH_TransformToJsonFormat(&mod_, path);
+        std::string s = out != nullptr ? out : "<null>";
+        KZ_MemFree(out);
+        return s;
+    }
+
+    KzsImport imports_[2];
+    KzMod mod_{};
+};
+
+struct Split {
+    uint32_t ret;
+    std::string mod;
+    std::string head;
+    std::string tail;
+};
+
+Split DoSplit(const char *path, uint32_t bufSize = 65)
+{
+    char buf[65] = "untouched";
+    char *head = nullptr;
+    char *tail = nullptr;
+    Split r;
+    r.ret = KZ_XPATH_SplitTargetNodeXpath(path, buf, bufSize, &head, &tail);
+    r.mod = buf;
+    r.head = head != nullptr ? head : "<null>";
+    r.tail = tail != nullptr ? tail : "<null>";
+    KZ_MemFree(head);
+    KZ_MemFree(tail);
+    return r;
+}
+
+} // namespace
+
+TEST_F(XPathJsonForm, ModuleNameOnFirstStepAndWherePrefixChanges)
+{
+    EXPECT_EQ(Json("/my:a/my:b"), "/mymod:a/b");
+    EXPECT_EQ(Json("/my:a/ot:b/ot:c/my:d"), "/mymod:a/other-mod:b/c/mymod:d");
+    EXPECT_EQ(Json("/ot:a/b/th:c"), "/other-mod:a/b/third:c");
+    // A first step without prefix belongs to the module itself.
+    EXPECT_EQ(Json("/a/b"), "/mymod:a/b");
+    EXPECT_EQ(Json("a/ot:b"), "mymod:a/other-mod:b");
+    // A later step without prefix inherits, even after a prefixed one of another module.
+    EXPECT_EQ(Json("/ot:a/b/my:c/d"), "/other-mod:a/b/mymod:c/d");
+}
+
+TEST_F(XPathJsonForm, ParentStepsAndPredicates)
+{
+    EXPECT_EQ(Json("../x"), "../mymod:x");
+    EXPECT_EQ(Json("../../ot:x/ot:y"), "../../other-mod:x/y");
+    EXPECT_EQ(Json("/my:a/../ot:b"), "/mymod:a/../other-mod:b");
+    // Predicates are copied as written, prefixes inside them included.
+    EXPECT_EQ(Json("/my:a[my:k='1']/my:b"), "/mymod:a[my:k='1']/b");
+    EXPECT_EQ(Json("/ot:l[ot:k=current()/../x][ot:j='2']/ot:v"), "/other-mod:l[ot:k=current()/../x][ot:j='2']/v");
+}
+
+TEST_F(XPathJsonForm, Failures)
+{
+    EXPECT_EQ(Json("/zz:a"), "<null>");        // unknown prefix
+    EXPECT_EQ(Json("/my:a/zz:b"), "<null>");
+    EXPECT_EQ(Json("/my:a b"), "<null>");      // bad character after a step
+    EXPECT_EQ(Json("/my:a[k='1'"), "<null>"); // predicate never closed
+    EXPECT_EQ(Json("current()/x"), "<null>");
+    EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(nullptr, "/a"), nullptr);
+    EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(&mod_, nullptr), nullptr);
+    // The result must fit 3095 characters: "mymod:" adds 6 to the input.
+    std::string longPath;
+    for (int i = 0; i < 1544; i++) {
+        longPath += "/a";
+    }
+    longPath += "x"; // 3089 characters
+    EXPECT_EQ(Json(longPath.c_str()).size(), 3095u);
+    longPath += "y";
+    EXPECT_EQ(Json(longPath.c_str()), "<null>");
+}
+
+TEST(XPathTargetSplit, SplitsAtTheLastModuleQualifiedStep)
+{
+    Split r = DoSplit("/a:x/b:y/z");
+    EXPECT_EQ(r.ret, KZ_OK);
+    EXPECT_EQ(r.mod, "b");
+    EXPECT_EQ(r.head, "/a:x");
+    EXPECT_EQ(r.tail, "/b:y/z");
+
+    r = DoSplit("/mod-a:x.1/y/z");
+    EXPECT_EQ(r.ret, KZ_OK);
+    EXPECT_EQ(r.mod, "mod-a");
+    EXPECT_EQ(r.head, "<null>"); // the split is at the very start
+    EXPECT_EQ(r.tail, "/mod-a:x.1/y/z");
+
+    r = DoSplit("/a:x/b:y/c:z");
+    EXPECT_EQ(r.mod, "c");
+    EXPECT_EQ(r.head, "/a:x/b:y");
+    EXPECT_EQ(r.tail, "/c:z");
+
+    char buf[8];
+    EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x/b:y", buf, sizeof(buf), nullptr, nullptr), KZ_OK);
+    EXPECT_STREQ(buf, "b");
+}
+
+TEST(XPathTargetSplit, Failures)
+{
+    EXPECT_EQ(DoSplit("a:x").ret, KZ_EINVAL);       // reaches the start of the text
+    EXPECT_EQ(DoSplit("/x/y").ret, KZ_EINVAL);      // no module-qualified step
+    EXPECT_EQ(DoSplit("/a:x/b:").ret, KZ_EINVAL);
+    EXPECT_EQ(DoSplit("/a:x/:y").ret, KZ_EINVAL);
+    EXPECT_EQ(DoSplit("/a:x[k='1']").ret, KZ_EINVAL);
+    EXPECT_EQ(DoSplit("/a:x/p b:y").ret, KZ_EINVAL); // "module:" not preceded by "/"
+    EXPECT_EQ(DoSplit("").ret, KZ_EINVAL);
+    Split r = DoSplit("/abc:x", 3); // module name does not fit
+    EXPECT_EQ(r.ret, KZ_EINVAL);
+    EXPECT_EQ(r.head, "<null>");
+    EXPECT_EQ(r.tail, "<null>");
+    char buf[4];
+    EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath(nullptr, buf, sizeof(buf), nullptr, nullptr), KZ_EINVAL);
+    EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x", nullptr, 4, nullptr, nullptr), KZ_EINVAL);
+}
