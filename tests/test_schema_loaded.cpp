@@ -1,0 +1,114 @@
+/* Node and module queries on a module loaded from YIN text, through the
+ * public surface only. */
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "korla.h"
+
+namespace {
+
+const char *kModule = R"(<module xmlns="urn:ietf:params:xml:ns:yang:yin:1" name="sl">
+  <namespace uri="urn:sl"/><prefix value="s"/>
+  <feature name="fast"/>
+  <typedef name="ms"><type name="uint32"/><default value="100"/><units name="milliseconds"/></typedef>
+  <typedef name="timeout"><type name="s:ms"/></typedef>
+  <container name="sys">
+    <config value="false"/>
+    <list name="ifc">
+      <key value="name unit"/>
+      <leaf name="name"><type name="string"/></leaf>
+      <leaf name="unit"><type name="uint8"/></leaf>
+      <leaf name="peer"><type name="leafref"><path value="../../s:ifc/s:name"/></type></leaf>
+    </list>
+    <choice name="mode">
+      <case name="a"><leaf name="wait"><type name="timeout"/></leaf></case>
+      <case name="b"><leaf name="turbo"><if-feature name="fast"/><type name="empty"/></leaf></case>
+    </choice>
+  </container>
+  <rpc name="reset"><input><leaf name="hard"><type name="boolean"/></leaf></input></rpc>
+</module>)";
+
+class SchemaLoaded : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ctx_ = KZ_CTX_Create(KZ_CTX_OPT_KEEP_UNITS);
+        ASSERT_NE(ctx_, nullptr);
+        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), 0u);
+        mod_ = KZ_CTX_GetModuleByModName(ctx_, "sl");
+        ASSERT_NE(mod_, nullptr);
+    }
+    void TearDown() override { KZ_CTX_Delete(ctx_); }
+
+    KzsNode *Find(const char *prefixedPath) { return KZ_MOD_GetNodeByPrefixedPath(mod_, nullptr, prefixedPath); }
+
+    KzCtx *ctx_ = nullptr;
+    KzMod *mod_ = nullptr;
+};
+
+TEST_F(SchemaLoaded, KeysFlagsAndDataPaths)
+{
+    KzsNode *ifc = Find("/s:sys/s:ifc");
+    ASSERT_NE(ifc, nullptr);
+    EXPECT_EQ(KZ_NODE_GetNodeKeyNum(ifc), 2u);
+    KzsNode *unit = Find("/s:sys/s:ifc/s:unit");
+    ASSERT_NE(unit, nullptr);
+    EXPECT_EQ(KZ_NODE_IsKey(unit), 1u);
+    EXPECT_EQ(KZ_NODE_IsKey(Find("/s:sys/s:ifc/s:peer")), 0u);
+    EXPECT_EQ(KZ_NODE_IsRwConfig(unit), 0u) << "config false handed down from sys";
+
+    KzsNode *wait = Find("/s:sys/s:wait");
+    ASSERT_NE(wait, nullptr) << "the data path looks through choice and case";
+    EXPECT_EQ(KZ_NODE_GetNodeType(KZ_NODE_GetParentNode(wait)), KZ_NODE_KIND_CASE);
+    EXPECT_EQ(KZ_NODE_GetNonChoiceCaseParent(wait), Find("/s:sys"));
+    EXPECT_EQ(Find("/s:sys/s:mode"), nullptr);
+    EXPECT_EQ(Find("/s:reset/s:hard"), KZ_MOD_GetNodeByPrefixedPath(mod_, Find("/s:reset"), "hard"));
+    EXPECT_NE(Find("/s:reset/s:hard"), nullptr);
+}
+
+TEST_F(SchemaLoaded, TypedefChainGivesDefaultAndUnits)
+{
+    KzsNode *wait = Find("/s:sys/s:wait");
+    ASSERT_NE(wait, nullptr);
+    EXPECT_STREQ(KZ_NODE_GetDefaultValueStr(wait), "100");
+    EXPECT_STREQ(KZ_NODE_GetUnitsValueStr(wait), "milliseconds");
+    std::vector<std::string> chain;
+    ASSERT_EQ(KZ_NODE_ScanDerivedType(
+                  wait,
+                  [](const char *m, const char *t, KztRealType *, void *c) -> uint32_t {
+                      static_cast<std::vector<std::string> *>(c)->push_back(std::string(m) + ":" + t);
+                      return 0;
+                  },
+                  &chain),
+              0u);
+    EXPECT_EQ(chain, (std::vector<std::string>{"sl:timeout", "sl:ms"}));
+    EXPECT_EQ(KZ_NODE_GetDefaultValueStr(Find("/s:sys/s:ifc/s:unit")), nullptr);
+}
+
+TEST_F(SchemaLoaded, LeafrefFeatureAndTopmostScan)
+{
+    KzsNode *peer = Find("/s:sys/s:ifc/s:peer");
+    ASSERT_NE(peer, nullptr);
+    EXPECT_EQ(KZ_NODE_GetLeafrefTargetNode(peer, 1), Find("/s:sys/s:ifc/s:name"));
+
+    KzsNode *turbo = Find("/s:sys/s:turbo");
+    ASSERT_NE(turbo, nullptr);
+    EXPECT_EQ(KZ_NODE_IsEnabled(turbo), 0u);
+    ASSERT_EQ(KZ_MOD_EnableFeature(mod_, "*"), 0u);
+    EXPECT_EQ(KZ_NODE_IsEnabled(turbo), 1u);
+
+    std::vector<std::string> tops;
+    ASSERT_EQ(KZ_MOD_IterScanTopmostNode(
+                  mod_,
+                  [](KzsNode *n, uint32_t, void *c) -> uint32_t {
+                      static_cast<std::vector<std::string> *>(c)->push_back(KZ_NODE_GetNodeName(n));
+                      return 0;
+                  },
+                  &tops),
+              0u);
+    EXPECT_EQ(tops, (std::vector<std::string>{"sys", "reset"}));
+}
+
+} // namespace
