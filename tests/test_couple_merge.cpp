@@ -1,0 +1,210 @@
+/* Merging a second source of a module into the first: definitions added or
+ * checked, nodes paired by position, new nodes changing owner. */
+#include "couple_test_util.h"
+
+#include <cstring>
+#include <libxml/parser.h>
+
+#include "loader/kzs_loader.h"
+
+using namespace couple_test;
+
+namespace {
+
+/* A module record built from text, not registered. */
+struct Parsed {
+    KzMod *mod = nullptr;
+    Parsed(KzCtx *ctx, const std::string &text)
+    {
+        xmlDoc *doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), "m.yin", nullptr, XML_PARSE_NOBLANKS);
+        if (doc != nullptr) {
+            mod = KZS_LOADER_ParseYinContent(ctx, doc, nullptr);
+            xmlFreeDoc(doc);
+        }
+    }
+    ~Parsed() { KZS_MOD_Free(mod); }
+    Parsed(const Parsed &) = delete;
+    Parsed &operator=(const Parsed &) = delete;
+};
+
+std::string Src(const std::string &body)
+{
+    bool ownImports = body.find("<import") != std::string::npos;
+    return Yin("mm", body, ownImports ? std::vector<std::string>{} : std::vector<std::string>{"other"});
+}
+
+const char *kDst = R"(
+  <typedef name="t"><type name="string"/></typedef>
+  <feature name="f1"/>
+  <container name="a">
+    <leaf name="x"><type name="string"/></leaf>
+    <container name="in"><leaf name="deep"><type name="string"/></leaf></container>
+  </container>
+  <leaf name="b"><type name="string"/></leaf>)";
+
+struct MergeFixture {
+    Ctx ctx;
+    Parsed dst;
+    explicit MergeFixture(const char *dstBody = kDst) : dst(ctx, Src(dstBody)) {}
+    uint32_t Merge(const std::string &srcBody, std::string *srcLeft = nullptr)
+    {
+        Parsed src(ctx, Src(srcBody));
+        EXPECT_NE(src.mod, nullptr);
+        if (src.mod == nullptr) {
+            return 0xdead;
+        }
+        uint32_t ret = KZS_MOD_MergeTwoModuleInSameCtx(dst.mod, src.mod);
+        if (srcLeft != nullptr) {
+            *srcLeft = DumpModule(src.mod);
+        }
+        return ret;
+    }
+};
+
+TEST(CoupleMerge, IdenticalSourceChangesNothing)
+{
+    MergeFixture f;
+    ASSERT_NE(f.dst.mod, nullptr);
+    const std::string before = DumpModule(f.dst.mod);
+    EXPECT_EQ(f.Merge(kDst), 0u);
+    EXPECT_EQ(DumpModule(f.dst.mod), before);
+    EXPECT_EQ(f.dst.mod->typedefCount, 1u);
+    EXPECT_EQ(f.dst.mod->featureCount, 1u);
+    EXPECT_TRUE(Messages(f.ctx, "mm").empty());
+}
+
+TEST(CoupleMerge, NewNodesMoveOverAndChangeOwner)
+{
+    MergeFixture f;
+    std::string left;
+    ASSERT_EQ(f.Merge(R"(
+      <typedef name="t2"><type name="int8"/></typedef>
+      <feature name="f2"/>
+      <identity name="id"/>
+      <container name="a">
+        <leaf name="x"><type name="string"/></leaf>
+        <container name="in">
+          <leaf name="deep"><type name="string"/></leaf>
+          <leaf name="deeper"><type name="t2"/></leaf>
+        </container>
+        <leaf name="y"><type name="string"/></leaf>
+      </container>
+      <leaf name="c"><type name="string"/></leaf>
+      <leaf name="d"><type name="string"/></leaf>)",
+                      &left),
+              0u);
+    KzMod *dst = f.dst.mod;
+    KzsNode *a = dst->dataNodes;
+    EXPECT_EQ(ChildNames(a), (std::vector<std::string>{"x", "in", "y"}));
+    EXPECT_EQ(ChildNames(a->firstChild->next), (std::vector<std::string>{"deep", "deeper"}));
+    EXPECT_EQ(a->lastChild->module, dst);
+    EXPECT_EQ(a->firstChild->next->lastChild->module, dst);
+    /* Second top-level node differs by name: it and all after it come over. */
+    std::vector<std::string> top;
+    for (KzsNode *n = dst->dataNodes; n != nullptr; n = n->next) {
+        top.emplace_back(n->name);
+        EXPECT_EQ(n->module, dst);
+    }
+    EXPECT_EQ(top, (std::vector<std::string>{"a", "b", "c", "d"}));
+    EXPECT_EQ(left.find("leaf"), std::string::npos) << left;
+    EXPECT_EQ(dst->typedefCount, 2u);
+    EXPECT_NE(KZS_MOD_FindTypDefObjByName(dst, "t2"), nullptr);
+    EXPECT_NE(KZS_MOD_FindFeatureByName(dst, "f2"), nullptr);
+    EXPECT_NE(KZS_MOD_FindIdentityByName(dst, "id"), nullptr);
+}
+
+TEST(CoupleMerge, FirstTypedefWinsWithoutMessage)
+{
+    MergeFixture f;
+    ASSERT_EQ(f.Merge(R"(<typedef name="t"><type name="int8"/></typedef>)"), 0u);
+    EXPECT_EQ(f.dst.mod->typedefCount, 1u);
+    EXPECT_EQ(f.dst.mod->typedefs[0].realType.baseType, static_cast<uint32_t>(KZT_BASE_STRING));
+    EXPECT_TRUE(Messages(f.ctx, "mm").empty());
+}
+
+TEST(CoupleMerge, ExtraTopLevelNodeStaysInSource)
+{
+    MergeFixture f(R"(<leaf name="b"><type name="string"/></leaf>)");
+    std::string left;
+    ASSERT_EQ(f.Merge(R"(<leaf name="b"><type name="string"/></leaf><leaf name="e"><type name="string"/></leaf>)",
+                      &left),
+              0u);
+    EXPECT_EQ(f.dst.mod->dataNodes->next, nullptr);
+    EXPECT_NE(left.find("mm:e"), std::string::npos);
+
+    /* With an empty destination chain the extra nodes become it. */
+    MergeFixture g("<feature name=\"f1\"/>");
+    ASSERT_EQ(g.Merge(R"(<leaf name="p"><type name="string"/></leaf><leaf name="q"><type name="string"/></leaf>)"),
+              0u);
+    ASSERT_NE(g.dst.mod->dataNodes, nullptr);
+    EXPECT_STREQ(g.dst.mod->dataNodes->name, "p");
+    EXPECT_STREQ(g.dst.mod->dataNodes->next->name, "q");
+    EXPECT_EQ(g.dst.mod->dataNodes->next->module, g.dst.mod);
+}
+
+TEST(CoupleMerge, DifferencesThatCannotMergeAreReported)
+{
+    struct Case {
+        const char *what;
+        const char *src;
+        std::vector<std::string> messages;
+    };
+    const Case cases[] = {
+        {"a moved name already used later", R"(
+           <container name="a"><leaf name="x"><type name="string"/></leaf></container>
+           <leaf name="z"><type name="string"/></leaf>
+           <leaf name="b"><type name="string"/></leaf>)",
+         {"Failed to merge node \"b\" with diff reason \"name\".", "Failed to merge schema tree."}},
+        {"config differs", R"(
+           <container name="a"><config value="false"/></container>)",
+         {"Failed to merge node \"a\" with diff reason \"other\".", "Failed to merge schema tree."}},
+        {"kind differs below the top", R"(
+           <container name="a"><leaf-list name="x"><type name="string"/></leaf-list></container>)",
+         {"Failed to merge node \"x\" under \"a\" with diff reason \"other\".", "Failed to merge schema tree."}},
+        {"import prefix names another module", R"(<import module="third"><prefix value="other"/></import>)",
+         {"The import module name \"third\" corresponding to the prefix \"other\" is different from the existing "
+          "module name \"other\".",
+          "Failed to merge global definitions."}},
+        {"feature with other if-features", R"(<feature name="f0"/><feature name="f1"><if-feature name="f0"/></feature>)",
+         {"The if-feature informations of the feature \"f1\" are different from the existing feature",
+          "Failed to merge global definitions."}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        MergeFixture f;
+        EXPECT_EQ(f.Merge(c.src), 22u);
+        EXPECT_EQ(Messages(f.ctx, "mm"), c.messages);
+    }
+}
+
+TEST(CoupleMerge, ExtensionInstancesAreTakenWhenTheDestinationHasNone)
+{
+    const char *ext = R"(<extension name="tag"><argument name="v"/></extension>
+      <container name="a"><mm:tag xmlns:mm="urn:t:mm" v="1"/></container>)";
+    MergeFixture f(R"(<extension name="tag"><argument name="v"/></extension><container name="a"/>)");
+    ASSERT_EQ(f.Merge(ext), 0u);
+    ASSERT_EQ(f.dst.mod->dataNodes->extInstCount, 1u);
+    EXPECT_STREQ(f.dst.mod->dataNodes->extInsts[0].extName, "tag");
+    /* A different count once both have some is a difference. */
+    EXPECT_EQ(KZS_NODE_CompareTwoTreeNodeSelfData(f.dst.mod->dataNodes, f.dst.mod->dataNodes), KZS_NODE_DIFF_NONE);
+}
+
+TEST(CoupleMerge, ReasonNamesAndArguments)
+{
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(0), "none");
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(1), "extension");
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(2), "name");
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(3), "unknown");
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(4), "other");
+    EXPECT_STREQ(KZS_NODE_GetDiffReasonName(5), "unknown");
+
+    Ctx one;
+    Ctx two;
+    Parsed a(one, Src(kDst));
+    Parsed b(two, Src(kDst));
+    EXPECT_EQ(KZS_MOD_MergeTwoModuleInSameCtx(a.mod, b.mod), 22u);
+    EXPECT_EQ(KZS_MOD_MergeTwoModuleInSameCtx(nullptr, a.mod), 22u);
+    EXPECT_TRUE(Messages(one, "mm").empty());
+}
+
+} // namespace
