@@ -161,9 +161,33 @@ inline std::vector<std::string> Messages(KzCtx *ctx, const std::string &modName)
     return arg.msgs;
 }
 
+/* JSON form of a path written with a module on every step: the module is
+ * kept only where it changes. */
+inline std::string Json(const std::string &path)
+{
+    std::string out;
+    std::string prevMod;
+    size_t pos = 0;
+    while (pos < path.size() && path[pos] == '/') {
+        size_t end = path.find('/', pos + 1);
+        std::string step = path.substr(pos + 1, end == std::string::npos ? std::string::npos : end - pos - 1);
+        size_t colon = step.find(':');
+        if (colon != std::string::npos) {
+            std::string mod = step.substr(0, colon);
+            if (mod == prevMod) {
+                step = step.substr(colon + 1);
+            }
+            prevMod = mod;
+        }
+        out += "/" + step;
+        pos = end == std::string::npos ? path.size() : end;
+    }
+    return out;
+}
+
 inline KzsNode *Node(KzCtx *ctx, const char *path)
 {
-    return KZ_CTX_GetTargetNode(ctx, path, nullptr);
+    return KZ_CTX_GetTargetNode(ctx, Json(path).c_str(), nullptr);
 }
 
 inline std::vector<std::string> ChildNames(const KzsNode *node)

@@ -38,7 +38,7 @@ KzsNode *FindAug(KzCtx *ctx, const char *mod, const char *path)
 {
     KzMod *m = KZ_CTX_GetModuleByModName(ctx, mod);
     for (KzsNode *a = m != nullptr ? m->augments : nullptr; a != nullptr; a = a->next) {
-        if (std::strcmp(a->name, path) == 0) {
+        if (Json(path) == a->name) {
             return a;
         }
     }
