@@ -38,6 +38,19 @@ uint32_t kzs_couple_undo_deviation(KzMod *mod, KzsDeviation *dev, const char **r
  * the modules built on them and (withDeviations) the deviations into them. */
 void kzs_couple_recouple_restored(KzCtx *ctx, const std::vector<const char *> &names, bool withDeviations);
 
+struct KzsDevRef {
+    KzMod *mod;
+    KzsDeviation *dev;
+};
+
+/* Undoes the given coupled deviations together with every deviation coupled
+ * after the oldest of them, newest first; returns the latter (oldest first)
+ * for the caller to couple again once the schema is as it wants it.  Names of
+ * modules whose removed nodes came back are added to restored. */
+std::vector<KzsDevRef> kzs_couple_undo_deviations(KzCtx *ctx, const std::vector<KzsDevRef> &devs,
+                                                 std::vector<const char *> *restored);
+void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs);
+
 /* Order in which a coupled deviation was applied (0 when not coupled). */
 uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev);
 

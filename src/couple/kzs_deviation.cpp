@@ -1253,14 +1253,77 @@ uint32_t kzs_couple_undo_deviation(KzMod *mod, KzsDeviation *dev, const char **r
     return 0;
 }
 
+std::vector<KzsDevRef> kzs_couple_undo_deviations(KzCtx *ctx, const std::vector<KzsDevRef> &devs,
+                                                 std::vector<const char *> *restored)
+{
+    std::vector<KzsDevRef> others;
+    if (ctx == nullptr || devs.empty()) {
+        return others;
+    }
+    uint64_t oldest = UINT64_MAX;
+    for (const KzsDevRef &r : devs) {
+        oldest = std::min(oldest, kzs_couple_deviation_seq(r.dev));
+    }
+    // A deviation's saved state holds what the deviations coupled before it
+    // made; those coupled after it saved states that include its changes.
+    // So everything from the oldest one on comes off, newest first, and the
+    // deviations not asked for are handed back to be coupled again.
+    std::vector<KzsDevRef> stack;
+    for (KzMod *mod = KZ_CTX_GetFirstModule(ctx); mod != nullptr; mod = KZ_CTX_GetNextModule(ctx, mod)) {
+        for (uint16_t i = 0; i < mod->deviationCount; i++) {
+            KzsDeviation *dev = &mod->deviations[i];
+            if ((dev->flags & KZS_DEVIATION_FLAG_COUPLED) != 0 && kzs_couple_deviation_seq(dev) >= oldest) {
+                stack.push_back({mod, dev});
+            }
+        }
+    }
+    std::sort(stack.begin(), stack.end(), [](const KzsDevRef &a, const KzsDevRef &b) {
+        return kzs_couple_deviation_seq(a.dev) > kzs_couple_deviation_seq(b.dev);
+    });
+    for (const KzsDevRef &r : stack) {
+        bool asked = std::any_of(devs.begin(), devs.end(), [&](const KzsDevRef &d) { return d.dev == r.dev; });
+        const char *owner = nullptr;
+        (void)kzs_couple_undo_deviation(r.mod, r.dev, &owner);
+        if (owner != nullptr && restored != nullptr &&
+            std::find(restored->begin(), restored->end(), owner) == restored->end()) {
+            restored->push_back(owner);
+        }
+        if (!asked) {
+            others.push_back(r);
+        }
+    }
+    std::reverse(others.begin(), others.end());
+    return others;
+}
+
+void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs)
+{
+    for (const KzsDevRef &r : devs) {
+        (void)KZS_MOD_CoupleDeviation(r.mod, r.dev);
+    }
+}
+
+namespace {
+
+void UndoAndRedo(KzCtx *ctx, const std::vector<KzsDevRef> &devs)
+{
+    std::vector<const char *> restored;
+    std::vector<KzsDevRef> others = kzs_couple_undo_deviations(ctx, devs, &restored);
+    // Augments first: later deviations may target nodes they bring.  The
+    // undone deviations themselves must not be coupled again here.
+    kzs_couple_recouple_restored(ctx, restored, false);
+    kzs_couple_redo_deviations(others);
+}
+
+} // namespace
+
 uint32_t KZS_MOD_UnCoupleDeviation(KzMod *mod, KzsDeviation *dev)
 {
-    const char *restored = nullptr;
-    uint32_t ret = kzs_couple_undo_deviation(mod, dev, &restored);
-    if (ret == 0 && restored != nullptr) {
-        kzs_couple_recouple_restored(mod->ctx, {restored}, true);
+    if (mod == nullptr || mod->ctx == nullptr || dev == nullptr || (dev->flags & KZS_DEVIATION_FLAG_COUPLED) == 0) {
+        return KZ_EINVAL;
     }
-    return ret;
+    UndoAndRedo(mod->ctx, {{mod, dev}});
+    return 0;
 }
 
 void KZS_MOD_FreeDeviationUndo(KzsDeviation *dev)
@@ -1309,9 +1372,11 @@ uint32_t KZS_MOD_UnCoupleDeviationFromDepMods(KzCtx *ctx, const char *modName, c
     if (dep == nullptr) {
         return KZ_ERR;
     }
+    std::vector<KzsDevRef> devs;
     for (KzsDeviation *dev : CoupledNewestFirst(dep, modName)) {
-        (void)KZS_MOD_UnCoupleDeviation(dep, dev);
+        devs.push_back({dep, dev});
     }
+    UndoAndRedo(ctx, devs);
     return 0;
 }
 

@@ -89,27 +89,24 @@ uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
         }
     }
 
-    // Deviations first, newest first over the whole set, while every node
-    // they changed is still where they found it.
-    std::vector<std::pair<KzMod *, KzsDeviation *>> devs;
+    // Deviations first, while every node they changed is still where they
+    // found it.  Deviations of other modules coupled later come off too and
+    // are coupled again at the end, on the schema without the set.
+    std::vector<KzsDevRef> devs;
     for (KzMod *mod : set) {
         for (uint16_t i = 0; i < mod->deviationCount; i++) {
             if ((mod->deviations[i].flags & KZS_DEVIATION_FLAG_COUPLED) != 0) {
-                devs.emplace_back(mod, &mod->deviations[i]);
+                devs.push_back({mod, &mod->deviations[i]});
             }
         }
     }
-    std::sort(devs.begin(), devs.end(), [](const auto &a, const auto &b) {
-        return kzs_couple_deviation_seq(a.second) > kzs_couple_deviation_seq(b.second);
-    });
+    std::vector<const char *> touched;
+    std::vector<KzsDevRef> redo = kzs_couple_undo_deviations(ctx, devs, &touched);
     std::vector<const char *> restored; // interned names of modules that stay
-    for (auto &[mod, dev] : devs) {
-        const char *owner = nullptr;
-        (void)kzs_couple_undo_deviation(mod, dev, &owner);
-        KzMod *ownerMod = owner != nullptr ? KZ_CTX_GetModuleByModName(ctx, owner) : nullptr;
-        if (ownerMod != nullptr && !Contains(set, ownerMod) &&
-            std::find(restored.begin(), restored.end(), ownerMod->name) == restored.end()) {
-            restored.push_back(ownerMod->name);
+    for (const char *name : touched) {
+        KzMod *owner = KZ_CTX_GetModuleByModName(ctx, name);
+        if (owner != nullptr && !Contains(set, owner)) {
+            restored.push_back(owner->name);
         }
     }
 
@@ -131,8 +128,11 @@ uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
     for (size_t i = set.size(); i-- > 0;) {
         KZ_CTX_DestroyModuleNode(ctx, set[i]);
     }
-    // Nodes that a not-supported of an unloaded module had removed are back:
-    // what stays loaded and was built on them couples again.
+    // Nodes that a not-supported had removed are back: what stays loaded and
+    // was built on them couples again, augments first, then the deviations
+    // taken off above in their first order, then any still waiting.
+    kzs_couple_recouple_restored(ctx, restored, false);
+    kzs_couple_redo_deviations(redo);
     kzs_couple_recouple_restored(ctx, restored, true);
     return 0;
 }
