@@ -1,0 +1,165 @@
+// An augment's when condition moved one level down, and the hand-down of an
+// augment's when and if-features to its children.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "loader/kzs_cond.h"
+#include "runtime/kz_dict.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+std::string Moved(const char *cond)
+{
+    char *out = KZS_NODE_GetParentCond(cond, nullptr);
+    if (out == nullptr) {
+        return "<null>";
+    }
+    std::string s(out);
+    KZ_MemFree(out);
+    return s;
+}
+
+class LoaderCondTree : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(KZ_DICT_Init(&dict_), 0u);
+        augment_ = KZS_NODE_New(KZS_NODE_AUGMENT);
+        ASSERT_NE(augment_, nullptr);
+    }
+    void TearDown() override
+    {
+        for (KzsNode *n = augment_->firstChild; n != nullptr;) {
+            KzsNode *next = (n == augment_->lastChild) ? nullptr : n->next;
+            ReleaseStrings(n);
+            n = next;
+        }
+        ReleaseStrings(augment_);
+        KZS_NODE_Free(augment_); // frees the children with it
+        KZ_DICT_Destroy(&dict_);
+    }
+
+    KzsNode *Child(uint32_t kind, const char *when = nullptr)
+    {
+        KzsNode *n = KZS_NODE_New(kind);
+        if (n == nullptr) {
+            return nullptr;
+        }
+        if (when != nullptr) {
+            n->when = KZ_DICT_Insert(&dict_, when);
+        }
+        KZS_NODE_AddChild(augment_, n);
+        return n;
+    }
+
+    void AddIfFeature(KzsNode *n, const char *mod, const char *feat)
+    {
+        ASSERT_EQ(KZS_NODE_AppendOneIfFeat(&dict_, &n->ifFeatures, &n->ifFeatureCount, mod, feat), 0u);
+    }
+
+    // Strings are released here so that the node free finds nothing interned.
+    void ReleaseStrings(KzsNode *n)
+    {
+        if (n->when != nullptr) {
+            KZ_DICT_Remove(&dict_, n->when);
+            n->when = nullptr;
+        }
+        KZS_NODE_FreeIfFeatures(&dict_, n->ifFeatures, n->ifFeatureCount);
+        n->ifFeatures = nullptr;
+        n->ifFeatureCount = 0;
+    }
+
+    KzDict dict_ {};
+    KzsNode *augment_ = nullptr;
+};
+
+} // namespace
+
+TEST(LoaderCond, ConditionMovedOneLevelDown)
+{
+    EXPECT_EQ(Moved("../x = 'a'"), "../../x = 'a'");
+    EXPECT_EQ(Moved("x and y"), "../x and ../y");
+    EXPECT_EQ(Moved("current()/y"), "current()/../y");
+    EXPECT_EQ(Moved("/m:a/m:b"), "/m:a/m:b");
+    EXPECT_EQ(Moved(". = 'on'"), ".. = 'on'");
+    EXPECT_EQ(Moved("count(x) > 1"), "count(../x) > 1");
+    EXPECT_EQ(Moved("m:type = 'eth' or m:speed != 10"), "../m:type = 'eth' or ../m:speed != 10");
+    EXPECT_EQ(Moved("../a/b = current()/../c"), "../../a/b = current()/../../c");
+    EXPECT_EQ(Moved("  "), "");
+}
+
+TEST(LoaderCond, UnreadableConditionsGiveNull)
+{
+    EXPECT_EQ(Moved("a::b = 1"), "<null>");
+    EXPECT_EQ(Moved("x = 'open"), "<null>");
+    EXPECT_EQ(Moved("$v = 1"), "<null>");
+    EXPECT_EQ(KZS_NODE_GetParentCond(nullptr, nullptr), nullptr);
+}
+
+TEST(LoaderCond, CombineTwoConditions)
+{
+    char *both = KZS_NODE_CombineTwoWhenCondition("../a = 1", "b != 2");
+    ASSERT_NE(both, nullptr);
+    EXPECT_STREQ(both, "(../a = 1) and (b != 2)");
+    KZ_MemFree(both);
+    EXPECT_EQ(KZS_NODE_CombineTwoWhenCondition(nullptr, "b"), nullptr);
+    EXPECT_EQ(KZS_NODE_CombineTwoWhenCondition("a", nullptr), nullptr);
+}
+
+TEST_F(LoaderCondTree, WhenAndIfFeaturesReachEveryDataChild)
+{
+    augment_->when = KZ_DICT_Insert(&dict_, "../type = 'eth'");
+    AddIfFeature(augment_, "m", "f1");
+    AddIfFeature(augment_, "m", "f2");
+    KzsNode *leaf = Child(KZS_NODE_LEAF, "x != 0");
+    KzsNode *container = Child(KZS_NODE_CONTAINER);
+    KzsNode *action = Child(KZS_NODE_ACTION);
+    KzsNode *notif = Child(KZS_NODE_NOTIF);
+    ASSERT_TRUE(leaf && container && action && notif);
+    AddIfFeature(leaf, "m", "f2"); // already there: kept once
+
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+
+    EXPECT_STREQ(leaf->when, "(../../type = 'eth') and (x != 0)");
+    EXPECT_STREQ(container->when, "../../type = 'eth'");
+    EXPECT_EQ(container->when, KZ_DICT_Insert(&dict_, "../../type = 'eth'")); // interned
+    KZ_DICT_Remove(&dict_, container->when);
+
+    ASSERT_EQ(leaf->ifFeatureCount, 2);
+    EXPECT_STREQ(leaf->ifFeatures[0].featName, "f2");
+    EXPECT_STREQ(leaf->ifFeatures[1].featName, "f1");
+    ASSERT_EQ(container->ifFeatureCount, 2);
+    EXPECT_STREQ(container->ifFeatures[0].featName, "f1");
+    EXPECT_STREQ(container->ifFeatures[1].featName, "f2");
+
+    EXPECT_EQ(action->when, nullptr);
+    EXPECT_EQ(action->ifFeatureCount, 0);
+    EXPECT_EQ(notif->when, nullptr);
+    EXPECT_EQ(notif->ifFeatureCount, 0);
+
+    // The augment keeps its own copies.
+    EXPECT_STREQ(augment_->when, "../type = 'eth'");
+    EXPECT_EQ(augment_->ifFeatureCount, 2);
+}
+
+TEST_F(LoaderCondTree, UnreadableWhenStillHandsDownIfFeatures)
+{
+    augment_->when = KZ_DICT_Insert(&dict_, "a::b");
+    AddIfFeature(augment_, "m", "f1");
+    KzsNode *leaf = Child(KZS_NODE_LEAF, "x = 1");
+    ASSERT_NE(leaf, nullptr);
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+    EXPECT_STREQ(leaf->when, "x = 1");
+    EXPECT_EQ(leaf->ifFeatureCount, 1);
+}
+
+TEST_F(LoaderCondTree, NothingToHandDown)
+{
+    KzsNode *leaf = Child(KZS_NODE_LEAF, "x = 1");
+    ASSERT_NE(leaf, nullptr);
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+    EXPECT_STREQ(leaf->when, "x = 1");
+    EXPECT_EQ(leaf->ifFeatureCount, 0);
+}

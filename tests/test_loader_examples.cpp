@@ -1,0 +1,87 @@
+// The example modules shipped with the library load without any diagnostic
+// and come out as their text says.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "loader_test_util.h"
+#include "runtime/kz_ctx.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+class LoaderExamples : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ctx_ = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
+        ASSERT_NE(ctx_, nullptr);
+        ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, KORLA_SOURCE_DIR "/examples/yin"), 0u);
+    }
+    void TearDown() override { KZ_CTX_Delete(ctx_); }
+
+    std::string AllDiagnostics()
+    {
+        std::string all;
+        for (const auto &d : loadertest::Diagnostics(ctx_)) {
+            all += d.module + " (" + d.file + "): " + d.message + "\n";
+        }
+        return all;
+    }
+
+    KzsNode *Node(const char *module, const char *path)
+    {
+        KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, module);
+        return mod != nullptr ? KZS_MOD_GetNodeBySchemaNodeId(mod, nullptr, path) : nullptr;
+    }
+
+    KzCtx *ctx_ = nullptr;
+};
+
+} // namespace
+
+TEST_F(LoaderExamples, WholeFamilyLoadsCleanly)
+{
+    for (const char *name : {"acme-system-ext", "acme-interfaces", "acme-routing"}) {
+        EXPECT_EQ(KZ_CTX_LoadModule(ctx_, name), 0u) << name;
+    }
+    EXPECT_EQ(AllDiagnostics(), "");
+    EXPECT_NE(KZ_CTX_GetModuleByModName(ctx_, "acme-system"), nullptr); // loaded as an import
+    EXPECT_EQ(Node("acme-system", "/system/location"), nullptr);         // deviated away
+    EXPECT_NE(Node("acme-system", "/system/contact"), nullptr);
+}
+
+TEST_F(LoaderExamples, AugmentConditionsReachTheAddedNodes)
+{
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-system-ext"), 0u);
+    KzsNode *drift = Node("acme-system", "/system/clock/max-drift");
+    ASSERT_NE(drift, nullptr) << AllDiagnostics();
+    EXPECT_STREQ(drift->when, "(../use-ntp = 'true') and (../timezone-offset = 0)");
+    ASSERT_EQ(drift->ifFeatureCount, 1);
+    EXPECT_STREQ(drift->ifFeatures[0].modName, "acme-system");
+    EXPECT_STREQ(drift->ifFeatures[0].featName, "ntp");
+    KzsNode *ntp = Node("acme-system", "/system/clock/ntp");
+    ASSERT_NE(ntp, nullptr);
+    EXPECT_STREQ(ntp->when, "../use-ntp = 'true'");
+    ASSERT_EQ(ntp->extInstCount, 1);
+    EXPECT_STREQ(ntp->extInsts[0].extName, "annotation");
+}
+
+TEST_F(LoaderExamples, SubmoduleAndMergeSourcesFormOneModule)
+{
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-interfaces"), 0u);
+    EXPECT_NE(Node("acme-interfaces", "/interface-statistics/interface/in-octets"), nullptr);
+    EXPECT_NE(Node("acme-interfaces", "/interfaces/interface/mtu"), nullptr);
+
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-routing"), 0u);
+    KzMod *routing = KZ_CTX_GetModuleByModName(ctx_, "acme-routing");
+    ASSERT_NE(routing, nullptr);
+    ASSERT_EQ(routing->mrgSrcCount, 2);
+    EXPECT_STREQ(routing->mrgSrcs[0], "core");
+    EXPECT_STREQ(routing->mrgSrcs[1], "static");
+    EXPECT_NE(Node("acme-routing", "/routing/max-paths"), nullptr);
+    EXPECT_NE(Node("acme-routing", "/routing/static-routes/route/next-hop"), nullptr);
+    EXPECT_NE(KZS_MOD_FindTopLevelSchemaNode(routing, "clear-static-routes"), nullptr);
+    EXPECT_EQ(AllDiagnostics(), "");
+}

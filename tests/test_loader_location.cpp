@@ -1,0 +1,310 @@
+// Which files of a module are read: candidates over the search directories,
+// merge-source suffixes, the per-load file limit, and the pending table.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "loader/kzs_loader.h"
+#include "loader_test_util.h"
+
+using loadertest::ScratchDir;
+
+namespace {
+
+// A context that carries only search directories: enough for candidate collection.
+struct DirCtx {
+    KzCtx ctx {};
+    std::vector<const char *> dirs;
+    explicit DirCtx(const std::vector<const ScratchDir *> &scratch)
+    {
+        for (const ScratchDir *d : scratch) {
+            dirs.push_back(d->Path().c_str());
+        }
+        ctx.searchDirs = dirs.data();
+        ctx.searchDirCount = static_cast<uint32_t>(dirs.size());
+        ctx.searchDirCapacity = ctx.searchDirCount;
+    }
+};
+
+struct CollGuard {
+    PathCollection *coll;
+    ~CollGuard() { KZS_LOADER_DestroyPathCollection(coll); }
+};
+
+struct AssisterGuard {
+    LoadAssister a {};
+    explicit AssisterGuard(const char *name) { a.modName = name; }
+    ~AssisterGuard() { KZS_LOADER_ClearLoadAssister(&a); }
+};
+
+std::vector<std::string> Paths(const PathCollection *coll)
+{
+    std::vector<std::string> out;
+    for (uint16_t i = 0; i < coll->count; i++) {
+        out.emplace_back(coll->objs[i].path);
+    }
+    return out;
+}
+
+// Hands out files as the load sequence does, marking each suffix read.
+std::vector<std::string> ReadOrder(PathCollection *coll, LoadAssister *a)
+{
+    std::vector<std::string> out;
+    coll->maxToProcess = KZS_LOADER_MAX_FILES;
+    for (PathObj *obj = KZS_LOADER_GetNextPathObjToProc(coll, a); obj != nullptr;
+         obj = KZS_LOADER_GetNextPathObjToProc(coll, a)) {
+        const char *base = std::strrchr(obj->path, '/');
+        out.emplace_back(base != nullptr ? base + 1 : obj->path);
+        KZS_LOADER_ResetCurrentLoadingSuffix(a, 1);
+    }
+    return out;
+}
+
+using Names = std::vector<std::string>;
+
+} // namespace
+
+TEST(LoaderLocation, PlainFileFoundInLaterDirectory)
+{
+    ScratchDir a, b;
+    b.Write("m.yin", "<module/>");
+    b.Write("m@2020-01-01.yin", "<module/>"); // the plain file stops the search first
+    DirCtx dc({&a, &b});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+    EXPECT_EQ(Paths(g.coll), Names({b.File("m.yin")}));
+    EXPECT_EQ(g.coll->hasPlain, 1);
+    EXPECT_EQ(g.coll->hasSuffixed, 0);
+    EXPECT_EQ(g.coll->maxToProcess, 1);
+}
+
+TEST(LoaderLocation, RevisionFileOfEarlierDirectoryIsRead)
+{
+    ScratchDir a, b;
+    a.Write("m@2020-01-01.yin", "<module/>");
+    b.Write("m.yin", "<module/>");
+    DirCtx dc({&a, &b});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+    EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), b.File("m.yin")}));
+    AssisterGuard ag("m");
+    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@2020-01-01.yin"})); // only one file without merge sources
+}
+
+TEST(LoaderLocation, OtherModulesAndNoCandidates)
+{
+    ScratchDir a;
+    a.Write("m-extra.yin", "<module/>");
+    a.Write("mm@@x.yin", "<module/>");
+    a.Write("m.yang", "module m {}");
+    DirCtx dc({&a});
+    EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m"), nullptr);
+    DirCtx none({});
+    EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&none.ctx, "m"), nullptr);
+}
+
+TEST(LoaderLocation, MergeSourcesAreAllReadInOrder)
+{
+    ScratchDir a;
+    a.Write("m@@y.yin", "<module/>");
+    a.Write("m@@x.yin", "<module/>");
+    DirCtx dc({&a});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+    ASSERT_EQ(g.coll->count, 2);
+    EXPECT_STREQ(g.coll->objs[0].suffix, "x");
+    EXPECT_STREQ(g.coll->objs[1].suffix, "y");
+    EXPECT_EQ(g.coll->hasSuffixed, 1);
+    EXPECT_EQ(g.coll->hasPlain, 0);
+
+    AssisterGuard ag("m");
+    uint32_t needLoad = 7;
+    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
+    EXPECT_EQ(needLoad, 1u);
+    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@@x.yin", "m@@y.yin"}));
+    ASSERT_EQ(ag.a.suffixCount, 2);
+    EXPECT_EQ(ag.a.suffixes[0].processed, 1);
+    EXPECT_EQ(ag.a.suffixes[1].processed, 1);
+}
+
+TEST(LoaderLocation, MixedDirectoryStopsAtSecondKindAndPlainFileServesTheSuffix)
+{
+    ScratchDir a, b;
+    a.Write("m@2020-01-01.yin", "<module/>");
+    a.Write("m@@x.yin", "<module/>");
+    a.Write("m@@y.yin", "<module/>"); // not reached: the scan stopped at m@@x
+    b.Write("m@@z.yin", "<module/>");
+    DirCtx dc({&a, &b});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+    EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), a.File("m@@x.yin"), b.File("m@@z.yin")}));
+
+    AssisterGuard ag("m");
+    uint32_t needLoad = 0;
+    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
+    // A candidate without suffix matches any current suffix and comes first.
+    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@2020-01-01.yin", "m@2020-01-01.yin"}));
+}
+
+TEST(LoaderLocation, CandidatePathRules)
+{
+    PathCollection coll {};
+    EXPECT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m@@abcdefghi.yin"), 0u); // 9 characters fit
+    EXPECT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m@@abcdefghij.yin"), 22u);
+    EXPECT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m@@x"), 22u); // no '.' after the suffix
+    ASSERT_EQ(coll.count, 1);
+    EXPECT_STREQ(coll.objs[0].suffix, "abcdefghi");
+
+    const std::string longPath = "/" + std::string(250, 'd') + "/m.yin";
+    EXPECT_EQ(KZS_LOADER_AppendOnePathObj(&coll, longPath.c_str()), 0u); // silently not a candidate
+    EXPECT_EQ(coll.count, 1);
+    EXPECT_EQ(coll.hasPlain, 0);
+
+    EXPECT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m@rev.yin"), 0u);
+    EXPECT_EQ(coll.count, 2);
+    EXPECT_EQ(coll.hasPlain, 1);
+    EXPECT_STREQ(coll.objs[1].suffix, "");
+    KZ_MemFree(coll.objs);
+}
+
+TEST(LoaderLocation, AtMostTenFilesPerLoad)
+{
+    ScratchDir a;
+    for (int i = 0; i < 12; i++) {
+        a.Write("m@@s" + std::to_string(10 + i) + ".yin", "<module/>");
+    }
+    DirCtx dc({&a});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+    ASSERT_EQ(g.coll->count, 12);
+    AssisterGuard ag("m");
+    uint32_t needLoad = 0;
+    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
+    EXPECT_EQ(ReadOrder(g.coll, &ag.a).size(), 10u);
+    EXPECT_EQ(ag.a.suffixes[10].processed, 0);
+    EXPECT_EQ(ag.a.suffixes[11].processed, 0);
+}
+
+TEST(LoaderAssister, RegisteredModuleReadsOnlyNewMergeSources)
+{
+    ScratchDir a;
+    for (const char *s : {"x", "y", "z"}) {
+        a.Write(std::string("m@@") + s + ".yin", "<module/>");
+    }
+    DirCtx dc({&a});
+    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    ASSERT_NE(g.coll, nullptr);
+
+    KzMod registered {};
+    const char *merged[] = {"x", "y"};
+    registered.mrgSrcs = merged;
+    registered.mrgSrcCount = 2;
+    AssisterGuard ag("m");
+    uint32_t needLoad = 0;
+    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(&registered, g.coll, &ag.a, &needLoad), 0u);
+    EXPECT_EQ(needLoad, 1u);
+    EXPECT_EQ(ag.a.suffixCount, 3);
+    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@@z.yin"}));
+}
+
+TEST(LoaderAssister, RegisteredModuleWithoutMergeSourcesNeedsNoLoad)
+{
+    PathCollection coll {};
+    ASSERT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m.yin"), 0u);
+    KzMod registered {};
+    AssisterGuard ag("m");
+    uint32_t needLoad = 1;
+    EXPECT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(&registered, &coll, &ag.a, &needLoad), 0u);
+    EXPECT_EQ(needLoad, 0u);
+    KZ_MemFree(coll.objs);
+}
+
+TEST(LoaderAssister, EverySourceAlreadyMergedRereadsTheFirstCandidateOnce)
+{
+    PathCollection coll {};
+    ASSERT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m@@x.yin"), 0u);
+    KzMod registered {};
+    const char *merged[] = {"x"};
+    registered.mrgSrcs = merged;
+    registered.mrgSrcCount = 1;
+    AssisterGuard ag("m");
+    uint32_t needLoad = 0;
+    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(&registered, &coll, &ag.a, &needLoad), 0u);
+    EXPECT_EQ(ReadOrder(&coll, &ag.a), Names({"m@@x.yin"}));
+    KZ_MemFree(coll.objs);
+}
+
+TEST(LoaderAssister, CurrentSuffixSurvivesGrowthAndDuplicatesAreSkipped)
+{
+    AssisterGuard ag("m");
+    ASSERT_EQ(KZS_LOADER_AppendOneSuffixToAssister(&ag.a, "a", 1), 0u);
+    ASSERT_EQ(KZS_LOADER_AppendOneSuffixToAssister(&ag.a, "b", 0), 0u);
+    KZS_LOADER_UpdateNextLoadingSuffix(&ag.a);
+    ASSERT_NE(ag.a.current, nullptr);
+    EXPECT_STREQ(ag.a.current->suffix, "b");
+
+    const char *more[] = {"b", "", "c", "d", "c"};
+    ASSERT_EQ(KZS_LOADER_AppendSuffixsToAssister(&ag.a, 5, more, 0), 0u);
+    EXPECT_EQ(ag.a.suffixCount, 4);
+    ASSERT_NE(ag.a.current, nullptr);
+    EXPECT_STREQ(ag.a.current->suffix, "b");
+    EXPECT_EQ(KZS_LOADER_AppendOneSuffixToAssister(&ag.a, "0123456789", 0), 22u);
+
+    KZS_LOADER_ResetCurrentLoadingSuffix(&ag.a, 1);
+    EXPECT_EQ(ag.a.current, nullptr);
+    KZS_LOADER_UpdateNextLoadingSuffix(&ag.a);
+    ASSERT_NE(ag.a.current, nullptr);
+    EXPECT_STREQ(ag.a.current->suffix, "c");
+}
+
+TEST(LoaderPending, TailAppendFindAndRemove)
+{
+    ModPendTbl tbl;
+    KZS_LOADER_InitModPendTbl(&tbl);
+    ASSERT_NE(KZS_LOADER_AddModPendNode(&tbl, "a"), nullptr);
+    ModPendNode *b = KZS_LOADER_AddModPendNode(&tbl, "b");
+    ASSERT_NE(b, nullptr);
+    ASSERT_NE(KZS_LOADER_AddModPendNode(&tbl, "c"), nullptr);
+    EXPECT_EQ(KZS_LOADER_FindModPendNodeByName(&tbl, "b"), b);
+    EXPECT_EQ(KZS_LOADER_FindModPendNodeByName(&tbl, "d"), nullptr);
+
+    KZS_LOADER_RemoveModPendNode(&tbl, b);
+    ASSERT_NE(KZS_LOADER_AddModPendNode(&tbl, "b"), nullptr);
+    std::vector<std::string> order;
+    ModPendNode *n = tbl.first;
+    do {
+        order.emplace_back(n->moduleName);
+        EXPECT_EQ(n->next->prev, n);
+        n = n->next;
+    } while (n != tbl.first);
+    EXPECT_EQ(order, Names({"a", "c", "b"}));
+    EXPECT_EQ(tbl.count, 3u);
+
+    KZS_LOADER_DeInitModPendTbl(&tbl);
+    EXPECT_EQ(tbl.first, nullptr);
+    EXPECT_EQ(tbl.count, 0u);
+}
+
+TEST(LoaderPending, NameLimitsAndFeatureList)
+{
+    ModPendTbl tbl;
+    KZS_LOADER_InitModPendTbl(&tbl);
+    EXPECT_EQ(KZS_LOADER_AddModPendNode(&tbl, std::string(65, 'm').c_str()), nullptr);
+    ModPendNode *node = KZS_LOADER_AddModPendNode(&tbl, std::string(64, 'm').c_str());
+    ASSERT_NE(node, nullptr);
+
+    EXPECT_EQ(KZS_LOADER_AddModFeatPend(node, "f1"), 0u);
+    EXPECT_EQ(KZS_LOADER_AddModFeatPend(node, "f2"), 0u);
+    EXPECT_EQ(KZS_LOADER_AddModFeatPend(node, std::string(65, 'f').c_str()), 22u);
+    ASSERT_NE(node->feats, nullptr);
+    EXPECT_STREQ(node->feats->featureName, "f1");
+    EXPECT_STREQ(node->feats->next->featureName, "f2");
+    EXPECT_EQ(node->feats->next->next, node->feats);
+
+    KZS_LOADER_DestoryAllModFeatPend(node);
+    EXPECT_EQ(node->feats, nullptr);
+    EXPECT_EQ(KZS_LOADER_AddModFeatPend(node, "f3"), 0u);
+    KZS_LOADER_DeInitModPendTbl(&tbl); // frees the node with its features
+}
