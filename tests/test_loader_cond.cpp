@@ -5,7 +5,9 @@
 #include <string>
 
 #include "loader/kzs_cond.h"
+#include "runtime/kz_ctx.h"
 #include "runtime/kz_dict.h"
+#include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
 namespace {
@@ -25,30 +27,36 @@ class LoaderCondTree : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(KZ_DICT_Init(&dict_), 0u);
-        augment_ = KZS_NODE_New(KZS_NODE_AUGMENT);
+        ctx_ = KZ_CTX_Create(0);
+        ASSERT_NE(ctx_, nullptr);
+        mod_.ctx = ctx_;
+        dict_ = &ctx_->dict;
+        augment_ = New(KZS_NODE_AUGMENT);
         ASSERT_NE(augment_, nullptr);
     }
     void TearDown() override
     {
-        for (KzsNode *n = augment_->firstChild; n != nullptr;) {
-            KzsNode *next = (n == augment_->lastChild) ? nullptr : n->next;
-            ReleaseStrings(n);
-            n = next;
+        KZS_NODE_Free(augment_); // the children and every string go with it
+        KZ_CTX_Delete(ctx_);
+    }
+
+    KzsNode *New(uint32_t kind)
+    {
+        KzsNode *n = KZS_NODE_New(kind);
+        if (n != nullptr) {
+            n->module = &mod_;
         }
-        ReleaseStrings(augment_);
-        KZS_NODE_Free(augment_); // frees the children with it
-        KZ_DICT_Destroy(&dict_);
+        return n;
     }
 
     KzsNode *Child(uint32_t kind, const char *when = nullptr)
     {
-        KzsNode *n = KZS_NODE_New(kind);
+        KzsNode *n = New(kind);
         if (n == nullptr) {
             return nullptr;
         }
         if (when != nullptr) {
-            n->when = KZ_DICT_Insert(&dict_, when);
+            n->when = KZ_DICT_Insert(dict_, when);
         }
         KZS_NODE_AddChild(augment_, n);
         return n;
@@ -56,22 +64,12 @@ protected:
 
     void AddIfFeature(KzsNode *n, const char *mod, const char *feat)
     {
-        ASSERT_EQ(KZS_NODE_AppendOneIfFeat(&dict_, &n->ifFeatures, &n->ifFeatureCount, mod, feat), 0u);
+        ASSERT_EQ(KZS_NODE_AppendOneIfFeat(dict_, &n->ifFeatures, &n->ifFeatureCount, mod, feat), 0u);
     }
 
-    // Strings are released here so that the node free finds nothing interned.
-    void ReleaseStrings(KzsNode *n)
-    {
-        if (n->when != nullptr) {
-            KZ_DICT_Remove(&dict_, n->when);
-            n->when = nullptr;
-        }
-        KZS_NODE_FreeIfFeatures(&dict_, n->ifFeatures, n->ifFeatureCount);
-        n->ifFeatures = nullptr;
-        n->ifFeatureCount = 0;
-    }
-
-    KzDict dict_ {};
+    KzCtx *ctx_ = nullptr;
+    KzMod mod_ {};
+    KzDict *dict_ = nullptr;
     KzsNode *augment_ = nullptr;
 };
 
@@ -110,7 +108,7 @@ TEST(LoaderCond, CombineTwoConditions)
 
 TEST_F(LoaderCondTree, WhenAndIfFeaturesReachEveryDataChild)
 {
-    augment_->when = KZ_DICT_Insert(&dict_, "../type = 'eth'");
+    augment_->when = KZ_DICT_Insert(dict_, "../type = 'eth'");
     AddIfFeature(augment_, "m", "f1");
     AddIfFeature(augment_, "m", "f2");
     KzsNode *leaf = Child(KZS_NODE_LEAF, "x != 0");
@@ -120,12 +118,12 @@ TEST_F(LoaderCondTree, WhenAndIfFeaturesReachEveryDataChild)
     ASSERT_TRUE(leaf && container && action && notif);
     AddIfFeature(leaf, "m", "f2"); // already there: kept once
 
-    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(dict_, augment_), 0u);
 
     EXPECT_STREQ(leaf->when, "(../../type = 'eth') and (x != 0)");
     EXPECT_STREQ(container->when, "../../type = 'eth'");
-    EXPECT_EQ(container->when, KZ_DICT_Insert(&dict_, "../../type = 'eth'")); // interned
-    KZ_DICT_Remove(&dict_, container->when);
+    EXPECT_EQ(container->when, KZ_DICT_Insert(dict_, "../../type = 'eth'")); // interned
+    KZ_DICT_Remove(dict_, container->when);
 
     ASSERT_EQ(leaf->ifFeatureCount, 2);
     EXPECT_STREQ(leaf->ifFeatures[0].featName, "f2");
@@ -146,11 +144,11 @@ TEST_F(LoaderCondTree, WhenAndIfFeaturesReachEveryDataChild)
 
 TEST_F(LoaderCondTree, UnreadableWhenStillHandsDownIfFeatures)
 {
-    augment_->when = KZ_DICT_Insert(&dict_, "a::b");
+    augment_->when = KZ_DICT_Insert(dict_, "a::b");
     AddIfFeature(augment_, "m", "f1");
     KzsNode *leaf = Child(KZS_NODE_LEAF, "x = 1");
     ASSERT_NE(leaf, nullptr);
-    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(dict_, augment_), 0u);
     EXPECT_STREQ(leaf->when, "x = 1");
     EXPECT_EQ(leaf->ifFeatureCount, 1);
 }
@@ -159,7 +157,7 @@ TEST_F(LoaderCondTree, NothingToHandDown)
 {
     KzsNode *leaf = Child(KZS_NODE_LEAF, "x = 1");
     ASSERT_NE(leaf, nullptr);
-    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(&dict_, augment_), 0u);
+    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(dict_, augment_), 0u);
     EXPECT_STREQ(leaf->when, "x = 1");
     EXPECT_EQ(leaf->ifFeatureCount, 0);
 }
