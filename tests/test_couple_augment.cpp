@@ -3,7 +3,10 @@
  * the independence of the final schema from the order of loading. */
 #include "couple_test_util.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <unistd.h>
 
 using namespace couple_test;
 
@@ -225,6 +228,51 @@ TEST(CoupleAugment, EveryLoadOrderGivesTheSameSchema)
             EXPECT_EQ(state, first) << "order " << order[0] << order[1] << order[2];
         }
     } while (std::next_permutation(order.begin(), order.end()));
+}
+
+/* Files of the family in a fresh directory, removed again at the end. */
+struct Dir {
+    std::string path;
+    std::vector<std::string> files;
+    Dir()
+    {
+        char tmpl[] = "/tmp/korla-couple-XXXXXX";
+        const char *made = mkdtemp(tmpl);
+        path = made != nullptr ? made : "";
+    }
+    void Write(const std::string &name, const std::string &text)
+    {
+        files.push_back(path + "/" + name + ".yin");
+        std::ofstream(files.back()) << text;
+    }
+    ~Dir()
+    {
+        for (const auto &f : files) {
+            std::remove(f.c_str());
+        }
+        rmdir(path.c_str());
+    }
+};
+
+TEST(CoupleAugment, ImportsLoadedAfterTheModuleCoupleAsFromMemory)
+{
+    Dir dir;
+    ASSERT_FALSE(dir.path.empty());
+    dir.Write("ca", kBase);
+    dir.Write("cb", kAug);
+    dir.Write("cd", kNested);
+    Ctx loaded(KZ_CTX_OPT_LOAD_IMPORTS | KZ_CTX_OPT_KEEP_UNITS);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(loaded, dir.path.c_str()), 0u);
+    /* cd comes first, its targets only with the imports that follow. */
+    ASSERT_EQ(KZ_CTX_LoadModule(loaded, "cd"), 0u);
+
+    Ctx fromMemory;
+    for (const std::string *text : {&kBase, &kAug, &kNested}) {
+        ASSERT_EQ(Load(fromMemory, *text), 0u);
+    }
+    const std::vector<std::string> names{"ca", "cb", "cd"};
+    EXPECT_EQ(DumpState(loaded, names, true), DumpState(fromMemory, names, true));
+    EXPECT_NE(Node(loaded, "/ca:top/cb:bx/cd:d1"), nullptr);
 }
 
 TEST(CoupleAugment, PassesRejectBadArguments)
