@@ -125,6 +125,11 @@ TEST(CoupleAugment, UncoupleAndCoupleAgainKeepOrderAndRanges)
     EXPECT_EQ(ChildNames(aug), (std::vector<std::string>{"e1", "bx"}));
     EXPECT_EQ(aug->firstChild->parent, aug);
     EXPECT_EQ(KZS_NODE_UnCoupleAugmentNode(aug), 22u);
+    /* Flags received under the target go back with the children. */
+    KzsNode *state = FindAug(ctx, "cb", "/ca:state");
+    ASSERT_EQ(KZS_NODE_UnCoupleAugmentNode(state), 0u);
+    EXPECT_NE(state->firstChild->flags & KZS_NODE_FLAG_CONFIG_FALSE, 0u);
+    EXPECT_EQ(KZS_NODE_CoupleAugmentNode(state), 0u);
 
     KzsNode *other = FindAug(ctx, "ce", "/ca:top");
     EXPECT_EQ(other->firstChild, other->lastChild);

@@ -189,6 +189,27 @@ TEST(CoupleMerge, ExtensionInstancesAreTakenWhenTheDestinationHasNone)
     EXPECT_EQ(KZS_NODE_CompareTwoTreeNodeSelfData(f.dst.mod->dataNodes, f.dst.mod->dataNodes), KZS_NODE_DIFF_NONE);
 }
 
+/* Lives here for the unregistered module record; the search pass is left
+ * to the embedding process, the load itself never runs it. */
+TEST(CoupleAugment, SelfAugmentsFoundBySearch)
+{
+    Ctx ctx;
+    Parsed p(ctx, Yin("cs", R"(
+      <container name="c"><leaf name="a"><type name="string"/></leaf></container>
+      <augment target-node="/cs:c"><leaf name="x"><type name="string"/></leaf></augment>
+      <augment target-node="/other:c"><leaf name="y"><type name="string"/></leaf></augment>)",
+                      {"other"}));
+    ASSERT_NE(p.mod, nullptr);
+    ASSERT_EQ(KZS_LOADER_CoupleSelfAugmentNode(ctx, p.mod), 0u);
+    EXPECT_EQ(ChildNames(p.mod->dataNodes), (std::vector<std::string>{"a", "x"}));
+    /* Only the augment into another module is left, uncoupled. */
+    ASSERT_NE(p.mod->augments, nullptr);
+    EXPECT_EQ(p.mod->augments->next, nullptr);
+    EXPECT_EQ(p.mod->augments->flags & KZS_NODE_FLAG_AUG_COUPLED, 0u);
+    EXPECT_EQ(ChildNames(p.mod->augments), (std::vector<std::string>{"y"}));
+    EXPECT_EQ(KZS_LOADER_CoupleSelfAugmentNode(ctx, nullptr), 22u);
+}
+
 TEST(CoupleMerge, ReasonNamesAndArguments)
 {
     EXPECT_STREQ(KZS_NODE_GetDiffReasonName(0), "none");
