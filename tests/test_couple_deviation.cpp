@@ -308,6 +308,27 @@ TEST(CoupleDeviation, NotSupportedTakesAugmentsBelowAndGivesThemBack)
     EXPECT_EQ(DumpState(ctx, {"dv", "da"}, false), before);
 }
 
+TEST(CoupleDeviation, IdentityrefDefaultsTakeModuleNames)
+{
+    Ctx ctx;
+    ASSERT_EQ(Load(ctx, Yin("di", R"(
+      <identity name="base"/>
+      <identity name="one"><base name="base"/></identity>
+      <leaf name="kind"><type name="identityref"><base name="base"/></type></leaf>)")),
+              0u);
+    /* The deviating module knows di under another prefix. */
+    const char *text = R"(<module name="dz" xmlns="urn:ietf:params:xml:ns:yang:yin:1">
+      <namespace uri="urn:t:dz"/><prefix value="dz"/>
+      <import module="di"><prefix value="p"/></import>
+      <deviation target-node="/p:kind"><deviate value="add"><default value="p:one"/></deviate></deviation>
+    </module>)";
+    ASSERT_EQ(KZ_CTX_LoadMemory(ctx, text), 0u);
+    EXPECT_TRUE(Messages(ctx, "dz").empty());
+    EXPECT_STREQ(Str(Leaf(ctx, "/di:kind")->dflt), "di:one");
+    ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "dz"), 0u);
+    EXPECT_EQ(Leaf(ctx, "/di:kind")->dflt, nullptr);
+}
+
 TEST(CoupleDeviation, DeviationWaitsForItsTargetModule)
 {
     Ctx ctx;
