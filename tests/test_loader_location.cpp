@@ -103,6 +103,13 @@ TEST(LoaderLocation, OtherModulesAndNoCandidates)
     EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m"), nullptr);
     DirCtx none({});
     EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&none.ctx, "m"), nullptr);
+
+    // A name is never a path leading out of the search directories.
+    ScratchDir outer;
+    outer.Write("esc.yin", "<module/>");
+    const std::string up = "../" + outer.Path().substr(outer.Path().rfind('/') + 1) + "/esc";
+    EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, up.c_str()), nullptr);
+    EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, ""), nullptr);
 }
 
 TEST(LoaderLocation, MergeSourcesAreAllReadInOrder)

@@ -158,7 +158,8 @@ KZ_API uint32_t KZS_LOADER_FillFullNameWithRevision(const char *dir, const char 
 
 KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, const char *name)
 {
-    if (ctx == nullptr || name == nullptr) {
+    /* A module name is one file-name component: no way out of the search directories. */
+    if (ctx == nullptr || name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return nullptr;
     }
     auto *coll = static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection)));
