@@ -96,16 +96,6 @@ TEST(LoaderCond, UnreadableConditionsGiveNull)
     EXPECT_EQ(KZS_NODE_GetParentCond(nullptr, nullptr), nullptr);
 }
 
-TEST(LoaderCond, CombineTwoConditions)
-{
-    char *both = KZS_NODE_CombineTwoWhenCondition("../a = 1", "b != 2");
-    ASSERT_NE(both, nullptr);
-    EXPECT_STREQ(both, "(../a = 1) and (b != 2)");
-    KZ_MemFree(both);
-    EXPECT_EQ(KZS_NODE_CombineTwoWhenCondition(nullptr, "b"), nullptr);
-    EXPECT_EQ(KZS_NODE_CombineTwoWhenCondition("a", nullptr), nullptr);
-}
-
 TEST_F(LoaderCondTree, WhenAndIfFeaturesReachEveryDataChild)
 {
     augment_->when = KZ_DICT_Insert(dict_, "../type = 'eth'");
@@ -153,11 +143,3 @@ TEST_F(LoaderCondTree, UnreadableWhenStillHandsDownIfFeatures)
     EXPECT_EQ(leaf->ifFeatureCount, 1);
 }
 
-TEST_F(LoaderCondTree, NothingToHandDown)
-{
-    KzsNode *leaf = Child(KZS_NODE_LEAF, "x = 1");
-    ASSERT_NE(leaf, nullptr);
-    ASSERT_EQ(KZS_NODE_InheritAugNodeEvalToAllChildNode(dict_, augment_), 0u);
-    EXPECT_STREQ(leaf->when, "x = 1");
-    EXPECT_EQ(leaf->ifFeatureCount, 0);
-}

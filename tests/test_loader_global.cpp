@@ -78,16 +78,6 @@ TEST_F(LoaderGlobal, BadYinElementFailsTheExtension)
                              "Failed to parse value \"e\" of statement \"extension\"."}));
 }
 
-TEST_F(LoaderGlobal, MissingNamesAreReported)
-{
-    EXPECT_EQ(Load("  <feature/>\n"), nullptr);
-    EXPECT_EQ(Msgs().at(0), "Failed to get value of statement \"feature\".");
-    KZ_CTX_Delete(ctx_);
-    ctx_ = KZ_CTX_Create(0);
-    EXPECT_EQ(Load("  <extension name=\"e\"><argument/></extension>\n"), nullptr);
-    EXPECT_EQ(Msgs().at(0), "Failed to get value of statement \"argument\".");
-}
-
 TEST_F(LoaderGlobal, FeaturesAndIdentitiesWithBases)
 {
     KzMod *mod = Load(std::string(kImportT) +
