@@ -111,4 +111,53 @@ TEST_F(SchemaLoaded, LeafrefFeatureAndTopmostScan)
     EXPECT_EQ(tops, (std::vector<std::string>{"sys", "reset"}));
 }
 
+const char *kAugmenting = R"(<module xmlns="urn:ietf:params:xml:ns:yang:yin:1" name="ax">
+  <namespace uri="urn:ax"/><prefix value="a"/>
+  <import module="sl"><prefix value="s"/></import>
+  <augment target-node="/s:sys">
+    <leaf name="extra"><type name="string"/></leaf>
+    <container name="more"><leaf name="deeper"><type name="int8"/></leaf></container>
+  </augment>
+</module>)";
+
+TEST_F(SchemaLoaded, AugmentedNodesJoinTheTarget)
+{
+    ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kAugmenting), 0u);
+    KzMod *ax = KZ_CTX_GetModuleByModName(ctx_, "ax");
+    ASSERT_NE(ax, nullptr);
+    std::vector<KzsNode *> augs;
+    ASSERT_EQ(KZ_MOD_IterScanAugmentNode(
+                  ax,
+                  [](KzsNode *n, uint32_t, void *c) -> uint32_t {
+                      static_cast<std::vector<KzsNode *> *>(c)->push_back(n);
+                      return 0;
+                  },
+                  &augs),
+              0u);
+    ASSERT_EQ(augs.size(), 1u);
+    KzsNode *sys = Find("/s:sys");
+    EXPECT_EQ(KZ_NODE_GetAugmentTargetNode(augs[0]), sys);
+    EXPECT_EQ(KZ_NODE_GetAugmentTargetNode(sys), nullptr);
+
+    KzsNode *deeper = KZ_MOD_GetNodeByPrefixedPath(ax, nullptr, "/s:sys/a:more/a:deeper");
+    ASSERT_NE(deeper, nullptr);
+    EXPECT_EQ(KZ_NODE_GetModule(deeper), ax);
+    EXPECT_EQ(KZ_NODE_GetParentNode(KZ_NODE_GetParentNode(deeper)), sys) << "coupled: the target is the parent";
+    EXPECT_EQ(KZ_NODE_IsRwConfig(deeper), 0u) << "config false inherited from the target";
+
+    /* Walking the augment covers its own range only, not the rest of the target. */
+    std::vector<std::string> names;
+    ASSERT_EQ(KZ_NODE_TreeScanAllNode(
+                  augs[0],
+                  [](KzsNode *n, uint32_t step, void *c) -> uint32_t {
+                      if (step != KZS_TRAV_PARENT) {
+                          static_cast<std::vector<std::string> *>(c)->push_back(KZ_NODE_GetNodeName(n));
+                      }
+                      return 0;
+                  },
+                  &names),
+              0u);
+    EXPECT_EQ(names, (std::vector<std::string>{"/sl:sys", "extra", "more", "deeper"}));
+}
+
 } // namespace
