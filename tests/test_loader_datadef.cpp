@@ -174,6 +174,28 @@ TEST_F(LoaderDataDef, RpcActionNotificationAndInputBeforeOutput)
     EXPECT_STREQ(mod->notifs->musts[1].cond, "b");
 }
 
+TEST_F(LoaderDataDef, TopLevelChainsKeepDocumentOrder)
+{
+    KzMod *mod = Load(Module("<leaf name='a'><type name='string'/></leaf><rpc name='r1'/>"
+                             "<container name='b'/><notification name='n1'/><rpc name='r2'/>"
+                             "<augment target-node='/o:x'/><choice name='c'/><notification name='n2'/>"
+                             "<augment target-node='/o:y'/><anyxml name='d'/>"));
+    ASSERT_NE(mod, nullptr) << status_;
+    auto names = [](const KzsNode *head) {
+        std::vector<std::string> out;
+        for (const KzsNode *n = head; n != nullptr; n = n->next) {
+            out.emplace_back(n->name);
+            EXPECT_EQ(n->parent, nullptr);
+            EXPECT_TRUE(n->next == nullptr || n->next->prev == n);
+        }
+        return out;
+    };
+    EXPECT_EQ(names(mod->dataNodes), (std::vector<std::string>{"a", "b", "c", "d"}));
+    EXPECT_EQ(names(mod->rpcs), (std::vector<std::string>{"r1", "r2"}));
+    EXPECT_EQ(names(mod->notifs), (std::vector<std::string>{"n1", "n2"}));
+    EXPECT_EQ(names(mod->augments), (std::vector<std::string>{"/other:x", "/other:y"}));
+}
+
 TEST_F(LoaderDataDef, ConditionsRewriteLiteralPrefixesOnly)
 {
     KzMod *mod = Load(Module(

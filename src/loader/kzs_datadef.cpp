@@ -106,10 +106,62 @@ uint32_t FailNode(KzMod *mod, KzsNode *node, uint32_t stmt, uint32_t ret)
     return ret;
 }
 
+int TopChainIndex(uint32_t kind)
+{
+    switch (kind) {
+    case KZS_NODE_CONTAINER:
+    case KZS_NODE_LEAF:
+    case KZS_NODE_LEAFLIST:
+    case KZS_NODE_LIST:
+    case KZS_NODE_CHOICE:
+    case KZS_NODE_ANYDATA:
+    case KZS_NODE_ANYXML:
+        return 0;
+    case KZS_NODE_RPC:
+        return 1;
+    case KZS_NODE_NOTIF:
+        return 2;
+    case KZS_NODE_AUGMENT:
+        return 3;
+    default:
+        return -1;
+    }
+}
+
+/* Appends a top-level node after the last one this body appended to its
+ * chain; the first append of a body goes through the module record, which
+ * finds the end of whatever the chain already holds. */
+uint32_t AppendTopNode(KzMod *mod, KzsNode *node, KzsTopNodeTails *tails)
+{
+    const int index = TopChainIndex(node->kind);
+    if (index < 0 || tails->tails[index] == nullptr) {
+        uint32_t ret = KZS_MOD_AddTopNodeToSchemaTree(mod, node);
+        if (ret == KZ_OK && index >= 0) {
+            tails->tails[index] = node;
+        }
+        return ret;
+    }
+    KzsNode *tail = tails->tails[index];
+    node->parent = nullptr;
+    node->prev = tail;
+    node->next = nullptr;
+    tail->next = node;
+    tails->tails[index] = node;
+    return KZ_OK;
+}
+
+bool IsTopStmt(uint32_t parentStmt)
+{
+    return parentStmt == KZS_STMT_MODULE || parentStmt == KZS_STMT_SUBMODULE;
+}
+
 /* Links the finished node; flags are pushed down unless it is an augment. */
 uint32_t LinkNode(KzMod *mod, KzsNode *node, uint32_t parentStmt, void *dest, bool updateFlags)
 {
-    uint32_t ret = KZS_LOADER_AddNodeToSchemaTree(mod, static_cast<KzsNode *>(dest), node, parentStmt);
+    uint32_t ret = (IsTopStmt(parentStmt) && dest != nullptr)
+                       ? AppendTopNode(mod, node, static_cast<KzsTopNodeTails *>(dest))
+                       : KZS_LOADER_AddNodeToSchemaTree(mod, IsTopStmt(parentStmt) ? nullptr : static_cast<KzsNode *>(dest),
+                                                        node, parentStmt);
     if (ret != KZ_OK) {
         FreeNode(node);
         return ret;

@@ -47,9 +47,9 @@ SubParseElem ArrayElem(uint32_t stmt, void *arrayPtr, uint16_t *recordCount, uin
     return SubParseElem{stmt, arrayPtr, recordCount, total, size, KZS_SUB_FLAG_ARRAY};
 }
 
-SubParseElem NodeElem(uint32_t stmt)
+SubParseElem NodeElem(uint32_t stmt, KzsTopNodeTails *tails)
 {
-    return SubParseElem{stmt, nullptr, nullptr, nullptr, 0, 0};
+    return SubParseElem{stmt, tails, nullptr, nullptr, 0, 0};
 }
 
 xmlNode *FirstChildNamed(xmlNode *elem, const char *localName)
@@ -469,6 +469,7 @@ KZ_API uint32_t KZS_LOADER_ParseModuleContent(KzMod *mod, xmlNode *moduleElem, L
     if (ret != KZ_OK) {
         return ret;
     }
+    KzsTopNodeTails tails{};
     SubParseElem elems[] = {
         {KZS_STMT_REVISION, &mod->revision, nullptr, nullptr, 0, 0},
         {KZS_STMT_DESCRIPTION, &mod->description, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
@@ -476,16 +477,16 @@ KZ_API uint32_t KZS_LOADER_ParseModuleContent(KzMod *mod, xmlNode *moduleElem, L
         ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
         ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
         ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
-        NodeElem(KZS_STMT_CONTAINER),
-        NodeElem(KZS_STMT_LEAF),
-        NodeElem(KZS_STMT_LEAF_LIST),
-        NodeElem(KZS_STMT_LIST),
-        NodeElem(KZS_STMT_CHOICE),
-        NodeElem(KZS_STMT_ANYDATA),
-        NodeElem(KZS_STMT_ANYXML),
-        NodeElem(KZS_STMT_AUGMENT),
-        NodeElem(KZS_STMT_RPC),
-        NodeElem(KZS_STMT_NOTIFICATION),
+        NodeElem(KZS_STMT_CONTAINER, &tails),
+        NodeElem(KZS_STMT_LEAF, &tails),
+        NodeElem(KZS_STMT_LEAF_LIST, &tails),
+        NodeElem(KZS_STMT_LIST, &tails),
+        NodeElem(KZS_STMT_CHOICE, &tails),
+        NodeElem(KZS_STMT_ANYDATA, &tails),
+        NodeElem(KZS_STMT_ANYXML, &tails),
+        NodeElem(KZS_STMT_AUGMENT, &tails),
+        NodeElem(KZS_STMT_RPC, &tails),
+        NodeElem(KZS_STMT_NOTIFICATION, &tails),
         ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
         ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
                   sizeof(KzsExtInst)),
@@ -510,22 +511,23 @@ KZ_API uint32_t KZS_LOADER_ParseSubmoduleContent(KzMod *mod, xmlNode *submoduleE
     if (ret != KZ_OK) {
         return ret;
     }
+    KzsTopNodeTails tails{};
     SubParseElem elems[] = {
         ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt], sizeof(KzsExtension)),
         ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
         ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
         ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
-        NodeElem(KZS_STMT_CONTAINER),
-        NodeElem(KZS_STMT_LEAF),
-        NodeElem(KZS_STMT_LEAF_LIST),
-        NodeElem(KZS_STMT_LIST),
-        NodeElem(KZS_STMT_CHOICE),
-        NodeElem(KZS_STMT_ANYDATA),
-        NodeElem(KZS_STMT_ANYXML),
-        NodeElem(KZS_STMT_USES),
-        NodeElem(KZS_STMT_AUGMENT),
-        NodeElem(KZS_STMT_RPC),
-        NodeElem(KZS_STMT_NOTIFICATION),
+        NodeElem(KZS_STMT_CONTAINER, &tails),
+        NodeElem(KZS_STMT_LEAF, &tails),
+        NodeElem(KZS_STMT_LEAF_LIST, &tails),
+        NodeElem(KZS_STMT_LIST, &tails),
+        NodeElem(KZS_STMT_CHOICE, &tails),
+        NodeElem(KZS_STMT_ANYDATA, &tails),
+        NodeElem(KZS_STMT_ANYXML, &tails),
+        NodeElem(KZS_STMT_USES, &tails),
+        NodeElem(KZS_STMT_AUGMENT, &tails),
+        NodeElem(KZS_STMT_RPC, &tails),
+        NodeElem(KZS_STMT_NOTIFICATION, &tails),
         ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
         ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
                   sizeof(KzsExtInst)),

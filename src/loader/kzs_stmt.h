@@ -124,6 +124,15 @@ typedef struct SubParseElem {
     uint32_t flags;      /* KZS_SUB_FLAG_* */
 } SubParseElem;
 
+/* Destination of the top-level data-definition statements of one module or
+ * submodule body: the last node appended to each of the module's top-level
+ * chains (data nodes, rpcs, notifications, augments), so that each append
+ * costs the same however many nodes came before. A null destination at the
+ * top level appends through the module record alone. */
+typedef struct KzsTopNodeTails {
+    KzsNode *tails[4];
+} KzsTopNodeTails;
+
 /* Per-load state of the file reader (defined with the load sequence). */
 typedef struct LoadAssister LoadAssister;
 
@@ -202,7 +211,7 @@ KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *sub
                                          LoadAssister *assister);
 KZ_API uint32_t KZS_LOADER_ParseSubmoduleContent(KzMod *mod, xmlNode *submoduleElem, LoadAssister *assister);
 
-/* ---- Data definition statements (dest: parent KzsNode, null at top level) ---- */
+/* ---- Data definition statements (dest: parent KzsNode; at the top level a KzsTopNodeTails or null) ---- */
 KZ_API uint32_t KZS_LOADER_ParseContainer(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 KZ_API uint32_t KZS_LOADER_ParseLeaf(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 KZ_API uint32_t KZS_LOADER_ParseLeafList(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
