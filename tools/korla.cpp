@@ -89,6 +89,20 @@ constexpr const char *kBaseTypeNames[] = {
     "leafref", "string", "uint8", "uint16", "uint32", "uint64", "union",
 };
 
+/* Value-check results, from KZ_VAL_ERR_NO_BODY on. */
+constexpr const char *kValueResultNames[] = {
+    "constraint without body", "typedef chain", "identityref", "bits", "enumeration", "length",
+    "leafref", "pattern", "range", "union", "boolean", "binary", "empty",
+};
+
+std::string value_result_text(uint32_t rc)
+{
+    if (rc >= KZ_VAL_ERR_NO_BODY && rc - KZ_VAL_ERR_NO_BODY < sizeof kValueResultNames / sizeof *kValueResultNames) {
+        return kValueResultNames[rc - KZ_VAL_ERR_NO_BODY];
+    }
+    return "status " + std::to_string(rc);
+}
+
 template <size_t N>
 const char *name_of(const char *const (&table)[N], uint32_t index)
 {
@@ -559,13 +573,14 @@ int cmd_value(Session &s, const Options &opt)
         match = describe_match(s.ctx(), node, KZ_NODE_FindRealTypeMatchedValue(node, KZ_VAL_INPUT_STRING, value.c_str()));
     }
     if (opt.json) {
-        printf("{\"path\":%s,\"value\":%s,\"valid\":%s,\"status\":%u,\"matched\":%s}\n",
+        printf("{\"path\":%s,\"value\":%s,\"valid\":%s,\"status\":%u,\"failed-check\":%s,\"matched\":%s}\n",
                json_escape(path.c_str()).c_str(), json_escape(value.c_str()).c_str(), rc == KZ_OK ? "true" : "false",
-               rc, rc == KZ_OK ? json_escape(match.c_str()).c_str() : "null");
+               rc, rc == KZ_OK ? "null" : json_escape(value_result_text(rc).c_str()).c_str(),
+               rc == KZ_OK ? json_escape(match.c_str()).c_str() : "null");
     } else if (rc == KZ_OK) {
         printf("valid: %s\n", match.c_str());
     } else {
-        printf("invalid (status %u)\n", rc);
+        printf("invalid: %s check failed (status %u)\n", value_result_text(rc).c_str(), rc);
     }
     return rc == KZ_OK ? kExitOk : kExitInvalid;
 }
