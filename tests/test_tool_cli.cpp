@@ -7,16 +7,16 @@
 
 namespace {
 
-struct Run {
+struct ToolRun {
     int status;
     std::string out;
 };
 
 // Runs the tool with arguments (a shell fragment) from the source tree; stderr is kept too.
-Run korla(const std::string &args)
+ToolRun korla(const std::string &args)
 {
     std::string cmd = std::string("cd '") + KORLA_SOURCE_DIR + "' && '" + KORLA_TOOL_PATH + "' " + args + " 2>&1";
-    Run r{-1, ""};
+    ToolRun r{-1, ""};
     FILE *p = popen(cmd.c_str(), "r");
     if (p == nullptr) {
         return r;
@@ -31,7 +31,7 @@ Run korla(const std::string &args)
     return r;
 }
 
-bool has(const Run &r, const std::string &text)
+bool has(const ToolRun &r, const std::string &text)
 {
     return r.out.find(text) != std::string::npos;
 }
@@ -41,7 +41,7 @@ const std::string kReq = "validate -m acme-system -m acme-maintenance examples/r
 
 TEST(ToolCli, TreePrintsModulesWithFeatures)
 {
-    Run r = korla(kDirs + "tree acme-maintenance");
+    ToolRun r = korla(kDirs + "tree acme-maintenance");
     EXPECT_EQ(r.status, 0) << r.out;
     EXPECT_TRUE(has(r, "module: acme-maintenance\n   +--rw maintenance\n      +--rw job* [id]\n")) << r.out;
     EXPECT_TRUE(has(r, "      |  +---w (timing)\n")) << r.out;
@@ -49,46 +49,46 @@ TEST(ToolCli, TreePrintsModulesWithFeatures)
 
     // Features off by default hide the nodes that depend on them.
     EXPECT_FALSE(has(korla(kDirs + "tree acme-system"), "user* [name]"));
-    Run all = korla(kDirs + "-F 'acme-system:*' tree acme-system");
+    ToolRun all = korla(kDirs + "-F 'acme-system:*' tree acme-system");
     EXPECT_TRUE(has(all, "+--rw user* [name]")) << all.out;
     EXPECT_EQ(korla(kDirs + "-F acme-system:no-such tree acme-system").status, 2);
 }
 
 TEST(ToolCli, CheckReportsDiagnosticsAndStatus)
 {
-    Run clean = korla(kDirs + "check acme-system acme-system-ext acme-interfaces acme-routing acme-maintenance");
+    ToolRun clean = korla(kDirs + "check acme-system acme-system-ext acme-interfaces acme-routing acme-maintenance");
     EXPECT_EQ(clean.status, 0) << clean.out;
     EXPECT_TRUE(has(clean, "no diagnostics"));
 
-    Run missing = korla(kDirs + "check no-such-module");
+    ToolRun missing = korla(kDirs + "check no-such-module");
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(has(missing, "no-such-module: -: warning: Module \"no-such-module\" not found from search directories."))
         << missing.out;
 
-    Run json = korla(kDirs + "--format json check no-such-module");
+    ToolRun json = korla(kDirs + "--format json check no-such-module");
     EXPECT_TRUE(has(json, "[{\"module\":\"no-such-module\",\"file\":\"\",\"level\":\"warning\"")) << json.out;
 }
 
 TEST(ToolCli, ValidateRequestsShowsDefaultsOrTheErrorRecord)
 {
-    Run ok = korla(kDirs + kReq + "valid-schedule-upgrade.xml");
+    ToolRun ok = korla(kDirs + kReq + "valid-schedule-upgrade.xml");
     EXPECT_EQ(ok.status, 0) << ok.out;
     EXPECT_TRUE(has(ok, "valid-schedule-upgrade.xml: valid\n"));
     EXPECT_TRUE(has(ok, "default added: <window>30</window>"));
 
-    Run bad = korla(kDirs + kReq + "invalid-must-message.xml");
+    ToolRun bad = korla(kDirs + kReq + "invalid-must-message.xml");
     EXPECT_EQ(bad.status, 1);
     EXPECT_TRUE(has(bad, "  error-type: application\n  error-tag: operation-failed\n  error-severity: error\n"
                          "  error-app-tag: slot-role\n  error-path: /acme-maintenance:schedule-upgrade/target[slot='16']\n"
                          "  error-message: Slot 16 can only be upgraded as a standby.\n  bad-element: target\n"))
         << bad.out;
 
-    Run json = korla(kDirs + "--format json " + kReq + "invalid-missing-choice.xml");
+    ToolRun json = korla(kDirs + "--format json " + kReq + "invalid-missing-choice.xml");
     EXPECT_TRUE(has(json, "\"error-tag\":\"data-missing\"")) << json.out;
     EXPECT_TRUE(has(json, "\"error-app-tag\":\"missing-choice\""));
 
     // Every invalid example is reported as invalid, every valid one as valid.
-    Run all = korla(kDirs + kReq + "*.xml");
+    ToolRun all = korla(kDirs + kReq + "*.xml");
     EXPECT_EQ(all.status, 1);
     for (const char *name : {"valid-restart.xml: valid", "valid-cancel-job.xml: valid", "invalid-when.xml: invalid",
                              "invalid-no-action.xml: invalid", "invalid-malformed.xml: invalid"}) {
@@ -98,7 +98,7 @@ TEST(ToolCli, ValidateRequestsShowsDefaultsOrTheErrorRecord)
 
 TEST(ToolCli, ValidateNotificationsPrintsTheCleanedDocument)
 {
-    Run r = korla(kDirs + "validate --notification -m acme-maintenance examples/notifications/valid-upgrade-finished.xml");
+    ToolRun r = korla(kDirs + "validate --notification -m acme-maintenance examples/notifications/valid-upgrade-finished.xml");
     EXPECT_EQ(r.status, 0) << r.out;
     EXPECT_TRUE(has(r, "<result>success</result>"));
     EXPECT_FALSE(has(r, "error-text"));
@@ -110,11 +110,11 @@ TEST(ToolCli, ValidateNotificationsPrintsTheCleanedDocument)
 
 TEST(ToolCli, ValueNamesTheMatchedTypedefOrTheFailedCheck)
 {
-    Run ok = korla(kDirs + "value acme-system /acme-system:system/hostname router-1");
+    ToolRun ok = korla(kDirs + "value acme-system /acme-system:system/hostname router-1");
     EXPECT_EQ(ok.status, 0) << ok.out;
     EXPECT_EQ(ok.out, "valid: typedef acme-system:hostname\n");
 
-    Run bad = korla(kDirs + "value acme-system /acme-system:system/clock/timezone-offset 900");
+    ToolRun bad = korla(kDirs + "value acme-system /acme-system:system/clock/timezone-offset 900");
     EXPECT_EQ(bad.status, 1);
     EXPECT_EQ(bad.out, "invalid: range check failed (status 28680)\n");
 }
@@ -131,13 +131,13 @@ TEST(ToolCli, BadInvocationsFailWithOneLine)
         {kDirs + "value acme-system /acme-system:system/nothing 1", "korla: no leaf at path: /acme-system:system/nothing\n"},
     };
     for (const auto &c : cases) {
-        Run r = korla(c.args);
+        ToolRun r = korla(c.args);
         EXPECT_EQ(r.status, 2) << c.args;
         EXPECT_EQ(r.out, c.message) << c.args;
     }
     EXPECT_EQ(korla("--version").out, "korla 0.1.0\n");
     for (const char *cmd : {"tree", "check", "validate", "value"}) {
-        Run help = korla(std::string(cmd) + " --help");
+        ToolRun help = korla(std::string(cmd) + " --help");
         EXPECT_EQ(help.status, 0);
         EXPECT_TRUE(has(help, std::string("usage: korla"))) << cmd;
     }
