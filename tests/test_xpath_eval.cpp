@@ -314,7 +314,8 @@ TEST_F(XPathEval, HugeConditionsNeitherRecurseNorGoQuadratic)
     EXPECT_EQ(Eval(rising.c_str()), kTrue);
     EXPECT_EQ(Eval((parens + ")").c_str()), KZ_XPATH_EPAREN);
     auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t0).count();
-    EXPECT_LT(ms, 5000);
+    // A quadratic path would take minutes here; the bound leaves room for sanitizer builds on a busy machine.
+    EXPECT_LT(ms, 60000);
 }
 
 TEST_F(XPathEval, CacheTokenizesEachConditionTextOnce)

@@ -221,6 +221,7 @@ TEST(XPathLexer, LongExpressionTokenizesInLinearTime)
     uint32_t kind = 0;
     KZ_XPATH_GetTokenExprByPos(lex, 100000, &kind, nullptr);
     EXPECT_EQ(kind, static_cast<uint32_t>(kName));
-    EXPECT_LT(ms, 1000);
+    // Quadratic tokenizing of 100,001 tokens would take minutes; the bound leaves room for sanitizers.
+    EXPECT_LT(ms, 20000);
     KZ_XPATH_FreeXpathLex(lex);
 }
