@@ -287,7 +287,12 @@ typedef struct KztBoundVal {
     uint32_t flags;
 } KztBoundVal;
 
-typedef struct KztConsDataPath KztConsDataPath;
+/* Leafref path of a type: the path in module:name form, and whether an
+ * instance is required (0 or 1). */
+typedef struct KztConsDataPath {
+    const char *path;
+    uint32_t requireInstance;
+} KztConsDataPath;
 
 /* Scan callbacks: a non-zero result stops the scan and is returned. */
 typedef uint32_t (*KzTypeRealTypeCb)(const char *modName, const char *tdefName, KztRealType *realType,

@@ -74,11 +74,7 @@ typedef struct KztSegUint32 { uint32_t start; uint32_t end; } KztSegUint32;
 #define KZT_SEG_SIZE_INT64 ((uint16_t)sizeof(SegInt64))
 #define KZT_SEG_SIZE_LEN32 ((uint16_t)sizeof(KztSegUint32))
 
-/* Path (kind 6). */
-struct KztConsDataPath {
-    const char *path;         /* interned, JSON form */
-    uint32_t requireInstance; /* 0 or 1 */
-};
+/* Path (kind 6): KztConsDataPath of korla.h (path interned, JSON form). */
 
 /* Pattern (kind 7): the compiled expression is kept so that a value check
  * does not compile it again. */
