@@ -1,0 +1,162 @@
+// Every read-only service of one loaded context at once: requests,
+// notifications, value checks and condition evaluation on their own threads,
+// each repeating a known answer.  Under ThreadSanitizer this is the check that
+// none of them writes shared state.
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "korla.h"
+
+namespace {
+
+const char *kModule = R"yin(<?xml version="1.0"?>
+<module name="hx" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:hx="urn:example:hx">
+  <namespace uri="urn:example:hx"/>
+  <prefix value="hx"/>
+  <identity name="base-id"/>
+  <identity name="child-id"><base name="hx:base-id"/></identity>
+  <typedef name="small"><type name="int16"><range value="-10..10"/></type></typedef>
+  <typedef name="smaller"><type name="hx:small"><range value="0..5"/></type></typedef>
+  <container name="top">
+    <leaf name="n"><type name="hx:smaller"/></leaf>
+    <leaf name="word"><type name="string"><pattern value="[a-z]+"/></type></leaf>
+    <leaf name="kind"><type name="identityref"><base name="hx:base-id"/></type></leaf>
+    <leaf name="u"><type name="union"><type name="hx:small"/><type name="boolean"/></type></leaf>
+  </container>
+  <rpc name="op">
+    <input>
+      <leaf name="n"><type name="hx:smaller"/><default value="1"/></leaf>
+      <leaf name="extra"><when condition="../n &gt; 2"/><type name="string"/><default value="e"/></leaf>
+      <list name="item">
+        <key value="id"/>
+        <leaf name="id"><type name="string"/></leaf>
+        <must condition="id != 'bad'"/>
+      </list>
+    </input>
+  </rpc>
+  <notification name="event">
+    <leaf name="level"><type name="uint8"/></leaf>
+    <leaf name="note"><when condition="../level &gt; 3"/><type name="string"/></leaf>
+  </notification>
+</module>)yin";
+
+class HardeningConcurrent : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        ctx_ = KZ_CTX_Create(0);
+        ASSERT_NE(ctx_, nullptr);
+        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), KZ_OK);
+    }
+    static void TearDownTestSuite()
+    {
+        KZ_CTX_Delete(ctx_);
+        ctx_ = nullptr;
+    }
+    static KzCtx *ctx_;
+};
+
+KzCtx *HardeningConcurrent::ctx_ = nullptr;
+
+bool RequestValid(KzCtx *ctx, const std::string &text)
+{
+    KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, const_cast<char *>(text.c_str()), nullptr,
+                                                 nullptr);
+    bool valid = err == nullptr;
+    KZ_FreeErrNode(err);
+    return valid;
+}
+
+uint32_t KeepNotification(const char *text, void *arg)
+{
+    *static_cast<std::string *>(arg) = text;
+    return 0;
+}
+
+TEST_F(HardeningConcurrent, AllServicesOnOneContext)
+{
+    constexpr int kRounds = 150;
+    std::atomic<int> wrong{0};
+    KzCtx *ctx = ctx_;
+    KzsNode *n = KZ_CTX_GetTargetNode(ctx, "/hx:top/n", nullptr);
+    KzsNode *word = KZ_CTX_GetTargetNode(ctx, "/hx:top/word", nullptr);
+    KzsNode *kind = KZ_CTX_GetTargetNode(ctx, "/hx:top/kind", nullptr);
+    KzsNode *u = KZ_CTX_GetTargetNode(ctx, "/hx:top/u", nullptr);
+    ASSERT_TRUE(n != nullptr && word != nullptr && kind != nullptr && u != nullptr);
+
+    // One token list shared by every evaluating thread.
+    const char *cond = "item/id = 'a' and n > 0 or n > 4";
+    XpathLex *lex = KZ_XPATH_ExprTokenize(cond);
+    ASSERT_NE(lex, nullptr);
+
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kRounds; ++i) {
+                bool good = (i + t) % 2 == 0;
+                std::string body = good ? "<item><id>a</id></item><n>3</n>" : "<item><id>bad</id></item>";
+                if (RequestValid(ctx, "<op xmlns=\"urn:example:hx\">" + body + "</op>") != good) {
+                    ++wrong;
+                }
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            std::string out;
+            int level = i % 8;
+            std::string text = "<event xmlns=\"urn:example:hx\"><level>" + std::to_string(level) +
+                               "</level><note>x</note></event>";
+            if (KZ_CTX_ValidateNotifDataTree(ctx, text.c_str(), KeepNotification, &out) != KZ_OK ||
+                (out.find("<note>") != std::string::npos) != (level > 3)) {
+                ++wrong;
+            }
+        }
+    });
+    threads.emplace_back([&] {
+        for (int i = 0; i < kRounds * 10; ++i) {
+            bool ok = KZ_NODE_ValidateValue(n, KZ_VAL_INPUT_STRING, "4") == KZ_OK &&
+                      KZ_NODE_ValidateValue(n, KZ_VAL_INPUT_STRING, "7") == KZ_VAL_ERR_RANGE &&
+                      KZ_NODE_ValidateValue(word, KZ_VAL_INPUT_STRING, "abc") == KZ_OK &&
+                      KZ_NODE_ValidateValue(word, KZ_VAL_INPUT_STRING, "ab1") == KZ_VAL_ERR_PATTERN &&
+                      KZ_NODE_ValidateValue(kind, KZ_VAL_INPUT_STRING, "hx:child-id") == KZ_OK &&
+                      KZ_NODE_ValidateValue(u, KZ_VAL_INPUT_STRING, "true") == KZ_OK &&
+                      KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "-3") != nullptr;
+            if (!ok) {
+                ++wrong;
+            }
+        }
+    });
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&, t] {
+            // Each thread owns its instance tree; only the token list is shared.
+            std::string text = "<op xmlns=\"urn:example:hx\"><item><id>a</id></item><item><id>b</id></item><n>" +
+                               std::to_string(t == 0 ? 1 : 5) + "</n></op>";
+            xmlDoc *doc = xmlReadMemory(text.c_str(), static_cast<int>(text.size()), nullptr, nullptr, 0);
+            if (doc == nullptr) {
+                ++wrong;
+                return;
+            }
+            xmlNode *root = xmlDocGetRootElement(doc);
+            for (int i = 0; i < kRounds * 4; ++i) {
+                if (KZ_XPATH_EvalTokenizedCondition(root, root, lex) != KZ_OK ||
+                    KZ_XPATH_EvalCondition(root, root, "item/id = 'a' and not(n = 3)") != KZ_OK) {
+                    ++wrong;
+                }
+            }
+            xmlFreeDoc(doc);
+        });
+    }
+    for (std::thread &th : threads) {
+        th.join();
+    }
+    KZ_XPATH_FreeXpathLex(lex);
+    EXPECT_EQ(wrong.load(), 0);
+}
+
+} // namespace

@@ -1,0 +1,338 @@
+// Inputs far beyond anything a real peer sends: very deep and very wide
+// instance trees, multi-megabyte values, huge conditions in a module and
+// typedef chains past the derivation limit.  Each must end with a status or
+// an error record, in bounded time, without exhausting the stack.
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "korla.h"
+
+namespace {
+
+const char *kModule = R"yin(<?xml version="1.0"?>
+<module name="hl" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:hl="urn:example:hl">
+  <namespace uri="urn:example:hl"/>
+  <prefix value="hl"/>
+  <identity name="base-id"/>
+  <container name="top">
+    <leaf name="v-binary"><type name="binary"/></leaf>
+    <leaf name="v-bits"><type name="bits"><bit name="a"/><bit name="b"/></type></leaf>
+    <leaf name="v-boolean"><type name="boolean"/></leaf>
+    <leaf name="v-decimal64"><type name="decimal64"><fraction-digits value="3"/></type></leaf>
+    <leaf name="v-enumeration"><type name="enumeration"><enum name="on"/></type></leaf>
+    <leaf name="v-identityref"><type name="identityref"><base name="hl:base-id"/></type></leaf>
+    <leaf name="v-int64"><type name="int64"/></leaf>
+    <leaf name="v-uint8"><type name="uint8"/></leaf>
+    <leaf name="v-string"><type name="string"/></leaf>
+    <leaf name="v-length"><type name="string"><length value="1..64"/></type></leaf>
+    <leaf name="v-pattern"><type name="string"><pattern value="[a-z]+[0-9]*"/></type></leaf>
+    <leaf name="v-union"><type name="union"><type name="int8"/><type name="boolean"/></type></leaf>
+  </container>
+  <rpc name="op">
+    <input>
+      <leaf name="text"><type name="string"/></leaf>
+      <leaf name="code"><type name="string"><pattern value="[a-z]+"/></type></leaf>
+      <anyxml name="blob"/>
+      <container name="box">
+        <leaf name="n"><type name="uint8"/></leaf>
+        <must condition="not(../deep) or n &gt; 0"/>
+      </container>
+      <list name="item">
+        <key value="id"/>
+        <leaf name="id"><type name="uint32"/></leaf>
+      </list>
+      <leaf-list name="tag"><type name="uint32"/></leaf-list>
+    </input>
+  </rpc>
+  <notification name="event">
+    <leaf name="text"><type name="string"/></leaf>
+  </notification>
+</module>)yin";
+
+const xmlChar *X(const char *s)
+{
+    return reinterpret_cast<const xmlChar *>(s);
+}
+
+struct DocFree {
+    void operator()(xmlDoc *d) const { xmlFreeDoc(d); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+
+struct ErrFree {
+    void operator()(KzdErrNode *e) const { KZ_FreeErrNode(e); }
+};
+using ErrPtr = std::unique_ptr<KzdErrNode, ErrFree>;
+
+double SecondsSince(std::chrono::steady_clock::time_point t0)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+}
+
+class HardeningLimits : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        ctx_ = KZ_CTX_Create(0);
+        ASSERT_NE(ctx_, nullptr);
+        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), KZ_OK);
+    }
+    static void TearDownTestSuite()
+    {
+        KZ_CTX_Delete(ctx_);
+        ctx_ = nullptr;
+    }
+
+    // An "op" request document whose top element is returned through top.
+    static DocPtr NewRequest(xmlNode **top)
+    {
+        DocPtr doc(xmlNewDoc(X("1.0")));
+        *top = xmlNewNode(nullptr, X("op"));
+        xmlDocSetRootElement(doc.get(), *top);
+        xmlSetNs(*top, xmlNewNs(*top, X("urn:example:hl"), nullptr));
+        return doc;
+    }
+
+    static ErrPtr ValidateTree(xmlNode *top)
+    {
+        return ErrPtr(KZ_CTX_ValidateRpcDataTree(ctx_, KZ_DATA_KIND_XMLTREE, top, nullptr, nullptr));
+    }
+
+    static ErrPtr ValidateText(const std::string &text)
+    {
+        return ErrPtr(
+            KZ_CTX_ValidateRpcDataTree(ctx_, KZ_DATA_KIND_TEXT, const_cast<char *>(text.c_str()), nullptr, nullptr));
+    }
+
+    static uint32_t Check(const char *leaf, const std::string &value)
+    {
+        KzsNode *node = KZ_CTX_GetTargetNode(ctx_, (std::string("/hl:top/") + leaf).c_str(), nullptr);
+        EXPECT_NE(node, nullptr) << leaf;
+        return KZ_NODE_ValidateValue(node, KZ_VAL_INPUT_STRING, value.c_str());
+    }
+
+    static KzCtx *ctx_;
+};
+
+KzCtx *HardeningLimits::ctx_ = nullptr;
+
+TEST_F(HardeningLimits, TenThousandLevelsDeep)
+{
+    auto t0 = std::chrono::steady_clock::now();
+    // Inside anyxml the content is opaque: a valid request however deep it is.
+    {
+        xmlNode *top = nullptr;
+        DocPtr doc = NewRequest(&top);
+        xmlNode *n = xmlNewChild(top, nullptr, X("blob"), nullptr);
+        for (int i = 0; i < 10000; ++i) {
+            n = xmlNewChild(n, nullptr, X("d"), nullptr);
+        }
+        xmlNodeSetContent(n, X("leafmost"));
+        EXPECT_EQ(ValidateTree(top), nullptr);
+    }
+    // Under a container the second level is already unknown.
+    {
+        xmlNode *top = nullptr;
+        DocPtr doc = NewRequest(&top);
+        xmlNode *n = xmlNewChild(top, nullptr, X("box"), nullptr);
+        for (int i = 0; i < 10000; ++i) {
+            n = xmlNewChild(n, nullptr, X("box"), nullptr);
+        }
+        ErrPtr err = ValidateTree(top);
+        ASSERT_NE(err, nullptr);
+        EXPECT_EQ(KZ_GetErrorTag(err.get()), KZ_ERR_TAG_UNKNOWN_ELEMENT);
+    }
+    // As text the parser's own depth limit refuses it with an error record.
+    {
+        std::string text = "<op xmlns=\"urn:example:hl\"><blob>";
+        for (int i = 0; i < 10000; ++i) {
+            text += "<d>";
+        }
+        for (int i = 0; i < 10000; ++i) {
+            text += "</d>";
+        }
+        text += "</blob></op>";
+        EXPECT_NE(ValidateText(text), nullptr);
+        EXPECT_EQ(KZ_CTX_ValidateNotifDataTree(ctx_, ("<event xmlns=\"urn:example:hl\">" + text + "</event>").c_str(),
+                                               nullptr, nullptr),
+                  KZ_EINVAL);
+    }
+    EXPECT_LT(SecondsSince(t0), 30.0);
+}
+
+// One million list entries, then one million leaf-list values with a duplicate
+// at the very end: both must stay linear (key and value sameness are found
+// without comparing every pair).
+TEST_F(HardeningLimits, MillionSiblings)
+{
+    constexpr int kCount = 1000000;
+    auto t0 = std::chrono::steady_clock::now();
+    {
+        xmlNode *top = nullptr;
+        DocPtr doc = NewRequest(&top);
+        for (int i = 0; i < kCount; ++i) {
+            xmlNode *item = xmlNewChild(top, nullptr, X("item"), nullptr);
+            xmlNewChild(item, nullptr, X("id"), X(std::to_string(i).c_str()));
+        }
+        EXPECT_EQ(ValidateTree(top), nullptr);
+        xmlNode *dup = xmlNewChild(top, nullptr, X("item"), nullptr);
+        xmlNewChild(dup, nullptr, X("id"), X("17"));
+        ErrPtr err = ValidateTree(top);
+        EXPECT_NE(err, nullptr);
+    }
+    {
+        xmlNode *top = nullptr;
+        DocPtr doc = NewRequest(&top);
+        for (int i = 0; i < kCount; ++i) {
+            xmlNewChild(top, nullptr, X("tag"), X(std::to_string(i).c_str()));
+        }
+        EXPECT_EQ(ValidateTree(top), nullptr);
+    }
+    EXPECT_LT(SecondsSince(t0), 120.0);
+}
+
+TEST_F(HardeningLimits, TenMegabyteValues)
+{
+    constexpr size_t kSize = 10u << 20;
+    const std::string letters(kSize, 'a');
+    const std::string digits(kSize, '7');
+    std::string bits;
+    while (bits.size() < kSize) {
+        bits += "a b ";
+    }
+
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(Check("v-string", letters), KZ_OK);
+    EXPECT_EQ(Check("v-length", letters), KZ_VAL_ERR_LENGTH);
+    EXPECT_EQ(Check("v-pattern", letters + "1234"), KZ_OK);
+    EXPECT_EQ(Check("v-pattern", letters + "-"), KZ_VAL_ERR_PATTERN);
+    EXPECT_EQ(Check("v-int64", digits), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("v-uint8", "-" + digits), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("v-decimal64", digits + ".5"), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("v-decimal64", "1." + digits), KZ_VAL_ERR_RANGE);
+    EXPECT_EQ(Check("v-enumeration", letters), KZ_VAL_ERR_ENUM);
+    EXPECT_EQ(Check("v-bits", bits), KZ_VAL_ERR_BITS);
+    EXPECT_EQ(Check("v-boolean", letters), KZ_VAL_ERR_BOOLEAN);
+    EXPECT_EQ(Check("v-identityref", letters + ":x"), KZ_VAL_ERR_IDENTREF);
+    EXPECT_EQ(Check("v-identityref", "hl:" + letters), KZ_VAL_ERR_IDENTREF);
+    EXPECT_EQ(Check("v-union", digits), KZ_VAL_ERR_UNION);
+    // Base64 of 10 MB ("AAAA" decodes to three zero bytes).
+    std::string b64;
+    b64.reserve(kSize);
+    while (b64.size() < kSize) {
+        b64 += "AAAA";
+    }
+    EXPECT_EQ(Check("v-binary", b64), KZ_OK);
+    EXPECT_EQ(Check("v-binary", b64 + "A"), KZ_VAL_ERR_BINARY);
+
+    // The same values inside a request: accepted or refused as a whole.
+    std::string body = "<op xmlns=\"urn:example:hl\"><text>" + letters + "</text></op>";
+    EXPECT_EQ(ValidateText(body), nullptr);
+    ErrPtr bad = ValidateText("<op xmlns=\"urn:example:hl\"><code>" + letters + "0</code></op>");
+    ASSERT_NE(bad, nullptr);
+    EXPECT_EQ(KZ_GetErrorTag(bad.get()), KZ_ERR_TAG_INVALID_VALUE);
+    // The message quotes the value, so it must have been cut to a sane size.
+    ASSERT_NE(KZ_GetErrorMessage(bad.get()), nullptr);
+    EXPECT_LT(std::string(KZ_GetErrorMessage(bad.get())).size(), 4096u);
+    EXPECT_LT(SecondsSince(t0), 60.0);
+}
+
+std::string ModuleWith(const std::string &name, const std::string &body)
+{
+    return "<module name=\"" + name + "\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:p=\"urn:example:" + name +
+           "\"><namespace uri=\"urn:example:" + name + "\"/><prefix value=\"p\"/>" + body + "</module>";
+}
+
+// A must of 100,000 tokens in a module: the loader either keeps it or refuses
+// it with a message; if kept, evaluating it on a request still ends.
+TEST(HardeningConditions, HundredThousandTokenMustInAModule)
+{
+    std::string cond = "n = 1";
+    while (cond.size() < 400000) {
+        cond += " and n = 1";
+    }
+    std::string yin = ModuleWith("hc", "<rpc name=\"go\"><input><leaf name=\"n\"><type name=\"uint8\"/>"
+                                       "<must condition=\"" +
+                                           cond + "\"/></leaf></input></rpc>");
+    KzCtx *ctx = KZ_CTX_Create(0);
+    ASSERT_NE(ctx, nullptr);
+    auto t0 = std::chrono::steady_clock::now();
+    uint32_t rc = KZ_CTX_LoadMemory(ctx, yin.c_str());
+    if (rc == KZ_OK) {
+        std::string ok = "<go xmlns=\"urn:example:hc\"><n>1</n></go>";
+        std::string bad = "<go xmlns=\"urn:example:hc\"><n>2</n></go>";
+        EXPECT_EQ(KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, ok.data(), nullptr, nullptr), nullptr);
+        ErrPtr err(KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, bad.data(), nullptr, nullptr));
+        EXPECT_NE(err, nullptr);
+    } else {
+        std::vector<std::string> messages;
+        KZ_CTX_ScanAllSchemaLoadFail(
+            ctx,
+            [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
+                static_cast<std::vector<std::string> *>(arg)->emplace_back(message);
+                return 0;
+            },
+            &messages);
+        EXPECT_FALSE(messages.empty());
+    }
+    EXPECT_LT(SecondsSince(t0), 30.0);
+    KZ_CTX_Delete(ctx);
+}
+
+// Typedef chains: 129 derived steps are the most a value check takes, a
+// longer chain and a cycle both end with the derivation status, and the
+// derived-name walk refuses a cycle instead of spinning.
+TEST(HardeningTypedefChains, PastTheDerivationLimit)
+{
+    auto chain = [](int length) {
+        std::string body = "<typedef name=\"t0\"><type name=\"uint8\"/></typedef>";
+        for (int i = 1; i < length; ++i) {
+            body += "<typedef name=\"t" + std::to_string(i) + "\"><type name=\"p:t" + std::to_string(i - 1) +
+                    "\"/></typedef>";
+        }
+        return body + "<leaf name=\"x\"><type name=\"p:t" + std::to_string(length - 1) + "\"/></leaf>";
+    };
+    struct Case {
+        int typedefs;
+        uint32_t expected;
+    };
+    // The leaf's own step counts too: t0..t127 is 128 steps from the leaf.
+    for (const Case &c : {Case{100, KZ_OK}, Case{129, KZ_OK}, Case{130, KZ_VAL_ERR_DERIVED},
+                          Case{2000, KZ_VAL_ERR_DERIVED}}) {
+        KzCtx *ctx = KZ_CTX_Create(0);
+        ASSERT_NE(ctx, nullptr);
+        ASSERT_EQ(KZ_CTX_LoadMemory(ctx, ModuleWith("tc", chain(c.typedefs)).c_str()), KZ_OK) << c.typedefs;
+        KzsNode *x = KZ_CTX_GetTargetNode(ctx, "/tc:x", nullptr);
+        ASSERT_NE(x, nullptr);
+        EXPECT_EQ(KZ_NODE_ValidateValue(x, KZ_VAL_INPUT_STRING, "7"), c.expected) << c.typedefs;
+        KZ_CTX_Delete(ctx);
+    }
+
+    // t0 -> t1 -> t0: a cycle that no base type ends.
+    std::string cycle = "<typedef name=\"t0\"><type name=\"p:t1\"/></typedef>"
+                        "<typedef name=\"t1\"><type name=\"p:t0\"/></typedef>"
+                        "<leaf name=\"x\"><type name=\"p:t0\"/></leaf>";
+    KzCtx *ctx = KZ_CTX_Create(0);
+    ASSERT_NE(ctx, nullptr);
+    auto t0 = std::chrono::steady_clock::now();
+    if (KZ_CTX_LoadMemory(ctx, ModuleWith("cy", cycle).c_str()) == KZ_OK) {
+        KzsNode *x = KZ_CTX_GetTargetNode(ctx, "/cy:x", nullptr);
+        ASSERT_NE(x, nullptr);
+        EXPECT_EQ(KZ_NODE_ValidateValue(x, KZ_VAL_INPUT_STRING, "7"), KZ_VAL_ERR_DERIVED);
+        EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(x, KZ_VAL_INPUT_STRING, "7"), nullptr);
+        EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(
+                      KZ_NODE_GetRealType(x), ctx,
+                      [](const char *, const char *, KztRealType *, void *) -> uint32_t { return 0; }, nullptr),
+                  KZ_EINVAL);
+    }
+    EXPECT_LT(SecondsSince(t0), 10.0);
+    KZ_CTX_Delete(ctx);
+}
+
+} // namespace
