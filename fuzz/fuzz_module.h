@@ -134,14 +134,20 @@ constexpr const char *kModule = R"yin(<?xml version="1.0"?>
   </notification>
 </module>)yin";
 
-// One context holding the module, created on first use and kept for the
-// whole run (libFuzzer never returns from the driver loop).
+// One context holding this module and the example module family, created on
+// first use and kept for the whole run (libFuzzer never returns from its loop).
 inline KzCtx *SharedContext()
 {
     static KzCtx *ctx = [] {
-        KzCtx *c = KZ_CTX_Create(0);
-        if (c == nullptr || KZ_CTX_LoadMemory(c, kModule) != 0) {
+        KzCtx *c = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
+        if (c == nullptr || KZ_CTX_LoadMemory(c, kModule) != 0 ||
+            KZ_CTX_SetSearchDir(c, KORLA_SOURCE_DIR "/examples/yin") != 0) {
             __builtin_trap();
+        }
+        for (const char *name : {"acme-system-ext", "acme-interfaces", "acme-routing"}) {
+            if (KZ_CTX_LoadModule(c, name) != 0) {
+                __builtin_trap();
+            }
         }
         return c;
     }();

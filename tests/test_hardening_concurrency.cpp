@@ -99,7 +99,7 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
         threads.emplace_back([&, t] {
             for (int i = 0; i < kRounds; ++i) {
                 bool good = (i + t) % 2 == 0;
-                std::string body = good ? "<item><id>a</id></item><n>3</n>" : "<item><id>bad</id></item>";
+                std::string body = good ? "<n>3</n><item><id>a</id></item>" : "<item><id>bad</id></item>";
                 if (RequestValid(ctx, "<op xmlns=\"urn:example:hx\">" + body + "</op>") != good) {
                     ++wrong;
                 }
@@ -135,8 +135,8 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
     for (int t = 0; t < 2; ++t) {
         threads.emplace_back([&, t] {
             // Each thread owns its instance tree; only the token list is shared.
-            std::string text = "<op xmlns=\"urn:example:hx\"><item><id>a</id></item><item><id>b</id></item><n>" +
-                               std::to_string(t == 0 ? 1 : 5) + "</n></op>";
+            std::string text = "<op xmlns=\"urn:example:hx\"><n>" + std::to_string(t == 0 ? 1 : 5) +
+                               "</n><item><id>a</id></item><item><id>b</id></item></op>";
             xmlDoc *doc = xmlReadMemory(text.c_str(), static_cast<int>(text.size()), nullptr, nullptr, 0);
             if (doc == nullptr) {
                 ++wrong;
