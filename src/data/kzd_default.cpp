@@ -122,20 +122,10 @@ KZ_API void KZD_PAS_DeleteDefaultAddNode(KzdCheckAux *aux, xmlNode *element)
 
 KZ_API void KZD_PAS_ClearDefaultNodeTreeFlag(xmlNode *element)
 {
-    xmlNode *n = element;
-    while (n != nullptr) {
+    kzd_for_each_element(element, [](xmlNode *n) {
         n->line = 0;
         n->psvi = nullptr;
-        xmlNode *child = kzd_first_child_element(n);
-        if (child != nullptr) {
-            n = child;
-            continue;
-        }
-        while (n != element && kzd_next_element(n) == nullptr) {
-            n = n->parent;
-        }
-        n = n == element ? nullptr : kzd_next_element(n);
-    }
+    });
 }
 
 KZ_API void KZD_PAS_ClearDefaultNodeList(KzdCheckAux *aux, uint32_t keep)

@@ -36,6 +36,25 @@ inline const char *kzd_name(const xmlNode *element)
     return reinterpret_cast<const char *>(element->name);
 }
 
+/* Calls visit on element and every element below it, in document order, without recursion. */
+template <typename Visit>
+void kzd_for_each_element(xmlNode *element, Visit visit)
+{
+    xmlNode *n = element;
+    while (n != nullptr) {
+        visit(n);
+        xmlNode *child = kzd_first_child_element(n);
+        if (child != nullptr) {
+            n = child;
+            continue;
+        }
+        while (n != element && kzd_next_element(n) == nullptr) {
+            n = n->parent;
+        }
+        n = n == element ? nullptr : kzd_next_element(n);
+    }
+}
+
 /* Makes the record if there is none yet, then sets its message and bad element (first value
  * wins); returns 22 so that callers can return it directly. */
 uint32_t kzd_report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format,

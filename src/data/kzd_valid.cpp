@@ -62,19 +62,7 @@ KZ_API void KZD_PAS_InitCheckAux(KzdCheckAux *aux, KzCtx *ctx, uint32_t flags, K
 
 KZ_API void KZD_PAS_ClearXmlTreePrivate(xmlNode *element)
 {
-    xmlNode *n = element;
-    while (n != nullptr) {
-        n->_private = nullptr;
-        xmlNode *child = kzd_first_child_element(n);
-        if (child != nullptr) {
-            n = child;
-            continue;
-        }
-        while (n != element && kzd_next_element(n) == nullptr) {
-            n = n->parent;
-        }
-        n = n == element ? nullptr : kzd_next_element(n);
-    }
+    kzd_for_each_element(element, [](xmlNode *n) { n->_private = nullptr; });
 }
 
 KZ_API uint32_t KZD_PAS_ValidateDataTree(KzdCheckAux *aux, xmlNode *top)
