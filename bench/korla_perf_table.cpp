@@ -1,0 +1,347 @@
+// korla_perf: one timed run that prints the performance table.
+//
+// Every library cost stands next to libxml2's own parse of the same text,
+// measured in the same run, in CPU time of this thread (the machine is shared,
+// wall time is noise). Each figure is the fastest of a few repetitions.
+#include <libxml/parser.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "korla.h"
+#include "schema/kzs_mod.h"
+#include "schema/kzs_node.h"
+
+namespace {
+
+double CpuMs()
+{
+    timespec ts {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
+}
+
+// Fastest of `reps` runs of `fn`, in CPU milliseconds.
+double BestMs(int reps, const std::function<void()> &fn)
+{
+    double best = 1e300;
+    for (int i = 0; i < reps; ++i) {
+        const double t0 = CpuMs();
+        fn();
+        const double t = CpuMs() - t0;
+        best = (t < best) ? t : best;
+    }
+    return best;
+}
+
+int RepsFor(int scale)
+{
+    return (scale >= 100000) ? 3 : (scale >= 10000) ? 7 : 25;
+}
+
+long RssBytes()
+{
+    long pages = 0;
+    long resident = 0;
+    FILE *f = std::fopen("/proc/self/statm", "r");
+    if (f == nullptr) {
+        return 0;
+    }
+    if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) {
+        resident = 0;
+    }
+    std::fclose(f);
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+// The library reads modules with blank text nodes dropped; parse the same way.
+void XmlParse(const std::string &text)
+{
+    xmlDoc *doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, XML_PARSE_NOBLANKS);
+    xmlFreeDoc(doc);
+}
+
+// A module of about `wanted` schema nodes: groups of a container holding a keyed
+// list of typed leaves (typedef with range, length, feature, when), a choice
+// and a leaf-list, 28 schema nodes per group.
+std::string MakeModule(int wanted, int *nodeCount)
+{
+    constexpr int kLeaves = 22;
+    constexpr int kPerGroup = 1 + 1 + kLeaves + 3 + 1;
+    const int groups = (wanted + kPerGroup - 1) / kPerGroup;
+    std::string t;
+    t += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+         "<module name=\"perf-inventory\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"\n"
+         "        xmlns:inv=\"urn:acme:perf-inventory\">\n"
+         "  <yang-version value=\"1.1\"/>\n"
+         "  <namespace uri=\"urn:acme:perf-inventory\"/>\n"
+         "  <prefix value=\"inv\"/>\n"
+         "  <revision date=\"2024-06-01\"/>\n"
+         "  <typedef name=\"slot-number\"><type name=\"uint8\"><range value=\"1..64\"/></type></typedef>\n"
+         "  <feature name=\"extended-counters\"/>\n";
+    for (int g = 0; g < groups; g++) {
+        const std::string n = std::to_string(g);
+        t += "  <container name=\"group-" + n + "\">\n    <list name=\"entry\"><key value=\"id\"/>\n"
+             "      <leaf name=\"id\"><type name=\"uint32\"/></leaf>\n";
+        for (int l = 1; l < kLeaves; l++) {
+            const std::string ln = std::to_string(l);
+            switch (l % 4) {
+            case 0:
+                t += "      <leaf name=\"label-" + ln +
+                     "\"><type name=\"string\"><length value=\"1..64\"/></type></leaf>\n";
+                break;
+            case 1:
+                t += "      <leaf name=\"slot-" + ln +
+                     "\"><type name=\"inv:slot-number\"/><default value=\"1\"/></leaf>\n";
+                break;
+            case 2:
+                t += "      <leaf name=\"counter-" + ln +
+                     "\"><if-feature name=\"extended-counters\"/><type name=\"uint64\"/><config value=\"false\"/>"
+                     "</leaf>\n";
+                break;
+            default:
+                t += "      <leaf name=\"state-" + ln +
+                     "\"><type name=\"enumeration\"><enum name=\"up\"/><enum name=\"down\"/></type>"
+                     "<when condition=\"../id &gt; 0\"/></leaf>\n";
+                break;
+            }
+        }
+        t += "    </list>\n    <choice name=\"mode\"><case name=\"auto\"><leaf name=\"auto\"><type name=\"empty\"/>"
+             "</leaf></case></choice>\n    <leaf-list name=\"tag\"><type name=\"string\"/></leaf-list>\n"
+             "  </container>\n";
+    }
+    t += "</module>\n";
+    *nodeCount = groups * kPerGroup;
+    return t;
+}
+
+// Each list entry carries a must, a when, a default and a pattern-typed leaf.
+const char *kRpcModule = R"(<module name="bv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:bv="urn:example:bv">
+  <namespace uri="urn:example:bv"/>
+  <prefix value="bv"/>
+  <rpc name="load">
+    <input>
+      <list name="entry">
+        <key value="id"/>
+        <leaf name="id"><type name="string"/></leaf>
+        <leaf name="kind"><type name="string"/><default value="plain"/></leaf>
+        <leaf name="code"><type name="string"><pattern value="[A-Z]{2}[0-9]+"/></type></leaf>
+        <leaf name="note"><when condition="../kind = 'rich'"/><type name="string"/></leaf>
+        <must condition="id != 'bad'"/>
+      </list>
+    </input>
+  </rpc>
+</module>)";
+
+std::string MakeRequest(int entries)
+{
+    std::string text = "<load xmlns=\"urn:example:bv\">";
+    for (int i = 0; i < entries; ++i) {
+        text += "<entry><id>e" + std::to_string(i) + "</id><code>AB" + std::to_string(i) + "</code></entry>";
+    }
+    return text + "</load>";
+}
+
+const char *kValueModule = R"(<module name="pv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:pv="urn:pv">
+<namespace uri="urn:pv"/><prefix value="pv"/>
+<identity name="crypto"/>
+<identity name="aes"><base name="crypto"/></identity>
+<identity name="aes256"><base name="aes"/></identity>
+<typedef name="pct"><type name="int32"><range value="0..100"/></type></typedef>
+<typedef name="ident"><type name="string"><pattern value="[a-z][a-z0-9\-]{0,15}"/></type></typedef>
+<leaf name="pct"><type name="pct"/></leaf>
+<leaf name="ident"><type name="ident"/></leaf>
+<leaf name="u3"><type name="union"><type name="pct"/><type name="boolean"/><type name="ident"/></type></leaf>
+<leaf name="alg"><type name="identityref"><base name="crypto"/></type></leaf>
+</module>)";
+
+struct Row {
+    std::string what;
+    double korla;
+    double xml;
+};
+
+void PrintRatioRows(const char *title, const std::vector<int> &scales, const std::vector<Row> &rows, double target)
+{
+    std::printf("\n%s (CPU ms, fastest of several runs)\n", title);
+    std::printf("| %-22s | %10s | %10s | %7s |\n", "input", "korla", "libxml2", "ratio");
+    std::printf("|%s|%s|%s|%s|\n", "------------------------", "------------", "------------", "---------");
+    for (const Row &r : rows) {
+        std::printf("| %-22s | %10.2f | %10.2f | %6.2fx |\n", r.what.c_str(), r.korla, r.xml, r.korla / r.xml);
+    }
+    if (scales.size() == 3 && rows.size() == 3) {
+        std::printf("growth 10k -> 100k: korla %.2fx, libxml2 %.2fx (target <= 12x); ratio target <= %.0fx\n",
+                    rows[2].korla / rows[1].korla, rows[2].xml / rows[1].xml, target);
+    }
+}
+
+bool LoadTable()
+{
+    const std::vector<int> scales {1000, 10000, 100000};
+    std::vector<Row> rows;
+    for (int scale : scales) {
+        int nodes = 0;
+        const std::string text = MakeModule(scale, &nodes);
+        bool ok = true;
+        const double k = BestMs(RepsFor(scale), [&] {
+            KzCtx *ctx = KZ_CTX_Create(0);
+            ok = ok && ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
+            KZ_CTX_Delete(ctx);
+        });
+        if (!ok) {
+            std::fprintf(stderr, "loading the %d-node module failed\n", nodes);
+            return false;
+        }
+        const double x = BestMs(RepsFor(scale), [&] { XmlParse(text); });
+        rows.push_back({std::to_string(nodes) + " schema nodes", k, x});
+    }
+    PrintRatioRows("Load (KZ_CTX_LoadMemory vs xmlReadMemory of the same text)", scales, rows, 2.0);
+    return true;
+}
+
+bool ValidateTable()
+{
+    KzCtx *ctx = KZ_CTX_Create(0);
+    if (ctx == nullptr || KZ_CTX_LoadMemory(ctx, kRpcModule) != KZ_OK) {
+        std::fprintf(stderr, "rpc module did not load\n");
+        KZ_CTX_Delete(ctx);
+        return false;
+    }
+    const std::vector<int> scales {1000, 10000, 100000};
+    std::vector<Row> rows;
+    bool ok = true;
+    for (int scale : scales) {
+        std::string text = MakeRequest(scale);
+        const double k = BestMs(RepsFor(scale), [&] {
+            KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr);
+            if (err != nullptr) {
+                ok = false;
+                KZ_FreeErrNode(err);
+            }
+        });
+        const double x = BestMs(RepsFor(scale), [&] { XmlParse(text); });
+        rows.push_back({std::to_string(scale) + " list entries", k, x});
+    }
+    KZ_CTX_Delete(ctx);
+    if (!ok) {
+        std::fprintf(stderr, "a generated request was rejected\n");
+        return false;
+    }
+    PrintRatioRows("Validate (KZ_CTX_ValidateRpcDataTree vs xmlReadMemory of the same text)", scales, rows, 3.0);
+    return true;
+}
+
+bool ValueTable()
+{
+    KzCtx *ctx = KZ_CTX_Create(0);
+    KzMod *mod = nullptr;
+    if (ctx != nullptr && KZ_CTX_LoadMemory(ctx, kValueModule) == KZ_OK) {
+        mod = KZ_CTX_GetModuleByModName(ctx, "pv");
+    }
+    if (mod == nullptr) {
+        std::fprintf(stderr, "value module did not load\n");
+        KZ_CTX_Delete(ctx);
+        return false;
+    }
+    struct Case {
+        const char *leaf;
+        const char *value;
+        const char *label;
+    };
+    const Case cases[] = {
+        {"pct", "42", "int32 with range"},
+        {"ident", "eth0-uplink", "string with pattern"},
+        {"u3", "eth0-uplink", "union, third member"},
+        {"alg", "pv:aes256", "identityref"},
+    };
+    std::printf("\nValue checks (KZ_NODE_ValidateValue)\n");
+    std::printf("| %-22s | %14s |\n", "type", "checks/s");
+    std::printf("|------------------------|----------------|\n");
+    constexpr int kChecks = 200000;
+    bool ok = true;
+    for (const Case &c : cases) {
+        const KzsNode *node = mod->dataNodes;
+        while (node != nullptr && std::strcmp(node->name, c.leaf) != 0) {
+            node = node->next;
+        }
+        if (node == nullptr || KZ_NODE_ValidateValue(node, KZ_VAL_INPUT_STRING, c.value) != KZ_OK) {
+            std::fprintf(stderr, "leaf %s missing or value rejected\n", c.leaf);
+            ok = false;
+            continue;
+        }
+        const double ms = BestMs(3, [&] {
+            for (int i = 0; i < kChecks; ++i) {
+                ok = ok && KZ_NODE_ValidateValue(node, KZ_VAL_INPUT_STRING, c.value) == KZ_OK;
+            }
+        });
+        std::printf("| %-22s | %14.0f |\n", c.label, kChecks / (ms / 1e3));
+    }
+    KZ_CTX_Delete(ctx);
+    return ok;
+}
+
+bool MemoryTable()
+{
+    int nodes = 0;
+    const std::string text = MakeModule(100000, &nodes);
+    KzCtx *ctx = KZ_CTX_Create(0);
+    // Touch the parser once so that libxml2's own start-up is not counted.
+    XmlParse(text);
+    const long before = RssBytes();
+    const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
+    const long after = RssBytes();
+    KZ_CTX_Delete(ctx);
+    if (!ok) {
+        std::fprintf(stderr, "loading the %d-node module failed\n", nodes);
+        return false;
+    }
+    std::printf("\nResident memory per loaded schema node: %.0f bytes (%d nodes, RSS +%.1f MiB; target <= 512)\n",
+                static_cast<double>(after - before) / nodes, nodes, static_cast<double>(after - before) / 1048576.0);
+    return true;
+}
+
+
+// With "load N" or "validate N", performs just that one operation, for a profiler.
+int ProfileOne(const char *what, int scale)
+{
+    if (std::strcmp(what, "load") == 0) {
+        int nodes = 0;
+        const std::string text = MakeModule(scale, &nodes);
+        KzCtx *ctx = KZ_CTX_Create(0);
+        const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
+        KZ_CTX_Delete(ctx);
+        return ok ? 0 : 1;
+    }
+    KzCtx *ctx = KZ_CTX_Create(0);
+    std::string text = MakeRequest(scale);
+    bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, kRpcModule) == KZ_OK;
+    KzdErrNode *err = ok ? KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr) : nullptr;
+    ok = ok && err == nullptr;
+    KZ_FreeErrNode(err);
+    KZ_CTX_Delete(ctx);
+    return ok ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    xmlInitParser();
+    if (argc == 3) {
+        return ProfileOne(argv[1], std::atoi(argv[2]));
+    }
+    // Memory first, while the heap is fresh and the RSS delta is the module's own.
+    bool ok = MemoryTable();
+    ok = LoadTable() && ok;
+    ok = ValidateTable() && ok;
+    ok = ValueTable() && ok;
+    xmlCleanupParser();
+    return ok ? 0 : 1;
+}
