@@ -7,6 +7,7 @@
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_cons.h"
+#include "types/kzt_seg_fill.h"
 #include "types/kzt_seg_util.h"
 
 namespace {
@@ -20,17 +21,6 @@ constexpr size_t kBitNameMax = 64;
 bool IsSeparator(char c)
 {
     return c == '\t' || c == '\n' || c == ' ';
-}
-
-xmlNode *FindValuedChild(xmlNode *elem, const char *name)
-{
-    for (xmlNode *c = elem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name) &&
-            KZ_XML_GetFirstPropertyValue(c) != nullptr) {
-            return c;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -83,46 +73,23 @@ void *KZT_CONS_CopyConsDataBodyWithBit(KzDict *dict, const void *src)
 uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
 {
     (void)mod;
-    auto *s = static_cast<KztSegBit *>(seg);
-    const char *name = KZ_XML_GetFirstPropertyValue(elem);
-    if (ctx == nullptr || s == nullptr || name == nullptr) {
-        return KZ_EINVAL;
-    }
-    xmlNode *posElem = FindValuedChild(elem, "position");
-    if (posElem != nullptr) {
+    return kzt::FillOneNumberedSeg<KztSegBit>(ctx, seg, aux, elem, "position", [](const char *text, KztSegBit *s) {
         uint64_t v = 0;
-        if (KZ_UTL_ReadInputStrAsUnsignedInteger(KZ_XML_GetFirstPropertyValue(posElem), nullptr, 0, &v) != KZ_OK ||
-            v > kBitPositionMax) {
-            return KZ_EINVAL;
+        if (KZ_UTL_ReadInputStrAsUnsignedInteger(text, nullptr, 0, &v) != KZ_OK || v > kBitPositionMax) {
+            return false;
         }
         s->position = static_cast<uint32_t>(v);
-        if (aux != nullptr) {
-            *aux = 1;
-        }
-    }
-    s->name = KZ_DICT_Insert(&ctx->dict, name);
-    return (s->name != nullptr) ? KZ_OK : KZ_ENOMEM;
+        return true;
+    });
 }
 
 uint32_t KZT_LOADER_FillConsDataAndAllBitSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
 {
-    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
-        arg->entry->consData == nullptr) {
-        return KZ_EINVAL;
-    }
-    auto *body = static_cast<KztConsDataBit *>(arg->entry->consData);
-    if (body->segCount == 0) {
-        return KZ_OK;
-    }
-    std::unique_ptr<uint8_t, kzt::MemFreeDeleter> explicitPos(static_cast<uint8_t *>(kzt::ZeroAlloc(body->segCount)));
-    if (!explicitPos) {
-        return KZ_ENOMEM;
-    }
-    KztSegFiller filler;
-    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztSegBit), KZT_MARK_BIT, KZT_LOADER_FillOneConsSegBit);
-    filler.aux = explicitPos.get();
-    const uint32_t rc = KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
-    if (rc != KZ_OK) {
+    KztConsDataBit *body = nullptr;
+    kzt::ExplicitMarks explicitPos;
+    const uint32_t rc = kzt::FillNumberedSegs<KztConsDataBit, KztSegBit>(
+        ctx, mod, typeElem, arg, KZT_MARK_BIT, KZT_LOADER_FillOneConsSegBit, &body, &explicitPos);
+    if (rc != KZ_OK || body->segCount == 0) {
         return rc;
     }
     uint64_t next = 0;

@@ -8,6 +8,7 @@
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_cons.h"
+#include "types/kzt_seg_fill.h"
 #include "types/kzt_seg_util.h"
 
 namespace {
@@ -15,18 +16,6 @@ namespace {
 /* Explicit values are limited to one less than the int32 extremes. */
 constexpr int64_t kEnumValueMax = 2147483646;
 constexpr int64_t kEnumValueMin = -2147483647;
-
-/* First child named `name` that carries a property value, or null. */
-xmlNode *FindValuedChild(xmlNode *elem, const char *name)
-{
-    for (xmlNode *c = elem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name) &&
-            KZ_XML_GetFirstPropertyValue(c) != nullptr) {
-            return c;
-        }
-    }
-    return nullptr;
-}
 
 xmlNode *FindChild(xmlNode *elem, const char *name)
 {
@@ -167,47 +156,24 @@ void *KZT_CONS_CopyConsDataBodyWithEnum(KzDict *dict, const void *src)
 uint32_t KZT_LOADER_FillOneConsSegEnum(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
 {
     (void)mod;
-    auto *s = static_cast<KztSegEnum *>(seg);
-    const char *name = KZ_XML_GetFirstPropertyValue(elem);
-    if (ctx == nullptr || s == nullptr || name == nullptr) {
-        return KZ_EINVAL;
-    }
-    xmlNode *valueElem = FindValuedChild(elem, "value");
-    if (valueElem != nullptr) {
+    return kzt::FillOneNumberedSeg<KztSegEnum>(ctx, seg, aux, elem, "value", [](const char *text, KztSegEnum *s) {
         int64_t v = 0;
-        if (KZ_UTL_ReadInputStrAsSignedInteger(KZ_XML_GetFirstPropertyValue(valueElem), nullptr, 0, &v) != KZ_OK ||
-            v > kEnumValueMax || v < kEnumValueMin) {
-            return KZ_EINVAL;
+        if (KZ_UTL_ReadInputStrAsSignedInteger(text, nullptr, 0, &v) != KZ_OK || v > kEnumValueMax ||
+            v < kEnumValueMin) {
+            return false;
         }
         s->value = static_cast<int32_t>(v);
-        if (aux != nullptr) {
-            *aux = 1;
-        }
-    }
-    s->name = KZ_DICT_Insert(&ctx->dict, name);
-    return (s->name != nullptr) ? KZ_OK : KZ_ENOMEM;
+        return true;
+    });
 }
 
 uint32_t KZT_LOADER_FillConsDataAndAllEnumSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
 {
-    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
-        arg->entry->consData == nullptr) {
-        return KZ_EINVAL;
-    }
-    auto *body = static_cast<KztConsDataEnum *>(arg->entry->consData);
-    if (body->segCount == 0) {
-        return KZ_OK;
-    }
-    std::unique_ptr<uint8_t, kzt::MemFreeDeleter> explicitVal(static_cast<uint8_t *>(kzt::ZeroAlloc(body->segCount)));
-    if (!explicitVal) {
-        return KZ_ENOMEM;
-    }
-    KztSegFiller filler;
-    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztSegEnum), KZT_MARK_ENUM,
-                             KZT_LOADER_FillOneConsSegEnum);
-    filler.aux = explicitVal.get();
-    uint32_t rc = KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
-    if (rc != KZ_OK) {
+    KztConsDataEnum *body = nullptr;
+    kzt::ExplicitMarks explicitVal;
+    uint32_t rc = kzt::FillNumberedSegs<KztConsDataEnum, KztSegEnum>(
+        ctx, mod, typeElem, arg, KZT_MARK_ENUM, KZT_LOADER_FillOneConsSegEnum, &body, &explicitVal);
+    if (rc != KZ_OK || body->segCount == 0) {
         return rc;
     }
     if ((ctx->flags & KZ_CTX_OPT_KEEP_DESCRIPTION) != 0) {
