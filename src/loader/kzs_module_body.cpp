@@ -133,9 +133,8 @@ KZ_API uint32_t KZS_LOADER_ParseYangVersion(KzMod *mod, xmlNode *elem, uint32_t 
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_YANG_VERSION);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_YANG_VERSION));
         return KZ_EINVAL;
     }
     uint32_t *version = static_cast<uint32_t *>(dest);
@@ -157,17 +156,11 @@ KZ_API uint32_t KZS_LOADER_ParseNamespace(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_NAMESPACE);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_NAMESPACE));
         return KZ_EINVAL;
     }
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
-    if (interned == nullptr) {
-        return KZ_ENOMEM;
-    }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
-    return KZ_OK;
+    return kzs::InternInto(mod, value, dest, KZ_ENOMEM);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseModuleHeadStmts(KzMod *mod, xmlNode *moduleElem)
@@ -252,9 +245,8 @@ KZ_API uint32_t KZS_LOADER_ParseRevision(KzMod *mod, xmlNode *elem, uint32_t par
     if (*revision != nullptr) {
         return KZ_OK; /* only the first revision counts */
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_REVISION);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_REVISION));
         return KZ_EINVAL;
     }
     const char *interned = KZ_DICT_Insert(ModDict(mod), value);

@@ -217,12 +217,7 @@ KZ_API uint32_t KZS_LOADER_ParseText(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (text == nullptr) {
         return KZ_OK;
     }
-    const char *interned = KZ_DICT_Insert(ModDict(mod), text);
-    if (interned == nullptr) {
-        return KZ_EINVAL;
-    }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
-    return KZ_OK;
+    return kzs::InternInto(mod, text, dest, KZ_EINVAL);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseValue(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -256,17 +251,11 @@ KZ_API uint32_t KZS_LOADER_ParsePrefix(KzMod *mod, xmlNode *elem, uint32_t paren
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_PREFIX);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_PREFIX));
         return KZ_EINVAL;
     }
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
-    if (interned == nullptr) {
-        return KZ_EINVAL;
-    }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
-    return KZ_OK;
+    return kzs::InternInto(mod, value, dest, KZ_EINVAL);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseStatus(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -275,9 +264,8 @@ KZ_API uint32_t KZS_LOADER_ParseStatus(KzMod *mod, xmlNode *elem, uint32_t paren
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_STATUS);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_STATUS));
         return KZ_EINVAL;
     }
     uint32_t *flags = static_cast<uint32_t *>(dest);
@@ -309,12 +297,7 @@ KZ_API uint32_t KZS_LOADER_ParseUnits(KzMod *mod, xmlNode *elem, uint32_t parent
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
-    if (interned == nullptr) {
-        return KZ_ENOMEM;
-    }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
-    return KZ_OK;
+    return kzs::InternInto(mod, value, dest, KZ_ENOMEM);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseErrorMessage(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -333,17 +316,11 @@ KZ_API uint32_t KZS_LOADER_ParseErrorAppTag(KzMod *mod, xmlNode *elem, uint32_t 
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_ERROR_APP_TAG);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_ERROR_APP_TAG));
         return KZ_EINVAL;
     }
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
-    if (interned == nullptr) {
-        return KZ_EINVAL;
-    }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
-    return KZ_OK;
+    return kzs::InternInto(mod, value, dest, KZ_EINVAL);
 }
 
 } /* extern "C" */

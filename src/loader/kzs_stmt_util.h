@@ -74,6 +74,28 @@ inline void ReplaceInterned(KzDict *dict, const char **slot, const char *interne
     }
 }
 
+/* The statement's argument, or null after recording that it is missing. */
+inline const char *RequireArg(KzMod *mod, const xmlNode *elem, uint32_t stmt)
+{
+    const char *value = ElemArg(elem);
+    if (value == nullptr) {
+        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(stmt));
+    }
+    return value;
+}
+
+/* Interns `value` into the string slot `dest`, releasing what the slot held.
+ * Parsers differ in how they report a failed insert, hence `failCode`. */
+inline uint32_t InternInto(KzMod *mod, const char *value, void *dest, uint32_t failCode)
+{
+    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
+    if (interned == nullptr) {
+        return failCode;
+    }
+    ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    return KZ_OK;
+}
+
 } /* namespace kzs */
 
 #endif /* KZS_STMT_UTIL_H */
