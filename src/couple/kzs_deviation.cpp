@@ -141,56 +141,45 @@ uint32_t SaveStr(DevUndo *undo, KzDict *dict, uint32_t kind, KzsNode *node, cons
     return 0;
 }
 
-uint32_t SaveLeafListDefaults(DevUndo *undo, KzDict *dict, KzsNode *node)
+/* Pushes an undo entry holding a copy of one of the node's arrays (nothing
+ * when it is empty); `copy` returns null when out of memory. */
+template <typename Arr, typename Count, typename Copy>
+uint32_t SaveArrayCopy(DevUndo *undo, uint32_t kind, KzsNode *node, uint32_t count, Arr UndoEntry::*arrField,
+                       Count UndoEntry::*countField, Copy copy)
 {
-    auto *info = static_cast<KzsLeafListInfo *>(node->schemaInfo);
-    UndoEntry *e = PushEntry(undo, UNDO_LL_DEFAULTS, node);
+    UndoEntry *e = PushEntry(undo, kind, node);
     if (e == nullptr) {
         return KZ_ENOMEM;
     }
-    if (info->defaultCount != 0) {
-        e->defaults = KZS_NODE_CopyDefaults(dict, info->defaults, info->defaultCount);
-        if (e->defaults == nullptr) {
+    if (count != 0) {
+        e->*arrField = copy();
+        if (e->*arrField == nullptr) {
             undo->count--;
             return KZ_ENOMEM;
         }
-        e->defaultCount = info->defaultCount;
+        e->*countField = static_cast<Count>(count);
     }
     return 0;
+}
+
+uint32_t SaveLeafListDefaults(DevUndo *undo, KzDict *dict, KzsNode *node)
+{
+    auto *info = static_cast<KzsLeafListInfo *>(node->schemaInfo);
+    return SaveArrayCopy(undo, UNDO_LL_DEFAULTS, node, info->defaultCount, &UndoEntry::defaults,
+                         &UndoEntry::defaultCount,
+                         [&] { return KZS_NODE_CopyDefaults(dict, info->defaults, info->defaultCount); });
 }
 
 uint32_t SaveMusts(DevUndo *undo, KzDict *dict, KzsNode *node)
 {
-    UndoEntry *e = PushEntry(undo, UNDO_MUSTS, node);
-    if (e == nullptr) {
-        return KZ_ENOMEM;
-    }
-    if (node->mustCount != 0) {
-        e->musts = KZS_NODE_CopyMustsArray(dict, node->musts, node->mustCount);
-        if (e->musts == nullptr) {
-            undo->count--;
-            return KZ_ENOMEM;
-        }
-        e->mustCount = node->mustCount;
-    }
-    return 0;
+    return SaveArrayCopy(undo, UNDO_MUSTS, node, node->mustCount, &UndoEntry::musts, &UndoEntry::mustCount,
+                         [&] { return KZS_NODE_CopyMustsArray(dict, node->musts, node->mustCount); });
 }
 
 uint32_t SaveExtInsts(DevUndo *undo, KzDict *dict, KzsNode *node)
 {
-    UndoEntry *e = PushEntry(undo, UNDO_EXTINSTS, node);
-    if (e == nullptr) {
-        return KZ_ENOMEM;
-    }
-    if (node->extInstCount != 0) {
-        e->exts = KZS_EXT_CopyExtInsts(dict, node->extInsts, node->extInstCount);
-        if (e->exts == nullptr) {
-            undo->count--;
-            return KZ_ENOMEM;
-        }
-        e->extCount = node->extInstCount;
-    }
-    return 0;
+    return SaveArrayCopy(undo, UNDO_EXTINSTS, node, node->extInstCount, &UndoEntry::exts, &UndoEntry::extCount,
+                         [&] { return KZS_EXT_CopyExtInsts(dict, node->extInsts, node->extInstCount); });
 }
 
 const char **UnitsSlot(KzsNode *node)
