@@ -195,6 +195,30 @@ uint32_t ParsePlainNode(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *de
     return LinkNode(mod, node, parentStmt, dest, true);
 }
 
+/* Two node kinds parsed alike, with the statement of each. */
+struct KindPair {
+    uint32_t kindA;
+    uint32_t stmtA;
+    uint32_t kindB;
+    uint32_t stmtB;
+};
+
+/* ParsePlainNode for a parser shared by a pair of kinds; any other kind is refused. */
+template <typename Describe>
+uint32_t ParsePairedNode(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest, uint32_t kind,
+                         const KindPair &pair, Describe describe)
+{
+    if (kind != pair.kindA && kind != pair.kindB) {
+        return KZ_EINVAL;
+    }
+    const uint32_t stmt = kind == pair.kindA ? pair.stmtA : pair.stmtB;
+    return ParsePlainNode(mod, elem, parentStmt, dest, kind, stmt, describe);
+}
+
+constexpr KindPair kAnydataPair = {KZS_NODE_ANYDATA, KZS_STMT_ANYDATA, KZS_NODE_ANYXML, KZS_STMT_ANYXML};
+constexpr KindPair kRpcPair = {KZS_NODE_RPC, KZS_STMT_RPC, KZS_NODE_ACTION, KZS_STMT_ACTION};
+constexpr KindPair kInoutPair = {KZS_NODE_INPUT, KZS_STMT_INPUT, KZS_NODE_OUTPUT, KZS_STMT_OUTPUT};
+
 /* Only defaults that were actually stored count; a failed one leaves an empty slot last. */
 void SettleLeafListDefaults(KzsLeafListInfo *info, uint16_t filled)
 {
@@ -495,11 +519,7 @@ KZ_API uint32_t KZS_LOADER_ParseCase(KzMod *mod, xmlNode *elem, uint32_t parentS
 KZ_API uint32_t KZS_LOADER_ParseAnydataInner(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest,
                                              uint32_t kind)
 {
-    if (kind != KZS_NODE_ANYDATA && kind != KZS_NODE_ANYXML) {
-        return KZ_EINVAL;
-    }
-    const uint32_t stmt = kind == KZS_NODE_ANYDATA ? KZS_STMT_ANYDATA : KZS_STMT_ANYXML;
-    return ParsePlainNode(mod, elem, parentStmt, dest, kind, stmt, [](KzsNode *node, NodeSubStmts &subs) {
+    return ParsePairedNode(mod, elem, parentStmt, dest, kind, kAnydataPair, [](KzsNode *node, NodeSubStmts &subs) {
         subs.Once(KZS_STMT_WHEN, &node->when);
         subs.Once(KZS_STMT_CONFIG, &node->flags);
         subs.Once(KZS_STMT_MANDATORY, &node->flags);
@@ -523,11 +543,7 @@ KZ_API uint32_t KZS_LOADER_ParseAnyxml(KzMod *mod, xmlNode *elem, uint32_t paren
 
 KZ_API uint32_t KZS_LOADER_ParseRpcInner(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest, uint32_t kind)
 {
-    if (kind != KZS_NODE_RPC && kind != KZS_NODE_ACTION) {
-        return KZ_EINVAL;
-    }
-    const uint32_t stmt = kind == KZS_NODE_RPC ? KZS_STMT_RPC : KZS_STMT_ACTION;
-    return ParsePlainNode(mod, elem, parentStmt, dest, kind, stmt, [](KzsNode *node, NodeSubStmts &subs) {
+    return ParsePairedNode(mod, elem, parentStmt, dest, kind, kRpcPair, [](KzsNode *node, NodeSubStmts &subs) {
         subs.Once(KZS_STMT_STATUS, &node->flags);
         subs.Once(KZS_STMT_DESCRIPTION, &node->description);
         subs.Once(KZS_STMT_INPUT, node);
@@ -549,11 +565,7 @@ KZ_API uint32_t KZS_LOADER_ParseAction(KzMod *mod, xmlNode *elem, uint32_t paren
 
 KZ_API uint32_t KZS_LOADER_ParseInout(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest, uint32_t kind)
 {
-    if (kind != KZS_NODE_INPUT && kind != KZS_NODE_OUTPUT) {
-        return KZ_EINVAL;
-    }
-    const uint32_t stmt = kind == KZS_NODE_INPUT ? KZS_STMT_INPUT : KZS_STMT_OUTPUT;
-    return ParsePlainNode(mod, elem, parentStmt, dest, kind, stmt, [](KzsNode *node, NodeSubStmts &subs) {
+    return ParsePairedNode(mod, elem, parentStmt, dest, kind, kInoutPair, [](KzsNode *node, NodeSubStmts &subs) {
         subs.Musts(node);
         subs.ExtInsts(node);
         subs.Nodes(kPlainNodes, node);
