@@ -4,41 +4,17 @@
 
 #include <string>
 
+#include "bench_request.h"
 #include "korla.h"
 
 namespace {
 
-const char *kModule = R"(<module name="bv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:bv="urn:example:bv">
-  <namespace uri="urn:example:bv"/>
-  <prefix value="bv"/>
-  <rpc name="load">
-    <input>
-      <list name="entry">
-        <key value="id"/>
-        <leaf name="id"><type name="string"/></leaf>
-        <leaf name="kind"><type name="string"/><default value="plain"/></leaf>
-        <leaf name="code"><type name="string"><pattern value="[A-Z]{2}[0-9]+"/></type></leaf>
-        <leaf name="note"><when condition="../kind = 'rich'"/><type name="string"/></leaf>
-        <must condition="id != 'bad'"/>
-      </list>
-    </input>
-  </rpc>
-</module>)";
-
-std::string make_request(int entries)
-{
-    std::string text = "<load xmlns=\"urn:example:bv\">";
-    for (int i = 0; i < entries; ++i) {
-        text += "<entry><id>e" + std::to_string(i) + "</id><code>AB" + std::to_string(i) + "</code></entry>";
-    }
-    return text + "</load>";
-}
 
 KzCtx *loaded_context()
 {
     static KzCtx *ctx = [] {
         KzCtx *c = KZ_CTX_Create(0);
-        if (c == nullptr || KZ_CTX_LoadMemory(c, kModule) != KZ_OK) {
+        if (c == nullptr || KZ_CTX_LoadMemory(c, kzbench::kRequestModule) != KZ_OK) {
             return static_cast<KzCtx *>(nullptr);
         }
         return c;
@@ -53,7 +29,7 @@ void BM_ValidateRequest(benchmark::State &state)
         state.SkipWithError("module did not load");
         return;
     }
-    std::string text = make_request(static_cast<int>(state.range(0)));
+    std::string text = kzbench::MakeRequest(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr);
         if (err != nullptr) {
@@ -68,7 +44,7 @@ void BM_ValidateRequest(benchmark::State &state)
 
 void BM_LibxmlParseRequest(benchmark::State &state)
 {
-    std::string text = make_request(static_cast<int>(state.range(0)));
+    std::string text = kzbench::MakeRequest(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         xmlDoc *doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, XML_PARSE_NOBLANKS);
         benchmark::DoNotOptimize(doc);

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_request.h"
 #include "korla.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
@@ -122,32 +123,6 @@ std::string MakeModule(int wanted, int *nodeCount)
     return t;
 }
 
-// Each list entry carries a must, a when, a default and a pattern-typed leaf.
-const char *kRpcModule = R"(<module name="bv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:bv="urn:example:bv">
-  <namespace uri="urn:example:bv"/>
-  <prefix value="bv"/>
-  <rpc name="load">
-    <input>
-      <list name="entry">
-        <key value="id"/>
-        <leaf name="id"><type name="string"/></leaf>
-        <leaf name="kind"><type name="string"/><default value="plain"/></leaf>
-        <leaf name="code"><type name="string"><pattern value="[A-Z]{2}[0-9]+"/></type></leaf>
-        <leaf name="note"><when condition="../kind = 'rich'"/><type name="string"/></leaf>
-        <must condition="id != 'bad'"/>
-      </list>
-    </input>
-  </rpc>
-</module>)";
-
-std::string MakeRequest(int entries)
-{
-    std::string text = "<load xmlns=\"urn:example:bv\">";
-    for (int i = 0; i < entries; ++i) {
-        text += "<entry><id>e" + std::to_string(i) + "</id><code>AB" + std::to_string(i) + "</code></entry>";
-    }
-    return text + "</load>";
-}
 
 const char *kValueModule = R"(<module name="pv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:pv="urn:pv">
 <namespace uri="urn:pv"/><prefix value="pv"/>
@@ -209,7 +184,7 @@ bool LoadTable()
 bool ValidateTable()
 {
     KzCtx *ctx = KZ_CTX_Create(0);
-    if (ctx == nullptr || KZ_CTX_LoadMemory(ctx, kRpcModule) != KZ_OK) {
+    if (ctx == nullptr || KZ_CTX_LoadMemory(ctx, kzbench::kRequestModule) != KZ_OK) {
         std::fprintf(stderr, "rpc module did not load\n");
         KZ_CTX_Delete(ctx);
         return false;
@@ -218,7 +193,7 @@ bool ValidateTable()
     std::vector<Row> rows;
     bool ok = true;
     for (int scale : scales) {
-        std::string text = MakeRequest(scale);
+        std::string text = kzbench::MakeRequest(scale);
         const double k = BestMs(RepsFor(scale), [&] {
             KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr);
             if (err != nullptr) {
@@ -320,8 +295,8 @@ int ProfileOne(const char *what, int scale)
         return ok ? 0 : 1;
     }
     KzCtx *ctx = KZ_CTX_Create(0);
-    std::string text = MakeRequest(scale);
-    bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, kRpcModule) == KZ_OK;
+    std::string text = kzbench::MakeRequest(scale);
+    bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, kzbench::kRequestModule) == KZ_OK;
     KzdErrNode *err = ok ? KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr) : nullptr;
     ok = ok && err == nullptr;
     KZ_FreeErrNode(err);
