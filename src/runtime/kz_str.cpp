@@ -4,6 +4,7 @@
 #include <libxml/xmlregexp.h>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
 
 extern "C" {
 
@@ -99,7 +100,7 @@ uint32_t KZ_UTL_MatchStrWithPattern(const char *str, const char *pattern)
     if (str == nullptr || pattern == nullptr) {
         return KZ_EINVAL;
     }
-    xmlRegexpPtr re = xmlRegexpCompile(reinterpret_cast<const xmlChar *>(pattern));
+    xmlRegexpPtr re = kz_xml_compile_regexp_quietly(pattern);
     if (re == nullptr) {
         return KZ_EINVAL;
     }

@@ -1,10 +1,34 @@
 // Accessors over libxml2 element nodes used by the YIN loader.  They only
 // read the tree and never allocate.
+#include <libxml/xmlerror.h>
 #include <libxml/xmlstring.h>
 
 #include "runtime/kz_xml.h"
 
 namespace {
+
+void DropGenericError(void *, const char *, ...) {}
+
+/* libxml2 keeps the generic error handler per thread, so swapping it here
+ * cannot silence, or be undone by, another thread. */
+class GenericErrorsDropped {
+public:
+    GenericErrorsDropped() : func_(xmlGenericError), ctx_(xmlGenericErrorContext)
+    {
+        /* A null handler would mean libxml2's default, which writes to stderr. */
+        xmlSetGenericErrorFunc(nullptr, DropGenericError);
+    }
+    ~GenericErrorsDropped()
+    {
+        xmlSetGenericErrorFunc(ctx_, func_);
+    }
+    GenericErrorsDropped(const GenericErrorsDropped &) = delete;
+    GenericErrorsDropped &operator=(const GenericErrorsDropped &) = delete;
+
+private:
+    xmlGenericErrorFunc func_;
+    void *ctx_;
+};
 
 const char *Text(const xmlChar *s)
 {
@@ -129,6 +153,15 @@ xmlNode *KZ_XML_GetParentNodeByTraverse(xmlNode *node, uint32_t direction)
         default:
             return nullptr;
     }
+}
+
+xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern)
+{
+    if (pattern == nullptr) {
+        return nullptr;
+    }
+    GenericErrorsDropped quiet;
+    return xmlRegexpCompile(reinterpret_cast<const xmlChar *>(pattern));
 }
 
 }  // extern "C"

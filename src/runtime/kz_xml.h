@@ -3,6 +3,7 @@
 #define KZ_XML_H
 
 #include <libxml/tree.h>
+#include <libxml/xmlregexp.h>
 
 #include "korla.h"
 
@@ -35,6 +36,12 @@ KZ_API xmlNode *KZ_XML_GetXmlDomSibOrParent(const xmlNode *root, xmlNode *node, 
 /* Parent to use for a node reached with direction: the node itself for 0 and
  * 3, its parent for 1, NULL otherwise. */
 KZ_API xmlNode *KZ_XML_GetParentNodeByTraverse(xmlNode *node, uint32_t direction);
+
+/* xmlRegexpCompile with libxml2's report of a bad expression dropped: a library
+ * inside another process must not write to its stderr.  The calling thread's
+ * generic error handler is restored afterwards.  NULL when pattern is NULL or
+ * does not compile.  Internal (not exported). */
+xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern);
 
 #ifdef __cplusplus
 }

@@ -28,13 +28,6 @@ bool HasChildNamed(const xmlNode *elem, const char *name)
     return false;
 }
 
-/* A pattern that does not compile matches nothing, exactly as when it is
- * compiled again for every value. */
-xmlRegexpPtr Compile(const char *pattern)
-{
-    return (pattern != nullptr) ? xmlRegexpCompile(reinterpret_cast<const xmlChar *>(pattern)) : nullptr;
-}
-
 } // namespace
 
 extern "C" {
@@ -83,7 +76,7 @@ void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
             return nullptr;
         }
         /* libxml2 has no copy of a compiled expression: compile it again. */
-        d->segs[i].regexp = Compile(d->segs[i].pattern);
+        d->segs[i].regexp = kz_xml_compile_regexp_quietly(d->segs[i].pattern);
     }
     return d;
 }
@@ -110,7 +103,9 @@ uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uin
     }
     /* Any modifier inverts: "invert-match" is the only one defined. */
     s->invertMatch = HasChildNamed(elem, "modifier") ? 1u : 0u;
-    s->regexp = Compile(s->pattern);
+    /* A pattern that does not compile matches nothing, exactly as when it is
+     * compiled again for every value. */
+    s->regexp = kz_xml_compile_regexp_quietly(s->pattern);
     return KZ_OK;
 }
 
