@@ -15,6 +15,7 @@
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace couple_test {
 
@@ -144,21 +145,7 @@ inline std::string DumpState(KzCtx *ctx, const std::vector<std::string> &names, 
 /* Messages recorded for one module, in order. */
 inline std::vector<std::string> Messages(KzCtx *ctx, const std::string &modName)
 {
-    struct Arg {
-        const std::string *name;
-        std::vector<std::string> msgs;
-    } arg{&modName, {}};
-    (void)KZ_CTX_ScanAllSchemaLoadFail(
-        ctx,
-        [](const char *mod, const char *, uint32_t, const char *message, const KzSysTime *, void *p) -> uint32_t {
-            auto *a = static_cast<Arg *>(p);
-            if (mod != nullptr && *a->name == mod && message != nullptr) {
-                a->msgs.emplace_back(message);
-            }
-            return 0;
-        },
-        &arg);
-    return arg.msgs;
+    return kztest::LoadMessages(ctx, modName.c_str());
 }
 
 /* JSON form of a path written with a module on every step: the module is
@@ -190,14 +177,7 @@ inline KzsNode *Node(KzCtx *ctx, const char *path)
     return KZ_CTX_GetTargetNode(ctx, Json(path).c_str(), nullptr);
 }
 
-inline std::vector<std::string> ChildNames(const KzsNode *node)
-{
-    std::vector<std::string> names;
-    for (const KzsNode *c = node != nullptr ? node->firstChild : nullptr; c != nullptr; c = c->next) {
-        names.emplace_back(c->name);
-    }
-    return names;
-}
+using kztest::ChildNames;
 
 } // namespace couple_test
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "korla.h"
+#include "test_support.h"
 
 namespace loadertest {
 
@@ -90,13 +91,7 @@ inline std::vector<Diag> Diagnostics(KzCtx *ctx)
 
 inline std::vector<std::string> Messages(KzCtx *ctx, const std::string &module)
 {
-    std::vector<std::string> out;
-    for (const Diag &d : Diagnostics(ctx)) {
-        if (d.module == module) {
-            out.push_back(d.message);
-        }
-    }
-    return out;
+    return kztest::LoadMessages(ctx, module.c_str());
 }
 
 } // namespace loadertest

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "korla.h"
+#include "test_support.h"
 
 namespace {
 
@@ -45,32 +46,10 @@ const char *kModule = R"yin(<?xml version="1.0"?>
   </notification>
 </module>)yin";
 
-class HardeningConcurrent : public ::testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
-        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), KZ_OK);
-    }
-    static void TearDownTestSuite()
-    {
-        KZ_CTX_Delete(ctx_);
-        ctx_ = nullptr;
-    }
-    static KzCtx *ctx_;
+class HardeningConcurrent : public kztest::SharedModuleTest<HardeningConcurrent> {
+public:
+    static const char *ModuleText() { return kModule; }
 };
-
-KzCtx *HardeningConcurrent::ctx_ = nullptr;
-
-bool RequestValid(KzCtx *ctx, const std::string &text)
-{
-    KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, const_cast<char *>(text.c_str()), nullptr,
-                                                 nullptr);
-    bool valid = err == nullptr;
-    KZ_FreeErrNode(err);
-    return valid;
-}
 
 uint32_t KeepNotification(const char *text, void *arg)
 {
@@ -100,7 +79,7 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
             for (int i = 0; i < kRounds; ++i) {
                 bool good = (i + t) % 2 == 0;
                 std::string body = good ? "<n>3</n><item><id>a</id></item>" : "<item><id>bad</id></item>";
-                if (RequestValid(ctx, "<op xmlns=\"urn:example:hx\">" + body + "</op>") != good) {
+                if ((ValidateRpcText("<op xmlns=\"urn:example:hx\">" + body + "</op>") == nullptr) != good) {
                     ++wrong;
                 }
             }

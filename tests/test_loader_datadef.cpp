@@ -9,21 +9,12 @@
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace {
 
-std::vector<std::string> Messages(KzCtx *ctx)
-{
-    std::vector<std::string> out;
-    KZ_CTX_ScanAllSchemaLoadFail(
-        ctx,
-        [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
-            static_cast<std::vector<std::string> *>(arg)->push_back(message != nullptr ? message : "");
-            return 0;
-        },
-        &out);
-    return out;
-}
+using kztest::ChildNames;
+using kztest::LoadMessages;
 
 /* A module m (prefix m) importing "other" under the prefix o. */
 std::string Module(const std::string &body, const std::string &head = "")
@@ -35,49 +26,16 @@ std::string Module(const std::string &body, const std::string &head = "")
            body + "</module>";
 }
 
-std::vector<std::string> ChildNames(const KzsNode *node)
-{
-    std::vector<std::string> names;
-    for (const KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
-        names.emplace_back(c->name);
-    }
-    return names;
-}
-
 const KzsNode *Child(const KzsNode *node, const std::string &name)
 {
-    for (const KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
-        if (name == c->name) {
-            return c;
-        }
-    }
-    return nullptr;
+    return kztest::FindSibling(node->firstChild, name);
 }
 
-class LoaderDataDef : public ::testing::Test {
+class LoaderDataDef : public kztest::CtxTest {
 protected:
-    void SetUp() override { ctx_ = KZ_CTX_Create(0); ASSERT_NE(ctx_, nullptr); }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
+    KzMod *Load(const std::string &text) { return LoadAs(text, "m"); }
 
-    /* Loads the text and returns module m, or null when it was refused. */
-    KzMod *Load(const std::string &text)
-    {
-        status_ = KZ_CTX_LoadMemory(ctx_, text.c_str());
-        return KZ_CTX_GetModuleByModName(ctx_, "m");
-    }
-
-    const KzsNode *Top(KzMod *mod, const std::string &name)
-    {
-        for (const KzsNode *n = mod->dataNodes; n != nullptr; n = n->next) {
-            if (name == n->name) {
-                return n;
-            }
-        }
-        return nullptr;
-    }
-
-    KzCtx *ctx_ = nullptr;
-    uint32_t status_ = 0;
+    const KzsNode *Top(KzMod *mod, const std::string &name) { return kztest::FindSibling(mod->dataNodes, name); }
 };
 
 TEST_F(LoaderDataDef, ContainerListChoiceTreeWithKeysAndFlags)
@@ -144,7 +102,7 @@ TEST_F(LoaderDataDef, ContainerListChoiceTreeWithKeysAndFlags)
     const KzsNode *plain = Top(mod, "plain");
     ASSERT_NE(plain, nullptr);
     EXPECT_EQ(plain->flags & 0xEu, KZS_NODE_FLAG_CONFIG_TRUE | KZS_NODE_FLAG_CONFIG_SET);
-    EXPECT_TRUE(Messages(ctx_).empty());
+    EXPECT_TRUE(LoadMessages(ctx_).empty());
 }
 
 TEST_F(LoaderDataDef, RpcActionNotificationAndInputBeforeOutput)
@@ -224,7 +182,7 @@ TEST_F(LoaderDataDef, UnlexableConditionIsKeptAsWritten)
     KzMod *mod = Load(Module("<leaf name='l'><type name='string'/><when condition=\"$v = 'o:x'\"/></leaf>"));
     ASSERT_NE(mod, nullptr) << status_;
     EXPECT_STREQ(Top(mod, "l")->when, "$v = 'o:x'");
-    EXPECT_EQ(Messages(ctx_),
+    EXPECT_EQ(LoadMessages(ctx_),
               (std::vector<std::string>{"Failed to transfer prefix to module name in statement \"when\"."}));
 }
 
@@ -243,7 +201,7 @@ TEST_F(LoaderDataDef, AugmentTargetInJsonForm)
     const KzsNode *top = Top(mod, "top");
     ASSERT_NE(top, nullptr);
     EXPECT_EQ(ChildNames(top), (std::vector<std::string>{"extra"}));
-    EXPECT_TRUE(Messages(ctx_).empty());
+    EXPECT_TRUE(LoadMessages(ctx_).empty());
 }
 
 struct Refusal {
@@ -262,7 +220,7 @@ TEST_P(LoaderDataDefRefused, ModuleIsNotLoadedAndMessagesAreExact)
 {
     EXPECT_EQ(Load(Module(GetParam().body)), nullptr);
     EXPECT_NE(status_, 0u);
-    EXPECT_EQ(Messages(ctx_), GetParam().messages);
+    EXPECT_EQ(LoadMessages(ctx_), GetParam().messages);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -275,6 +233,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "</container>",
                 {"leaf \"x\" must define with type statement.", "Failed to parse \"container\" statement \"c\"."}},
         Refusal{"<leaf-list name='xs'/>", {"leaf-list \"xs\" must define with type statement."}},
+        Refusal{"<leaf name='x'><type name='uint8'><range value='-1..5'/></type></leaf>",
+                {"Failed to parse value \"uint8\" of statement \"type\".", "Failed to parse \"leaf\" statement \"x\"."}},
         Refusal{"<augment target-node='o:x'><leaf name='l'><type name='string'/></leaf></augment>",
                 {"Failed to get value of statement \"augment\"."}},
         Refusal{"<leaf name='l'><type name='string'/><if-feature name='o:f and o:g'/></leaf>",

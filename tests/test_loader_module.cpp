@@ -18,23 +18,14 @@
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "loader_test_util.h"
+#include "test_support.h"
 
 namespace {
 
-constexpr const char *kYin = "urn:ietf:params:xml:ns:yang:yin:1";
+using kztest::LoadMessages;
 
-std::vector<std::string> Messages(KzCtx *ctx)
-{
-    std::vector<std::string> out;
-    KZ_CTX_ScanAllSchemaLoadFail(
-        ctx,
-        [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
-            static_cast<std::vector<std::string> *>(arg)->push_back(message != nullptr ? message : "");
-            return 0;
-        },
-        &out);
-    return out;
-}
+constexpr const char *kYin = "urn:ietf:params:xml:ns:yang:yin:1";
 
 std::string ModuleText(const std::string &name, const std::string &body)
 {
@@ -47,15 +38,6 @@ std::string SubmoduleText(const std::string &name, const std::string &body)
            "</belongs-to>" + body + "</submodule>";
 }
 
-std::vector<std::string> TopNames(const KzMod *mod)
-{
-    std::vector<std::string> names;
-    for (const KzsNode *n = mod->dataNodes; n != nullptr; n = n->next) {
-        names.emplace_back(n->name);
-    }
-    return names;
-}
-
 std::vector<std::string> TypedefNames(const KzMod *mod)
 {
     std::vector<std::string> names;
@@ -65,48 +47,18 @@ std::vector<std::string> TypedefNames(const KzMod *mod)
     return names;
 }
 
-class LoaderModule : public ::testing::Test {
+class LoaderModule : public kztest::CtxTest {
 protected:
-    void SetUp() override { Reopen(0); }
-
-    void Reopen(uint32_t flags)
-    {
-        if (ctx_ != nullptr) {
-            KZ_CTX_Delete(ctx_);
-        }
-        ctx_ = KZ_CTX_Create(flags);
-        ASSERT_NE(ctx_, nullptr);
-    }
-
-    void TearDown() override
-    {
-        KZ_CTX_Delete(ctx_);
-        for (const std::string &f : files_) {
-            std::remove(f.c_str());
-        }
-        if (!dir_.empty()) {
-            rmdir(dir_.c_str());
-        }
-    }
-
-    KzMod *LoadText(const std::string &text, const char *name = "m")
-    {
-        status_ = KZ_CTX_LoadMemory(ctx_, text.c_str());
-        return KZ_CTX_GetModuleByModName(ctx_, name);
-    }
+    KzMod *LoadText(const std::string &text, const char *name = "m") { return LoadAs(text, name); }
 
     /* Writes name.yin into a private search directory known to the context. */
     void WriteFile(const std::string &name, const std::string &text)
     {
-        if (dir_.empty()) {
-            char templ[] = "/tmp/korla_loader_XXXXXX";
-            ASSERT_NE(mkdtemp(templ), nullptr);
-            dir_ = templ;
-            ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+        if (!searched_) {
+            ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.Path().c_str()), 0u);
+            searched_ = true;
         }
-        const std::string path = dir_ + "/" + name + ".yin";
-        std::ofstream(path) << text;
-        files_.push_back(path);
+        dir_.Write(name + ".yin", text);
     }
 
     /* Parses a module text straight into a fresh record and returns the body status. */
@@ -125,10 +77,8 @@ protected:
         return ret;
     }
 
-    KzCtx *ctx_ = nullptr;
-    uint32_t status_ = 0;
-    std::string dir_;
-    std::vector<std::string> files_;
+    loadertest::ScratchDir dir_;
+    bool searched_ = false;
 };
 
 TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
@@ -162,24 +112,24 @@ TEST_F(LoaderModule, DescriptionKeptWithOptionAndNamespaceMayBeMissing)
 TEST_F(LoaderModule, HeaderFailures)
 {
     EXPECT_EQ(ParseBody(ModuleText("m", "<yang-version value='1.0'/><namespace uri='urn:m'/>")), 0xFFFFFFFFu);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to parse value \"1.0\" of statement \"yang-version\".",
-                                                         "Failed to parse statement \"yang-version\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to parse value \"1.0\" of statement \"yang-version\".",
+                                                            "Failed to parse statement \"yang-version\"."}));
     Reopen(0);
     EXPECT_EQ(ParseBody(ModuleText("m", "<prefix value='a'/><namespace uri='urn:m'/><prefix value='b'/>")), 1u);
-    EXPECT_EQ(Messages(ctx_),
+    EXPECT_EQ(LoadMessages(ctx_),
               (std::vector<std::string>{"Statement \"prefix\" under statement \"module\" has repeated."}));
     Reopen(0);
     EXPECT_EQ(ParseBody(ModuleText("m", "<namespace/>")), 22u);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"namespace\".",
-                                                         "Failed to parse statement \"namespace\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"namespace\".",
+                                                            "Failed to parse statement \"namespace\"."}));
     Reopen(0);
     EXPECT_EQ(ParseBody(ModuleText("m", "<description><text>a</text></description>"
                                         "<description><text>b</text></description>")),
               1u);
     Reopen(0);
     EXPECT_EQ(ParseBody(ModuleText("m", "<import module='x'><prefix/></import>")), 22u);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"prefix\".",
-                                                         "Failed to parse value \"x\" of statement \"import\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"prefix\".",
+                                                            "Failed to parse value \"x\" of statement \"import\"."}));
 }
 
 TEST_F(LoaderModule, ImportsSkipExactDuplicates)
@@ -227,7 +177,7 @@ TEST_F(LoaderModule, IdentityrefDefaultsBecomeModuleQualified)
              "<leaf-list name='ll'><type name='identityref'><base name='m:eth'/></type>"
              "  <default value='eth'/><default value='o:slow'/></leaf-list>"
              "<leaf name='s'><type name='string'/><default value='o:kept'/></leaf>"));
-    ASSERT_NE(mod, nullptr) << status_ << " " << (Messages(ctx_).empty() ? "" : Messages(ctx_)[0]);
+    ASSERT_NE(mod, nullptr) << status_ << " " << (LoadMessages(ctx_).empty() ? "" : LoadMessages(ctx_)[0]);
     const KzsNode *l = mod->dataNodes;
     ASSERT_NE(l, nullptr);
     EXPECT_STREQ(static_cast<const KzsLeafInfo *>(l->schemaInfo)->dflt, "other:fast");
@@ -244,8 +194,8 @@ TEST_F(LoaderModule, IdentityrefDefaultWithUnknownPrefixFailsTheLeaf)
                                        "<leaf name='l'><type name='identityref'><base name='m:eth'/></type>"
                                        "<default value='zz:fast'/></leaf>")),
               nullptr);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to parse value \"zz:fast\" of statement \"default\".",
-                                                         "Failed to parse \"leaf\" statement \"l\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to parse value \"zz:fast\" of statement \"default\".",
+                                                            "Failed to parse \"leaf\" statement \"l\"."}));
 }
 
 TEST_F(LoaderModule, SubmodulesLoadIntoTheIncludingModule)
@@ -259,40 +209,40 @@ TEST_F(LoaderModule, SubmodulesLoadIntoTheIncludingModule)
                         "<typedef name='own-t'><type name='string'/></typedef><container name='own'/>");
     WriteFile("m", text);
 
-    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 0u) << (Messages(ctx_).empty() ? "" : Messages(ctx_)[0]);
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 0u) << (LoadMessages(ctx_).empty() ? "" : LoadMessages(ctx_)[0]);
     KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "m");
     ASSERT_NE(mod, nullptr);
     ASSERT_EQ(mod->includeCount, 2u);
     EXPECT_STREQ(mod->includes[0], "s1");
     EXPECT_STREQ(mod->includes[1], "s2");
     /* submodules are read during linkage, before the module's own body */
-    EXPECT_EQ(TopNames(mod), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
+    EXPECT_EQ(kztest::SiblingNames(mod->dataNodes), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
     EXPECT_EQ(TypedefNames(mod), (std::vector<std::string>{"sub-t", "own-t"}));
-    EXPECT_TRUE(Messages(ctx_).empty());
+    EXPECT_TRUE(LoadMessages(ctx_).empty());
 
     /* the same files through the in-memory entry */
     Reopen(0);
-    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.Path().c_str()), 0u);
     mod = LoadText(text);
     ASSERT_NE(mod, nullptr) << status_;
-    EXPECT_EQ(TopNames(mod), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
+    EXPECT_EQ(kztest::SiblingNames(mod->dataNodes), (std::vector<std::string>{"from-s2", "from-s1", "own"}));
 }
 
 TEST_F(LoaderModule, SubmoduleFailures)
 {
     WriteFile("notsub", ModuleText("notsub", "<namespace uri='urn:x'/>"));
     EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include module='nosuch'/>")), nullptr);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to load submodule \"nosuch\".",
-                                                         "Failed to parse statement \"include\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to load submodule \"nosuch\".",
+                                                            "Failed to parse statement \"include\"."}));
     Reopen(0);
-    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.c_str()), 0u);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.Path().c_str()), 0u);
     EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include module='notsub'/>")), nullptr);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to load submodule \"notsub\".",
-                                                         "Failed to parse statement \"include\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to load submodule \"notsub\".",
+                                                            "Failed to parse statement \"include\"."}));
     Reopen(0);
     EXPECT_EQ(LoadText(ModuleText("m", "<prefix value='m'/><include/>")), nullptr);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"include\".",
-                                                         "Failed to parse statement \"include\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"include\".",
+                                                            "Failed to parse statement \"include\"."}));
 }
 
 } /* namespace */

@@ -15,23 +15,13 @@
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace {
 
-constexpr const char *kYinNs = "urn:ietf:params:xml:ns:yang:yin:1";
+using kztest::LoadMessages;
 
-std::vector<std::string> Messages(KzCtx *ctx)
-{
-    std::vector<std::string> out;
-    KZ_CTX_ScanAllSchemaLoadFail(
-        ctx,
-        [](const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg) -> uint32_t {
-            static_cast<std::vector<std::string> *>(arg)->push_back(message != nullptr ? message : "");
-            return 0;
-        },
-        &out);
-    return out;
-}
+constexpr const char *kYinNs = "urn:ietf:params:xml:ns:yang:yin:1";
 
 /* A bare module record over a fresh context, plus one parsed snippet. */
 class LoaderStmt : public ::testing::Test {
@@ -105,7 +95,7 @@ TEST_F(LoaderStmt, UniqueChildRepeatedStopsWithMessage)
     EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_MODULE, elems, 1), 1u);
     Keep(desc);
     EXPECT_STREQ(desc, "one");
-    EXPECT_EQ(Messages(ctx_),
+    EXPECT_EQ(LoadMessages(ctx_),
               (std::vector<std::string>{"Statement \"description\" under statement \"module\" has repeated."}));
 }
 
@@ -128,7 +118,7 @@ TEST_F(LoaderStmt, ArrayCollectsEveryOccurrenceInOrderAndIgnoresTheRest)
     }
     KZ_MemFree(texts);
     EXPECT_EQ(got, (std::vector<std::string>{"a", "b", "c", "d", "e"}));
-    EXPECT_TRUE(Messages(ctx_).empty());
+    EXPECT_TRUE(LoadMessages(ctx_).empty());
     /* Only accepted children carry a mark. */
     std::vector<uint32_t> marks;
     for (xmlNode *c = root->children; c != nullptr; c = c->next) {
@@ -180,8 +170,8 @@ TEST_F(LoaderStmt, StatusValues)
     EXPECT_EQ(flags, 0u);
     EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next->next->next, KZS_STMT_LEAF, &flags), 22u);
     EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next->next->next->next, KZS_STMT_LEAF, &flags), 22u);
-    EXPECT_EQ(Messages(ctx_), (std::vector<std::string>{"Failed to parse value \"Current\" of statement \"status\".",
-                                                         "Failed to get value of statement \"status\"."}));
+    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to parse value \"Current\" of statement \"status\".",
+                                                            "Failed to get value of statement \"status\"."}));
 }
 
 TEST_F(LoaderStmt, FailingChildWithoutMessageGetsTheGenericOne)
@@ -192,7 +182,7 @@ TEST_F(LoaderStmt, FailingChildWithoutMessageGetsTheGenericOne)
     const char *units = nullptr;
     SubParseElem elems[] = {{KZS_STMT_UNITS, &units, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE}};
     EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_LEAF, elems, 1), 22u);
-    EXPECT_EQ(Messages(ctx_),
+    EXPECT_EQ(LoadMessages(ctx_),
               (std::vector<std::string>{"Failed to parse statement \"units\" under statement \"leaf\"."}));
 }
 
@@ -206,7 +196,7 @@ TEST_F(LoaderStmt, FailingChildKeepsItsOwnMessageOnly)
                             {KZS_STMT_UNITS, &units, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE}};
     EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_LEAF, elems, 2), 22u);
     EXPECT_EQ(units, nullptr); /* nothing after the failure is parsed */
-    EXPECT_EQ(Messages(ctx_),
+    EXPECT_EQ(LoadMessages(ctx_),
               (std::vector<std::string>{"Failed to parse value \"gone\" of statement \"status\"."}));
 }
 
