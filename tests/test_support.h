@@ -8,8 +8,10 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "korla.h"
@@ -76,6 +78,15 @@ inline KzsNode *FindSibling(KzsNode *first, const std::string &name)
         }
     }
     return nullptr;
+}
+
+// fn(in) equals want for every {in, want} row.
+template <class Fn>
+void ExpectRows(Fn fn, std::initializer_list<std::pair<const char *, std::string>> rows)
+{
+    for (const auto &row : rows) {
+        EXPECT_EQ(fn(row.first), row.second) << row.first;
+    }
 }
 
 // A fresh context for every test; Reopen swaps in one with other options.

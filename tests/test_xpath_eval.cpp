@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,7 +54,18 @@ protected:
     void TearDown() override { xmlFreeDoc(doc_); }
 
     uint32_t Eval(const char *expr) { return KZ_XPATH_EvalCondition(root_, top_, expr); }
-    uint32_t EvalAt(xmlNode *ctxNode, const char *expr) { return KZ_XPATH_EvalCondition(root_, ctxNode, expr); }
+
+    struct Case {
+        const char *expr;
+        uint32_t want;
+    };
+    // Evaluates every expression at ctxNode (top by default).
+    void ExpectEval(std::initializer_list<Case> cases, xmlNode *ctxNode = nullptr)
+    {
+        for (const Case &c : cases) {
+            EXPECT_EQ(KZ_XPATH_EvalCondition(root_, ctxNode != nullptr ? ctxNode : top_, c.expr), c.want) << c.expr;
+        }
+    }
 
     xmlDoc *doc_ = nullptr;
     xmlNode *root_ = nullptr;
@@ -64,134 +76,106 @@ protected:
 
 TEST_F(XPathEval, OperatorPrecedenceAndAssociativity)
 {
-    // "and" binds tighter than "or": true or (false and false).
-    EXPECT_EQ(Eval("1 = 1 or 1 = 2 and 1 = 2"), kTrue);
-    EXPECT_EQ(Eval("1 = 2 and 1 = 2 or 1 = 1"), kTrue);
-    EXPECT_EQ(Eval("1 = 2 or 1 = 1 and 1 = 2"), kFalse);
-    // Equality is left-associative: (1 = 2) = 0 -> false = false.
-    EXPECT_EQ(Eval("1 = 2 = 0"), kTrue);
-    // Relational binds tighter than equality: 1 = (3 > 2).
-    EXPECT_EQ(Eval("1 = 3 > 2"), kTrue);
-    // Parentheses override priorities.
-    EXPECT_EQ(Eval("(1 = 1 or 1 = 2) and 1 = 2"), kFalse);
-    EXPECT_EQ(Eval("((((a = 1))))"), kTrue);
-    EXPECT_EQ(Eval("(a = 1) and (b = 'hello' or b = 'x')"), kTrue);
+    ExpectEval({
+        // "and" binds tighter than "or": true or (false and false).
+        {"1 = 1 or 1 = 2 and 1 = 2", kTrue}, {"1 = 2 and 1 = 2 or 1 = 1", kTrue},
+        {"1 = 2 or 1 = 1 and 1 = 2", kFalse},
+        // Equality is left-associative: (1 = 2) = 0 -> false = false.
+        {"1 = 2 = 0", kTrue},
+        // Relational binds tighter than equality: 1 = (3 > 2).
+        {"1 = 3 > 2", kTrue},
+        // Parentheses override priorities.
+        {"(1 = 1 or 1 = 2) and 1 = 2", kFalse}, {"((((a = 1))))", kTrue},
+        {"(a = 1) and (b = 'hello' or b = 'x')", kTrue},
+    });
 }
 
 TEST_F(XPathEval, EqualityRules)
 {
-    // A node compares by its string value; a number on either side makes it numeric.
-    EXPECT_EQ(Eval("num = 10.0"), kTrue);
-    EXPECT_EQ(Eval("num = '10.0'"), kFalse);
-    EXPECT_EQ(Eval("num = '10'"), kTrue);
-    EXPECT_EQ(Eval("frac = 2.5"), kTrue); // blanks around a number are allowed
-    EXPECT_EQ(Eval("b = 'hello'"), kTrue);
-    EXPECT_EQ(Eval("b != 'hello'"), kFalse);
-    EXPECT_EQ(Eval("'abc' = 'abc'"), kTrue);
-    EXPECT_EQ(Eval("'a' = 'A'"), kFalse);
-    EXPECT_EQ(Eval("a = num"), kFalse);
-    // A missing node is the empty string.
-    EXPECT_EQ(Eval("missing = ''"), kTrue);
-    EXPECT_EQ(Eval("missing != ''"), kFalse);
-    EXPECT_EQ(Eval("empty = ''"), kTrue);
-    // A boolean on either side makes both booleans.
-    EXPECT_EQ(Eval("(1 = 1) = 'x'"), kTrue);
-    EXPECT_EQ(Eval("(1 = 1) = ''"), kFalse);
-    EXPECT_EQ(Eval("(1 = 1) = b"), kTrue);
-    EXPECT_EQ(Eval("(1 = 2) = missing"), kTrue);
-    EXPECT_EQ(Eval("(1 = 1) = 0"), kFalse);
-    // NaN equals nothing, so "!=" with NaN holds.
-    EXPECT_EQ(Eval("b = 1"), kFalse);
-    EXPECT_EQ(Eval("b != 1"), kTrue);
-    EXPECT_EQ(Eval("'1e3' = 1000"), kFalse);
-    EXPECT_EQ(Eval("'-4' = 0 - 4") , KZ_XPATH_ENOEVALFUNC);
-    EXPECT_EQ(Eval("' -4 ' = '-4'"), kFalse);
-    EXPECT_EQ(Eval("(' -4 ' = 4) = (1 = 2)"), kTrue);
-    // Numbers compare with an epsilon, not bit for bit.
-    EXPECT_EQ(Eval("0.1 = .1"), kTrue);
-    EXPECT_EQ(Eval("1 = 1.0000001"), kFalse);
+    ExpectEval({
+        // A node compares by its string value; a number on either side makes it numeric.
+        {"num = 10.0", kTrue}, {"num = '10.0'", kFalse}, {"num = '10'", kTrue},
+        {"frac = 2.5", kTrue}, // blanks around a number are allowed
+        {"b = 'hello'", kTrue}, {"b != 'hello'", kFalse}, {"'abc' = 'abc'", kTrue}, {"'a' = 'A'", kFalse},
+        {"a = num", kFalse},
+        // A missing node is the empty string.
+        {"missing = ''", kTrue}, {"missing != ''", kFalse}, {"empty = ''", kTrue},
+        // A boolean on either side makes both booleans.
+        {"(1 = 1) = 'x'", kTrue}, {"(1 = 1) = ''", kFalse}, {"(1 = 1) = b", kTrue}, {"(1 = 2) = missing", kTrue},
+        {"(1 = 1) = 0", kFalse},
+        // NaN equals nothing, so "!=" with NaN holds.
+        {"b = 1", kFalse}, {"b != 1", kTrue}, {"'1e3' = 1000", kFalse}, {"'-4' = 0 - 4", KZ_XPATH_ENOEVALFUNC},
+        {"' -4 ' = '-4'", kFalse}, {"(' -4 ' = 4) = (1 = 2)", kTrue},
+        // Numbers compare with an epsilon, not bit for bit.
+        {"0.1 = .1", kTrue}, {"1 = 1.0000001", kFalse},
+    });
 }
 
 TEST_F(XPathEval, RelationalRules)
 {
-    EXPECT_EQ(Eval("a < 2"), kTrue);
-    EXPECT_EQ(Eval("num >= 10"), kTrue);
-    EXPECT_EQ(Eval("num > 10"), kFalse);
-    EXPECT_EQ(Eval("num <= '10'"), kTrue);
-    EXPECT_EQ(Eval("'9' < num"), kTrue); // numeric, not string, ordering
-    // NaN on either side: every ordering is false.
-    EXPECT_EQ(Eval("b > 1"), kFalse);
-    EXPECT_EQ(Eval("b <= 1"), kFalse);
-    // A node is first turned into its string: missing or empty gives "" and thus NaN.
-    EXPECT_EQ(Eval("missing < 1"), kFalse);
-    EXPECT_EQ(Eval("empty >= 0"), kFalse);
-    EXPECT_EQ(Eval("missing != 0"), kTrue);
-    EXPECT_EQ(Eval("(1 = 1) > 0"), kTrue);
+    ExpectEval({
+        {"a < 2", kTrue}, {"num >= 10", kTrue}, {"num > 10", kFalse}, {"num <= '10'", kTrue},
+        {"'9' < num", kTrue}, // numeric, not string, ordering
+        // NaN on either side: every ordering is false.
+        {"b > 1", kFalse}, {"b <= 1", kFalse},
+        // A node is first turned into its string: missing or empty gives "" and thus NaN.
+        {"missing < 1", kFalse}, {"empty >= 0", kFalse}, {"missing != 0", kTrue}, {"(1 = 1) > 0", kTrue},
+    });
 }
 
 TEST_F(XPathEval, ResultConversionToBoolean)
 {
-    EXPECT_EQ(Eval("a"), kTrue);
-    EXPECT_EQ(Eval("missing"), kFalse);
-    EXPECT_EQ(Eval("empty"), kTrue); // a present node is true whatever its content
-    EXPECT_EQ(Eval("'x'"), kTrue);
-    EXPECT_EQ(Eval("''"), kFalse);
-    EXPECT_EQ(Eval("0"), kFalse);
-    EXPECT_EQ(Eval("0.0000000000000000001"), kFalse); // below epsilon counts as zero
-    EXPECT_EQ(Eval("0.5"), kTrue);
-    EXPECT_EQ(Eval(".5.3"), kFalse); // not a number: NaN
-    EXPECT_EQ(Eval("/"), kTrue);
+    ExpectEval({
+        {"a", kTrue}, {"missing", kFalse},
+        {"empty", kTrue}, // a present node is true whatever its content
+        {"'x'", kTrue}, {"''", kFalse}, {"0", kFalse},
+        {"0.0000000000000000001", kFalse}, // below epsilon counts as zero
+        {"0.5", kTrue},
+        {".5.3", kFalse}, // not a number: NaN
+        {"/", kTrue},
+    });
 }
 
 TEST_F(XPathEval, LocationPaths)
 {
     xmlNode *c = Child(top_, "c");
     xmlNode *d = Child(c, "d");
-    EXPECT_EQ(Eval("c/d = 'deep'"), kTrue);           // first match wins
-    EXPECT_EQ(Eval("c/d = 'later'"), kFalse);
-    EXPECT_EQ(Eval("c//d = 'deep'"), kTrue);          // "//" inside a path acts as "/"
-    EXPECT_EQ(Eval("./a = 1"), kTrue);
-    EXPECT_EQ(Eval("/top/a = 1"), kTrue);
-    EXPECT_EQ(Eval("/other/a = 2"), kTrue);
-    EXPECT_EQ(Eval("/top/missing/a"), kFalse);
-    EXPECT_EQ(EvalAt(d, "../../b = 'hello'"), kTrue);
-    EXPECT_EQ(EvalAt(d, ". = 'deep'"), kTrue);
-    EXPECT_EQ(EvalAt(d, "../d = 'deep'"), kTrue);
-    // ".." never climbs onto the root: from top it stays at top.
-    EXPECT_EQ(Eval("../a = 1"), kTrue);
-    EXPECT_EQ(Eval("../other"), kFalse);
-    // Prefixes are not compared, only local names.
-    EXPECT_EQ(Eval("x:c/y:d = 'deep'"), kTrue);
-    // "*" is taken as the literal name "*".
-    EXPECT_EQ(Eval("c/*"), kFalse);
-    // Predicates are skipped: the first list is taken.
-    EXPECT_EQ(Eval("list[name='x2']/v = 'first'"), kTrue);
-    // Only one predicate is skipped; a second "[" cannot start an operand.
-    EXPECT_EQ(Eval("list[name='x2'][1]/v = 'first'"), KZ_EINVAL);
-    // A trailing "/" is tolerated; "@" ends a path.
-    EXPECT_EQ(Eval("c/"), kTrue);
+    ExpectEval({
+        {"c/d = 'deep'", kTrue}, // first match wins
+        {"c/d = 'later'", kFalse},
+        {"c//d = 'deep'", kTrue}, // "//" inside a path acts as "/"
+        {"./a = 1", kTrue}, {"/top/a = 1", kTrue}, {"/other/a = 2", kTrue}, {"/top/missing/a", kFalse},
+    });
+    ExpectEval({{"../../b = 'hello'", kTrue}, {". = 'deep'", kTrue}, {"../d = 'deep'", kTrue}}, d);
+    ExpectEval({
+        // ".." never climbs onto the root: from top it stays at top.
+        {"../a = 1", kTrue}, {"../other", kFalse},
+        // Prefixes are not compared, only local names.
+        {"x:c/y:d = 'deep'", kTrue},
+        // "*" is taken as the literal name "*".
+        {"c/*", kFalse},
+        // Predicates are skipped: the first list is taken.
+        {"list[name='x2']/v = 'first'", kTrue},
+        // Only one predicate is skipped; a second "[" cannot start an operand.
+        {"list[name='x2'][1]/v = 'first'", KZ_EINVAL},
+        // A trailing "/" is tolerated; "@" ends a path.
+        {"c/", kTrue},
+    });
 }
 
 TEST_F(XPathEval, Functions)
 {
-    EXPECT_EQ(Eval("not(missing)"), kTrue);
-    EXPECT_EQ(Eval("not(empty)"), kFalse);
-    EXPECT_EQ(Eval("not(a = 2)"), kTrue);
-    EXPECT_EQ(Eval("not (not(a))"), kTrue);
-    EXPECT_EQ(Eval("not('')"), kTrue);
-    EXPECT_EQ(Eval("not(0) and not(missing)"), kTrue);
-    EXPECT_EQ(Eval("not(b = 'hello') or a = 1"), kTrue);
-    EXPECT_EQ(Eval("not(1 = 1, 1 = 2)"), KZ_EINVAL); // acts on the last argument, one object too many
-    EXPECT_EQ(Eval("not()"), KZ_EINVAL);
-    EXPECT_EQ(Eval("count(a) > 0"), KZ_XPATH_EUNKNOWNFUNC);
-    EXPECT_EQ(Eval("current()"), KZ_XPATH_EUNKNOWNFUNC);
-    EXPECT_EQ(Eval("boolean(a)"), KZ_XPATH_EUNKNOWNFUNC);
-    EXPECT_EQ(Eval("abcdefghijklmnopqrstu(a)"), KZ_XPATH_EUNKNOWNFUNC); // 21 characters
-    // derived-from argument checks that need no schema.
-    EXPECT_EQ(Eval("derived-from(a)"), KZ_XPATH_EFUNCARG);
-    EXPECT_EQ(Eval("derived-from('m:x')"), KZ_XPATH_EFUNCARG);
-    EXPECT_EQ(Eval("derived-from(missing, 'm:x')"), KZ_XPATH_EFUNCARG);
-    EXPECT_EQ(Eval("derived-from-or-self(a, 'm:x')"), KZ_XPATH_ENOSCHEMA);
+    ExpectEval({
+        {"not(missing)", kTrue}, {"not(empty)", kFalse}, {"not(a = 2)", kTrue}, {"not (not(a))", kTrue},
+        {"not('')", kTrue}, {"not(0) and not(missing)", kTrue}, {"not(b = 'hello') or a = 1", kTrue},
+        {"not(1 = 1, 1 = 2)", KZ_EINVAL}, // acts on the last argument, one object too many
+        {"not()", KZ_EINVAL}, {"count(a) > 0", KZ_XPATH_EUNKNOWNFUNC}, {"current()", KZ_XPATH_EUNKNOWNFUNC},
+        {"boolean(a)", KZ_XPATH_EUNKNOWNFUNC},
+        {"abcdefghijklmnopqrstu(a)", KZ_XPATH_EUNKNOWNFUNC}, // 21 characters
+        // derived-from argument checks that need no schema.
+        {"derived-from(a)", KZ_XPATH_EFUNCARG}, {"derived-from('m:x')", KZ_XPATH_EFUNCARG},
+        {"derived-from(missing, 'm:x')", KZ_XPATH_EFUNCARG}, {"derived-from-or-self(a, 'm:x')", KZ_XPATH_ENOSCHEMA},
+    });
     // A schema node that is no identityref leaf is rejected.
     KzsNode container{};
     container.kind = KZS_NODE_CONTAINER;
@@ -203,28 +187,16 @@ TEST_F(XPathEval, Functions)
 
 TEST_F(XPathEval, FailureStatuses)
 {
-    EXPECT_EQ(Eval("x + 1 > 2"), KZ_XPATH_ENOEVALFUNC);
-    EXPECT_EQ(Eval("a | b"), KZ_XPATH_ENOEVALFUNC);
-    EXPECT_EQ(Eval("a * 2 = 2"), KZ_XPATH_ENOEVALFUNC);
-    EXPECT_EQ(Eval("num div 2"), KZ_XPATH_ENOEVALFUNC);
-    EXPECT_EQ(Eval("-1"), KZ_XPATH_EPRIMARY);
-    EXPECT_EQ(Eval("a = -1"), KZ_XPATH_EPRIMARY);
-    EXPECT_EQ(Eval("(a"), KZ_XPATH_EPAREN);
-    EXPECT_EQ(Eval("a)"), KZ_XPATH_EPAREN);
-    EXPECT_EQ(Eval("a, b"), KZ_XPATH_EPAREN);
-    EXPECT_EQ(Eval("(a, b)"), KZ_XPATH_EPAREN);
-    EXPECT_EQ(Eval("not(a"), KZ_XPATH_EPAREN);
-    EXPECT_EQ(Eval("//a"), KZ_XPATH_EROOTDSLASH);
-    EXPECT_EQ(Eval("a[1"), KZ_XPATH_EPREDICATE);
-    EXPECT_EQ(Eval("$x"), KZ_XPATH_ETOKENIZE);
-    EXPECT_EQ(Eval("a = 'open"), KZ_XPATH_ETOKENIZE);
-    // Missing or surplus operands show up as malformed stack state.
-    EXPECT_EQ(Eval(""), KZ_EINVAL);
-    EXPECT_EQ(Eval("a ="), KZ_EINVAL);
-    EXPECT_EQ(Eval("= a"), KZ_EINVAL);
-    EXPECT_EQ(Eval("1 (2)"), KZ_EINVAL);
-    EXPECT_EQ(Eval("@a"), KZ_EINVAL);
-    EXPECT_EQ(Eval("a/@b"), KZ_EINVAL);
+    ExpectEval({
+        {"x + 1 > 2", KZ_XPATH_ENOEVALFUNC}, {"a | b", KZ_XPATH_ENOEVALFUNC}, {"a * 2 = 2", KZ_XPATH_ENOEVALFUNC},
+        {"num div 2", KZ_XPATH_ENOEVALFUNC}, {"-1", KZ_XPATH_EPRIMARY}, {"a = -1", KZ_XPATH_EPRIMARY},
+        {"(a", KZ_XPATH_EPAREN}, {"a)", KZ_XPATH_EPAREN}, {"a, b", KZ_XPATH_EPAREN}, {"(a, b)", KZ_XPATH_EPAREN},
+        {"not(a", KZ_XPATH_EPAREN}, {"//a", KZ_XPATH_EROOTDSLASH}, {"a[1", KZ_XPATH_EPREDICATE},
+        {"$x", KZ_XPATH_ETOKENIZE}, {"a = 'open", KZ_XPATH_ETOKENIZE},
+        // Missing or surplus operands show up as malformed stack state.
+        {"", KZ_EINVAL}, {"a =", KZ_EINVAL}, {"= a", KZ_EINVAL}, {"1 (2)", KZ_EINVAL}, {"@a", KZ_EINVAL},
+        {"a/@b", KZ_EINVAL},
+    });
     EXPECT_EQ(KZ_XPATH_EvalCondition(nullptr, top_, "a"), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_EvalCondition(root_, nullptr, "a"), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_EvalCondition(root_, top_, nullptr), KZ_EINVAL);

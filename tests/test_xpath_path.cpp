@@ -4,6 +4,7 @@
 #include <string>
 
 #include "runtime/kz_mem.h"
+#include "test_support.h"
 #include "schema/kzs_mod.h"
 #include "xpath/kz_xpath.h"
 
@@ -58,35 +59,30 @@ Split DoSplit(const char *path, uint32_t bufSize = 65)
 
 } // namespace
 
-TEST_F(XPathJsonForm, ModuleNameOnFirstStepAndWherePrefixChanges)
+TEST_F(XPathJsonForm, ModuleNameOnFirstStepWherePrefixChangesAndInPredicatesNot)
 {
-    EXPECT_EQ(Json("/my:a/my:b"), "/mymod:a/b");
-    EXPECT_EQ(Json("/my:a/ot:b/ot:c/my:d"), "/mymod:a/other-mod:b/c/mymod:d");
-    EXPECT_EQ(Json("/ot:a/b/th:c"), "/other-mod:a/b/third:c");
-    // A first step without prefix belongs to the module itself.
-    EXPECT_EQ(Json("/a/b"), "/mymod:a/b");
-    EXPECT_EQ(Json("a/ot:b"), "mymod:a/other-mod:b");
-    // A later step without prefix inherits, even after a prefixed one of another module.
-    EXPECT_EQ(Json("/ot:a/b/my:c/d"), "/other-mod:a/b/mymod:c/d");
-}
-
-TEST_F(XPathJsonForm, ParentStepsAndPredicates)
-{
-    EXPECT_EQ(Json("../x"), "../mymod:x");
-    EXPECT_EQ(Json("../../ot:x/ot:y"), "../../other-mod:x/y");
-    EXPECT_EQ(Json("/my:a/../ot:b"), "/mymod:a/../other-mod:b");
-    // Predicates are copied as written, prefixes inside them included.
-    EXPECT_EQ(Json("/my:a[my:k='1']/my:b"), "/mymod:a[my:k='1']/b");
-    EXPECT_EQ(Json("/ot:l[ot:k=current()/../x][ot:j='2']/ot:v"), "/other-mod:l[ot:k=current()/../x][ot:j='2']/v");
+    kztest::ExpectRows([this](const char *p) { return Json(p); }, {
+        {"/my:a/my:b", "/mymod:a/b"}, {"/my:a/ot:b/ot:c/my:d", "/mymod:a/other-mod:b/c/mymod:d"},
+        {"/ot:a/b/th:c", "/other-mod:a/b/third:c"},
+        // A first step without prefix belongs to the module itself.
+        {"/a/b", "/mymod:a/b"}, {"a/ot:b", "mymod:a/other-mod:b"},
+        // A later step without prefix inherits, even after a prefixed one of another module.
+        {"/ot:a/b/my:c/d", "/other-mod:a/b/mymod:c/d"},
+        // Parent steps.
+        {"../x", "../mymod:x"}, {"../../ot:x/ot:y", "../../other-mod:x/y"},
+        {"/my:a/../ot:b", "/mymod:a/../other-mod:b"},
+        // Predicates are copied as written, prefixes inside them included.
+        {"/my:a[my:k='1']/my:b", "/mymod:a[my:k='1']/b"},
+        {"/ot:l[ot:k=current()/../x][ot:j='2']/ot:v", "/other-mod:l[ot:k=current()/../x][ot:j='2']/v"},
+    });
 }
 
 TEST_F(XPathJsonForm, Failures)
 {
-    EXPECT_EQ(Json("/zz:a"), "<null>");        // unknown prefix
-    EXPECT_EQ(Json("/my:a/zz:b"), "<null>");
-    EXPECT_EQ(Json("/my:a b"), "<null>");      // bad character after a step
-    EXPECT_EQ(Json("/my:a[k='1'"), "<null>"); // predicate never closed
-    EXPECT_EQ(Json("current()/x"), "<null>");
+    // Unknown prefixes, a bad character after a step, a predicate never closed.
+    for (const char *bad : {"/zz:a", "/my:a/zz:b", "/my:a b", "/my:a[k='1'", "current()/x"}) {
+        EXPECT_EQ(Json(bad), "<null>") << bad;
+    }
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(nullptr, "/a"), nullptr);
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(&mod_, nullptr), nullptr);
     // The result must fit 3095 characters: "mymod:" adds 6 to the input.
@@ -126,13 +122,10 @@ TEST(XPathTargetSplit, SplitsAtTheLastModuleQualifiedStep)
 
 TEST(XPathTargetSplit, Failures)
 {
-    EXPECT_EQ(DoSplit("a:x").ret, KZ_EINVAL);       // reaches the start of the text
-    EXPECT_EQ(DoSplit("/x/y").ret, KZ_EINVAL);      // no module-qualified step
-    EXPECT_EQ(DoSplit("/a:x/b:").ret, KZ_EINVAL);
-    EXPECT_EQ(DoSplit("/a:x/:y").ret, KZ_EINVAL);
-    EXPECT_EQ(DoSplit("/a:x[k='1']").ret, KZ_EINVAL);
-    EXPECT_EQ(DoSplit("/a:x/p b:y").ret, KZ_EINVAL); // "module:" not preceded by "/"
-    EXPECT_EQ(DoSplit("").ret, KZ_EINVAL);
+    // Reaching the start of the text, no module-qualified step, "module:" not preceded by "/".
+    for (const char *bad : {"a:x", "/x/y", "/a:x/b:", "/a:x/:y", "/a:x[k='1']", "/a:x/p b:y", ""}) {
+        EXPECT_EQ(DoSplit(bad).ret, KZ_EINVAL) << bad;
+    }
     Split r = DoSplit("/abc:x", 3); // module name does not fit
     EXPECT_EQ(r.ret, KZ_EINVAL);
     EXPECT_EQ(r.head, "<null>");
