@@ -8,18 +8,17 @@
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace {
 
-class LoaderExamples : public ::testing::Test {
+class LoaderExamples : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
-        ASSERT_NE(ctx_, nullptr);
+        Reopen(KZ_CTX_OPT_LOAD_IMPORTS);
         ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, KORLA_SOURCE_DIR "/examples/yin"), 0u);
     }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
 
     std::string AllDiagnostics()
     {
@@ -35,8 +34,6 @@ protected:
         KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, module);
         return mod != nullptr ? KZS_MOD_GetNodeBySchemaNodeId(mod, nullptr, path) : nullptr;
     }
-
-    KzCtx *ctx_ = nullptr;
 };
 
 } // namespace

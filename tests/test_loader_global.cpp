@@ -9,6 +9,7 @@
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 using loadertest::Messages;
 using loadertest::Module;
@@ -21,26 +22,14 @@ const char *const kImportT =
     "  <import module=\"target\"><prefix value=\"t\"/></import>\n";
 const char *const kTNs = " xmlns:t=\"urn:test:target\"";
 
-class LoaderGlobal : public ::testing::Test {
+class LoaderGlobal : public kztest::CtxTest {
 protected:
-    void SetUp() override
-    {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
-    }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
-
     // Loads a module named g from memory; null when it is refused.
     KzMod *Load(const std::string &body, const std::string &extraNs = "")
     {
-        const std::string text = Module("g", body, "g", extraNs);
-        status_ = KZ_CTX_LoadMemory(ctx_, text.c_str());
-        return KZ_CTX_GetModuleByModName(ctx_, "g");
+        return LoadAs(Module("g", body, "g", extraNs), "g");
     }
     Names Msgs() { return Messages(ctx_, "g"); }
-
-    KzCtx *ctx_ = nullptr;
-    uint32_t status_ = 0;
 };
 
 // Filter that refuses one extension by name.
@@ -177,8 +166,7 @@ TEST_F(LoaderGlobal, AccessControlInstancesMarkTheSubtree)
 
 TEST_F(LoaderGlobal, DeviationRecords)
 {
-    KZ_CTX_Delete(ctx_);
-    ctx_ = KZ_CTX_Create(KZ_CTX_OPT_KEEP_UNITS);
+    Reopen(KZ_CTX_OPT_KEEP_UNITS);
     KzMod *mod = Load(std::string(kImportT) +
                           "  <deviation target-node=\"/t:system/t:mtu\">\n"
                           "    <deviate value=\"add\"><config value=\"false\"/><units name=\"octets\"/>"
@@ -230,8 +218,7 @@ TEST_F(LoaderGlobal, BadDeviations)
     EXPECT_EQ(Load(std::string(kImportT) + "  <deviation target-node=\"t:system\"/>\n", kTNs), nullptr);
     EXPECT_EQ(Msgs().at(0), "Failed to get value of statement \"deviation\".");
 
-    KZ_CTX_Delete(ctx_);
-    ctx_ = KZ_CTX_Create(0);
+    Reopen(0);
     EXPECT_EQ(Load(std::string(kImportT) +
                        "  <deviation target-node=\"/t:system\"><deviate value=\"change\"/></deviation>\n",
                    kTNs),
@@ -240,8 +227,7 @@ TEST_F(LoaderGlobal, BadDeviations)
     EXPECT_EQ(Msgs(), Names({"Failed to parse value \"change\" of statement \"deviate\".",
                              "Failed to parse \"deviation\" statement \"/t:system\"."}));
 
-    KZ_CTX_Delete(ctx_);
-    ctx_ = KZ_CTX_Create(0);
+    Reopen(0);
     EXPECT_EQ(Load(std::string(kImportT) +
                        "  <deviation target-node=\"/t:system\"><deviate value=\"replace\">"
                        "<config value=\"maybe\"/></deviate></deviation>\n",

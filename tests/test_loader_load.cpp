@@ -19,19 +19,14 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-class LoaderLoad : public ::testing::Test {
+class LoaderLoad : public kztest::CtxTest {
 protected:
     void Open(uint32_t flags)
     {
-        if (ctx_ != nullptr) {
-            KZ_CTX_Delete(ctx_);
-        }
-        ctx_ = KZ_CTX_Create(flags);
-        ASSERT_NE(ctx_, nullptr);
+        Reopen(flags);
         ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir_.Path().c_str()), 0u);
     }
     void SetUp() override { Open(0); }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
 
     KzMod *Mod(const char *name) { return KZ_CTX_GetModuleByModName(ctx_, name); }
 
@@ -45,7 +40,6 @@ protected:
     }
 
     ScratchDir dir_;
-    KzCtx *ctx_ = nullptr;
 };
 
 } // namespace

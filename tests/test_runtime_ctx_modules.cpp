@@ -9,6 +9,7 @@
 #include "runtime/kz_diag.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace {
 
@@ -41,19 +42,13 @@ uint32_t CollectDeps(const char *dep, uint32_t ordinal, void *arg)
     return 0;
 }
 
-class RuntimeCtxModules : public ::testing::Test {
+class RuntimeCtxModules : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(nullptr, ctx_);
+        CtxTest::SetUp();
         ASSERT_EQ(0u, KZ_CTX_LoadMemory(ctx_, kBase));
     }
-    void TearDown() override
-    {
-        KZ_CTX_Delete(ctx_);
-    }
-    KzCtx *ctx_ = nullptr;
 };
 
 }  // namespace

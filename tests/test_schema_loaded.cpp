@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "korla.h"
+#include "test_support.h"
 
 namespace {
 
@@ -30,21 +31,17 @@ const char *kModule = R"(<module xmlns="urn:ietf:params:xml:ns:yang:yin:1" name=
   <rpc name="reset"><input><leaf name="hard"><type name="boolean"/></leaf></input></rpc>
 </module>)";
 
-class SchemaLoaded : public ::testing::Test {
+class SchemaLoaded : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(KZ_CTX_OPT_KEEP_UNITS);
-        ASSERT_NE(ctx_, nullptr);
-        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), 0u);
-        mod_ = KZ_CTX_GetModuleByModName(ctx_, "sl");
+        Reopen(KZ_CTX_OPT_KEEP_UNITS);
+        mod_ = LoadAs(kModule, "sl");
         ASSERT_NE(mod_, nullptr);
     }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
 
     KzsNode *Find(const char *prefixedPath) { return KZ_MOD_GetNodeByPrefixedPath(mod_, nullptr, prefixedPath); }
 
-    KzCtx *ctx_ = nullptr;
     KzMod *mod_ = nullptr;
 };
 

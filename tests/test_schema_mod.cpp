@@ -6,41 +6,7 @@
 
 namespace {
 
-class SchemaMod : public SchemaTestBase {
-protected:
-    KzMod *mod = nullptr;
-    bool registered = false;
-
-    void SetUp() override
-    {
-        SchemaTestBase::SetUp();
-        mod = NewModule("a", "pa");
-    }
-
-    void TearDown() override
-    {
-        if (registered) {
-            KZ_CTX_DestroyModuleNode(ctx, mod);
-        } else {
-            KZS_MOD_Free(mod);
-        }
-        ExpectDictClean();
-        SchemaTestBase::TearDown();
-    }
-
-    void Register()
-    {
-        ASSERT_EQ(KZ_CTX_AddModuleNode(ctx, mod), KZ_OK);
-        registered = true;
-    }
-
-    KzsNode *Top(uint32_t kind, const char *name)
-    {
-        KzsNode *n = NewNode(mod, kind, name);
-        EXPECT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod, n), KZ_OK);
-        return n;
-    }
-};
+using SchemaMod = SchemaModTest;
 
 using SchemaModDefs = SchemaMod;
 

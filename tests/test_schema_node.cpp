@@ -6,30 +6,7 @@
 
 namespace {
 
-class SchemaNode : public SchemaTestBase {
-protected:
-    KzMod *mod = nullptr;
-
-    void SetUp() override
-    {
-        SchemaTestBase::SetUp();
-        mod = NewModule("a", "pa");
-    }
-
-    void TearDown() override
-    {
-        KZS_MOD_Free(mod);
-        ExpectDictClean();
-        SchemaTestBase::TearDown();
-    }
-
-    KzsNode *Top(uint32_t kind, const char *name)
-    {
-        KzsNode *n = NewNode(mod, kind, name);
-        EXPECT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod, n), KZ_OK);
-        return n;
-    }
-};
+using SchemaNode = SchemaModTest;
 
 using SchemaNodeFlags = SchemaNode;
 

@@ -13,6 +13,7 @@
 #include "runtime/kz_mem.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "test_support.h"
 
 namespace {
 
@@ -153,14 +154,8 @@ TEST(TypesValuesEnum, ExactNames)
 }
 
 /* Pattern bodies are made through the copy function, which compiles. */
-class TypesValuesPattern : public ::testing::Test {
+class TypesValuesPattern : public kztest::CtxTest {
 protected:
-    void SetUp() override
-    {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
-    }
-    void TearDown() override { KZ_CTX_Delete(ctx_); }
 
     KztConsDataPattern *Make(const char *pattern, uint32_t invert)
     {
@@ -173,8 +168,6 @@ protected:
         KztValCheckCtx chk = FreshChk();
         return KZT_CONS_ValidateValueNodeAgainstDataPattern(body, KZ_VAL_INPUT_STRING, v, &chk);
     }
-
-    KzCtx *ctx_ = nullptr;
 };
 
 TEST_F(TypesValuesPattern, CachedMatchesPerValueCompilation)
