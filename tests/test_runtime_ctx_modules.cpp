@@ -110,13 +110,7 @@ TEST_F(RuntimeCtxModules, AugmentingModulesAreListedAndFollowNotifications)
 
     KzsNode *top = KZ_CTX_GetTargetNode(ctx_, "/rt-base:top", nullptr);
     ASSERT_NE(nullptr, top);
-    auto childNames = [top] {
-        std::vector<std::string> names;
-        for (KzsNode *c = top->firstChild; c != nullptr; c = c->next) {
-            names.emplace_back(c->name);
-        }
-        return names;
-    };
+    auto childNames = [top] { return kztest::ChildNames(top); };
     EXPECT_EQ((std::vector<std::string>{"x", "y"}), childNames());
     KZ_CTX_NotifyModuleChange(ctx_, "rt-base", KZ_MOD_EVENT_UNCOUPLE, nullptr);
     EXPECT_EQ((std::vector<std::string>{"x"}), childNames());

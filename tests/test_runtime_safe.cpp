@@ -79,6 +79,4 @@ TEST(RuntimeMemGlobals, GuardArraysSurroundTheAllocatorState)
     EXPECT_LT(Addr(&g_kzMemHandle), Addr(&g_kzMemPt));
     EXPECT_LT(Addr(&g_kzMemPt), Addr(&g_kzMemFuncInit));
     EXPECT_LT(Addr(&g_kzMemFuncInit), Addr(g_kzSecondProtectArr));
-    EXPECT_EQ(16u, sizeof g_kzFirstProtectArr);
-    EXPECT_EQ(16u, sizeof g_kzSecondProtectArr);
 }
