@@ -100,7 +100,8 @@ TEST_F(TypesValuesModule, ValueChecksAlongTypedefChains)
         /* narrow: pct 0..100 refined to 10..20; the built-in bounds are always checked. */
         {"narrow", "15", 0}, {"narrow", "50", kRange}, {"narrow", "5", kRange}, {"narrow", "4294967296", kRange},
         /* min..20 takes its "min" from pct, whose range is checked as well. */
-        {"upto20", "0", 0}, {"upto20", "20", 0}, {"upto20", "21", kRange}, {"upto20", "-1", kRange},
+        {"upto20", "0", 0}, {"upto20", "20", 0}, {"upto20", "21", kRange}, {"upto20", "50", kRange},
+        {"upto20", "-1", kRange}, {"upto20", "2147483648", kRange},
         /* A typedef without a range of its own keeps its parent's. */
         {"plain", "100", 0}, {"plain", "101", kRange},
         /* decimal64 with two fraction digits over -1.5..12.34 | 100 */
