@@ -12,6 +12,7 @@
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "test_support.h"
 
 namespace {
 
@@ -39,12 +40,11 @@ uint32_t failing(const char *, uint32_t, void *)
 }
 
 // Builds modules and nodes by hand so the printer is tested without the loader.
-class PrintTree : public ::testing::Test {
+class PrintTree : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
+        CtxTest::SetUp();
         mod_ = newModule("m");
     }
     void TearDown() override
@@ -52,7 +52,7 @@ protected:
         for (KzMod *m : mods_) {
             KZS_MOD_Free(m);
         }
-        KZ_CTX_Delete(ctx_);
+        CtxTest::TearDown();
     }
 
     KzMod *newModule(const char *name)
@@ -93,7 +93,6 @@ protected:
         return out.all();
     }
 
-    KzCtx *ctx_ = nullptr;
     KzMod *mod_ = nullptr;
     std::vector<KzMod *> mods_;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "runtime/kz_diag.h"
+#include "test_support.h"
 
 namespace {
 
@@ -35,24 +36,14 @@ uint32_t Gather(const char *module, const char *file, uint32_t level, const char
     return 0;
 }
 
-class RuntimeDiag : public ::testing::Test {
+class RuntimeDiag : public kztest::CtxTest {
 protected:
-    void SetUp() override
-    {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(nullptr, ctx_);
-    }
-    void TearDown() override
-    {
-        KZ_CTX_Delete(ctx_);
-    }
     std::vector<Rec> Scan()
     {
         std::vector<Rec> out;
         EXPECT_EQ(0u, KZ_CTX_ScanAllSchemaLoadFail(ctx_, Gather, &out));
         return out;
     }
-    KzCtx *ctx_ = nullptr;
 };
 
 }  // namespace

@@ -188,31 +188,29 @@ TEST_F(TypesRangeLoad, MinAndMaxOfEveryIntegerWidth)
 
 TEST_F(TypesRangeLoad, NarrowingIsNotRejected)
 {
-    std::vector<Bounds> b;
-    // Unsigned bounds beyond a signed width leave the segment at zero.
-    ASSERT_EQ(Load("int8", "0..200", &b), 0u);
-    EXPECT_EQ(b[0].start, 0);
-    EXPECT_EQ(b[0].end, 0);
-    b.clear();
-    ASSERT_EQ(Load("int64", "0..9223372036854775808", &b), 0u);
-    EXPECT_EQ(b[0].end, 0);
-    b.clear();
-    // Signed bounds and unsigned widths narrow without a check.
-    ASSERT_EQ(Load("int8", "-200..5", &b), 0u);
-    EXPECT_EQ(b[0].start, 56);
-    b.clear();
-    ASSERT_EQ(Load("uint8", "0..300", &b), 0u);
-    EXPECT_EQ(b[0].end, 44);
-    b.clear();
-    ASSERT_EQ(Load("int16", "min", &b), 0u);
-    EXPECT_EQ(b[0].start, -32768);
-    EXPECT_EQ(b[0].end, -32768);
-    b.clear();
-    ASSERT_EQ(Load("int8", "0..127|min", &b), 0u);
-    EXPECT_EQ(b[1].end, -128);
-    b.clear();
-    ASSERT_EQ(Load("uint64", "5..18446744073709551615", &b), 0u);
-    EXPECT_EQ(static_cast<uint64_t>(b[0].end), UINT64_MAX);
+    struct Row {
+        const char *type;
+        const char *range;
+        size_t part;
+        bool start; // which end of the part is checked
+        int64_t value;
+    };
+    const Row rows[] = {
+        // Unsigned bounds beyond a signed width leave the segment at zero.
+        {"int8", "0..200", 0, true, 0}, {"int8", "0..200", 0, false, 0},
+        {"int64", "0..9223372036854775808", 0, false, 0},
+        // Signed bounds and unsigned widths narrow without a check.
+        {"int8", "-200..5", 0, true, 56}, {"uint8", "0..300", 0, false, 44},
+        {"int16", "min", 0, true, -32768}, {"int16", "min", 0, false, -32768},
+        {"int8", "0..127|min", 1, false, -128},
+        {"uint64", "5..18446744073709551615", 0, false, static_cast<int64_t>(UINT64_MAX)},
+    };
+    for (const Row &r : rows) {
+        std::vector<Bounds> b;
+        ASSERT_EQ(Load(r.type, r.range, &b), 0u) << r.type << " " << r.range;
+        ASSERT_GT(b.size(), r.part);
+        EXPECT_EQ(r.start ? b[r.part].start : b[r.part].end, r.value) << r.type << " " << r.range;
+    }
 }
 
 TEST_F(TypesRangeLoad, RangesThatFailToLoad)

@@ -10,6 +10,7 @@
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
+#include "test_support.h"
 
 namespace {
 
@@ -26,14 +27,12 @@ const char *const kModule =
     "</container>"
     "</module>";
 
-class XPathIdentity : public ::testing::Test {
+class XPathIdentity : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
-        ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, kModule), KZ_OK);
-        KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "idm");
+        CtxTest::SetUp();
+        KzMod *mod = LoadAs(kModule, "idm");
         ASSERT_NE(mod, nullptr);
         top_ = mod->dataNodes;
         ASSERT_NE(top_, nullptr);
@@ -41,24 +40,13 @@ protected:
         ASSERT_NE(leaf_, nullptr);
         ASSERT_STREQ(leaf_->name, "type");
     }
-    void TearDown() override
-    {
-        if (doc_ != nullptr) {
-            xmlFreeDoc(doc_);
-        }
-        KZ_CTX_Delete(ctx_);
-    }
 
     // Parses an instance <top> holding the given <type> element and binds it.
     xmlNode *Instance(const char *typeElem)
     {
-        std::string text = std::string("<top xmlns=\"urn:idm\" xmlns:x=\"urn:idm\">") + typeElem +
-                           "<label>l</label></top>";
-        if (doc_ != nullptr) {
-            xmlFreeDoc(doc_);
-        }
-        doc_ = xmlReadMemory(text.c_str(), static_cast<int>(text.size()), nullptr, nullptr, XML_PARSE_NOBLANKS);
-        xmlNode *top = xmlDocGetRootElement(doc_);
+        doc_ = kztest::ParseXml(std::string("<top xmlns=\"urn:idm\" xmlns:x=\"urn:idm\">") + typeElem +
+                                "<label>l</label></top>");
+        xmlNode *top = xmlDocGetRootElement(doc_.get());
         top->_private = top_;
         top->children->_private = leaf_;
         top->children->next->_private = leaf_->next;
@@ -71,10 +59,9 @@ protected:
         return KZ_XPATH_EvalCondition(top, top, expr);
     }
 
-    KzCtx *ctx_ = nullptr;
     KzsNode *top_ = nullptr;
     KzsNode *leaf_ = nullptr;
-    xmlDoc *doc_ = nullptr;
+    kztest::DocPtr doc_;
 };
 
 } // namespace
