@@ -803,6 +803,83 @@ uint32_t ReplUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
     return 0;
 }
 
+/* One sub-statement kind of a deviate: whether the deviate carries it, how it
+ * changes the target, and the message when that fails. */
+struct DeviateStep {
+    bool (*present)(const KzsDeviate *dvt);
+    uint32_t (*apply)(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target);
+    const char *failure;
+};
+
+bool HasDefaults(const KzsDeviate *dvt)
+{
+    return dvt->defaultCount != 0 && dvt->defaults != nullptr;
+}
+
+/* Delete takes its defaults step when either the count or the array is set,
+ * where add and replace want both. */
+bool MentionsDefaults(const KzsDeviate *dvt)
+{
+    return dvt->defaultCount != 0 || dvt->defaults != nullptr;
+}
+
+bool HasMusts(const KzsDeviate *dvt)
+{
+    return dvt->mustCount != 0 && dvt->musts != nullptr;
+}
+
+bool HasUnits(const KzsDeviate *dvt)
+{
+    return dvt->units != nullptr;
+}
+
+bool HasExtInsts(const KzsDeviate *dvt)
+{
+    return dvt->extInstCount != 0 && dvt->extInsts != nullptr;
+}
+
+bool HasType(const KzsDeviate *dvt)
+{
+    return dvt->type != nullptr;
+}
+
+constexpr DeviateStep kAddSteps[] = {
+    {HasDefaults, AddDefaults, "Failed to add default statements to node \"%s\"."},
+    {HasMusts, AddMusts, "Failed to add must statements to node \"%s\"."},
+    {HasUnits, AddUnits, "Failed to add units statement to node \"%s\"."},
+    {HasExtInsts, AddExtInsts, "Failed to deviate-add extension-instance to node \"%s\"."},
+};
+
+constexpr DeviateStep kDelSteps[] = {
+    {MentionsDefaults, DelDefaults, "Failed to delete default from node \"%s\"."},
+    {HasMusts, DelMusts, "Failed to delete must from node \"%s\"."},
+    {HasUnits, DelUnits, "Failed to delete units from node \"%s\"."},
+    {HasExtInsts, DelExtInsts, "Failed to delete extension-instance to node \"%s\"."},
+};
+
+constexpr DeviateStep kReplSteps[] = {
+    {HasDefaults, ReplDefaults, "Failed to replace default of node \"%s\"."},
+    {HasType, ReplType, "Failed to replace type of node \"%s\"."},
+    {HasUnits, ReplUnits, "Failed to replace units of node \"%s\"."},
+};
+
+/* Applies the steps the deviate carries, in order; the first failure is logged and ends the run. */
+template <size_t N>
+uint32_t RunDeviateSteps(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target, const DeviateStep (&steps)[N])
+{
+    for (const DeviateStep &step : steps) {
+        if (!step.present(dvt)) {
+            continue;
+        }
+        uint32_t ret = step.apply(mod, undo, dvt, target);
+        if (ret != 0) {
+            Log(mod, step.failure, target);
+            return ret;
+        }
+    }
+    return 0;
+}
+
 constexpr KzsCoupleDeviateFunc kDeviateFuncs[] = {
     nullptr,
     KZS_MOD_CoupleDevAdd,
@@ -926,44 +1003,14 @@ uint32_t KZS_MOD_CoupleDevAdd(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, Kz
     if (mod == nullptr || mod->ctx == nullptr || dev == nullptr || dvt == nullptr || target == nullptr) {
         return KZ_EINVAL;
     }
-    DevUndo *undo = UndoOf(dev);
-    uint32_t ret;
     if ((dvt->flags & (CONFIG_BITS | MANDATORY_BITS)) != 0) {
-        ret = KZS_MOD_CoupleDevAddFlag(mod, dev, dvt, target);
+        uint32_t ret = KZS_MOD_CoupleDevAddFlag(mod, dev, dvt, target);
         if (ret != 0) {
             Log(mod, "Failed to add config or mandatory to node \"%s\".", target);
             return ret;
         }
     }
-    if (dvt->defaultCount != 0 && dvt->defaults != nullptr) {
-        ret = AddDefaults(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to add default statements to node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->mustCount != 0 && dvt->musts != nullptr) {
-        ret = AddMusts(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to add must statements to node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->units != nullptr) {
-        ret = AddUnits(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to add units statement to node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->extInstCount != 0 && dvt->extInsts != nullptr) {
-        ret = AddExtInsts(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to deviate-add extension-instance to node \"%s\".", target);
-            return ret;
-        }
-    }
-    return 0;
+    return RunDeviateSteps(mod, UndoOf(dev), dvt, target, kAddSteps);
 }
 
 uint32_t KZS_MOD_CoupleDevDel(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, KzsNode *target)
@@ -971,37 +1018,7 @@ uint32_t KZS_MOD_CoupleDevDel(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, Kz
     if (mod == nullptr || mod->ctx == nullptr || dev == nullptr || dvt == nullptr || target == nullptr) {
         return KZ_EINVAL;
     }
-    DevUndo *undo = UndoOf(dev);
-    uint32_t ret;
-    if (dvt->defaultCount != 0 || dvt->defaults != nullptr) {
-        ret = DelDefaults(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to delete default from node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->mustCount != 0 && dvt->musts != nullptr) {
-        ret = DelMusts(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to delete must from node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->units != nullptr) {
-        ret = DelUnits(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to delete units from node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->extInstCount != 0 && dvt->extInsts != nullptr) {
-        ret = DelExtInsts(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to delete extension-instance to node \"%s\".", target);
-            return ret;
-        }
-    }
-    return 0;
+    return RunDeviateSteps(mod, UndoOf(dev), dvt, target, kDelSteps);
 }
 
 uint32_t KZS_MOD_CoupleDevRepl(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, KzsNode *target)
@@ -1009,33 +1026,11 @@ uint32_t KZS_MOD_CoupleDevRepl(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, K
     if (mod == nullptr || mod->ctx == nullptr || dev == nullptr || dvt == nullptr || target == nullptr) {
         return KZ_EINVAL;
     }
-    DevUndo *undo = UndoOf(dev);
     uint32_t ret = KZS_MOD_CoupleDevReplFlag(mod, dev, dvt, target);
     if (ret != 0) {
         return ret;
     }
-    if (dvt->defaultCount != 0 && dvt->defaults != nullptr) {
-        ret = ReplDefaults(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to replace default of node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->type != nullptr) {
-        ret = ReplType(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to replace type of node \"%s\".", target);
-            return ret;
-        }
-    }
-    if (dvt->units != nullptr) {
-        ret = ReplUnits(mod, undo, dvt, target);
-        if (ret != 0) {
-            Log(mod, "Failed to replace units of node \"%s\".", target);
-            return ret;
-        }
-    }
-    return 0;
+    return RunDeviateSteps(mod, UndoOf(dev), dvt, target, kReplSteps);
 }
 
 uint32_t KZS_MOD_RemoveAllModAugmentStartsWithDeviationPath(KzMod *mod, const char *path)
