@@ -2,6 +2,7 @@
 #ifndef KZS_COUPLE_INT_H
 #define KZS_COUPLE_INT_H
 
+#include <cstring>
 #include <vector>
 
 #include "couple/kzs_couple.h"
@@ -12,6 +13,24 @@ constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = 65u;
 /* Module named by the last module-qualified step of a JSON path; 0 with a
  * non-empty name, else 22 (or the splitter's status). */
 uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF]);
+
+/* Equal texts, two nulls included (interned strings usually match by address). */
+inline bool kzs_couple_same_text(const char *a, const char *b)
+{
+    return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
+}
+
+/* Next node of a pre-order walk of the subtree at root, or null. */
+inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
+{
+    if (node->firstChild != nullptr) {
+        return node->firstChild;
+    }
+    while (node != root && node->next == nullptr) {
+        node = node->parent;
+    }
+    return node == root ? nullptr : node->next;
+}
 
 /* Whether child lies in the moved range first..last of a coupled augment. */
 bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child);

@@ -94,25 +94,13 @@ UndoEntry *PushEntry(DevUndo *undo, uint32_t kind, KzsNode *node)
     return e;
 }
 
-// Next node of a pre-order walk of the subtree at root, or null.
-KzsNode *NextInSubtree(KzsNode *root, KzsNode *node)
-{
-    if (node->firstChild != nullptr) {
-        return node->firstChild;
-    }
-    while (node != root && node->next == nullptr) {
-        node = node->parent;
-    }
-    return node == root ? nullptr : node->next;
-}
-
 // Flags of the subtree's nodes that belong to the root's module: flag
 // inheritance may change any of them.  Nodes of other modules (moved in by
 // augments) may be gone by the time the deviation is undone, so they are not
 // recorded.
 uint32_t SaveSubtreeFlags(DevUndo *undo, KzsNode *root)
 {
-    for (KzsNode *n = root; n != nullptr; n = NextInSubtree(root, n)) {
+    for (KzsNode *n = root; n != nullptr; n = kzs_couple_next_in_subtree(root, n)) {
         if (n->module != root->module) {
             continue;
         }
@@ -251,7 +239,7 @@ void RelinkAfter(KzsNode *parent, KzsNode **topHead, KzsNode *prev, KzsNode *nod
 
 void SetOwner(KzsNode *root, KzMod *mod)
 {
-    for (KzsNode *n = root; n != nullptr; n = NextInSubtree(root, n)) {
+    for (KzsNode *n = root; n != nullptr; n = kzs_couple_next_in_subtree(root, n)) {
         n->module = mod;
     }
 }
@@ -395,11 +383,6 @@ void Log(KzMod *mod, const char *format, const KzsNode *target)
     KZ_CTX_AddModError(mod->ctx, mod->name, format, target->name);
 }
 
-bool SameText(const char *a, const char *b)
-{
-    return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
-}
-
 } // namespace
 
 // Couples again what depended on the nodes a rolled-back not-supported put
@@ -483,7 +466,7 @@ uint32_t AddDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
         for (uint16_t i = 0; i < dvt->defaultCount; i++) {
             for (uint32_t j = 0; j < info->defaultCount; j++) {
-                if (SameText(dvt->defaults[i], info->defaults[j])) {
+                if (kzs_couple_same_text(dvt->defaults[i], info->defaults[j])) {
                     Log(mod, "Failed to add default to node \"%s\", because this value already exists.", target);
                     return KZ_ERR;
                 }
@@ -586,7 +569,7 @@ uint32_t DelDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
                 target);
             return KZ_ERR;
         }
-        if (dvt->defaultCount == 1 && !SameText(*slot, dvt->defaults[0])) {
+        if (dvt->defaultCount == 1 && !kzs_couple_same_text(*slot, dvt->defaults[0])) {
             Log(mod,
                 leaf ? "Failed to find default value to be deleted in leaf node \"%s\"."
                      : "Failed to find default value to be deleted in choice node \"%s\".",
@@ -619,7 +602,7 @@ uint32_t DelDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
                 return KZ_ERR;
             }
             uint32_t j = 0;
-            while (j < capacity && !(info->defaults[j] != nullptr && SameText(info->defaults[j], dvt->defaults[i]))) {
+            while (j < capacity && !(info->defaults[j] != nullptr && kzs_couple_same_text(info->defaults[j], dvt->defaults[i]))) {
                 j++;
             }
             if (j == capacity) {
@@ -647,7 +630,7 @@ uint32_t DelMusts(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
     for (uint16_t i = 0; i < dvt->mustCount; i++) {
         uint16_t j = 0;
         while (j < capacity &&
-               !(target->musts[j].cond != nullptr && SameText(target->musts[j].cond, dvt->musts[i].cond))) {
+               !(target->musts[j].cond != nullptr && kzs_couple_same_text(target->musts[j].cond, dvt->musts[i].cond))) {
             j++;
         }
         if (j == capacity) {
@@ -662,7 +645,7 @@ uint32_t DelMusts(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
 uint32_t DelUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
 {
     const char **slot = UnitsSlot(target);
-    if (slot == nullptr || *slot == nullptr || !SameText(*slot, dvt->units)) {
+    if (slot == nullptr || *slot == nullptr || !kzs_couple_same_text(*slot, dvt->units)) {
         Log(mod, "Failed to delete units from node \"%s\", because it doesn't have units or the target units.", target);
         return KZ_ERR;
     }
@@ -719,7 +702,7 @@ uint32_t ReplDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *targe
                 target);
             return KZ_ERR;
         }
-        if (SameText(*slot, dvt->defaults[0])) {
+        if (kzs_couple_same_text(*slot, dvt->defaults[0])) {
             return 0;
         }
         const char *value = KZ_DICT_Insert(dict, dvt->defaults[0]);
@@ -787,7 +770,7 @@ uint32_t ReplUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
     if (slot == nullptr || *slot == nullptr) {
         return KZ_ERR;
     }
-    if (SameText(*slot, dvt->units)) {
+    if (kzs_couple_same_text(*slot, dvt->units)) {
         return 0;
     }
     const char *value = KZ_DICT_Insert(Dict(mod), dvt->units);
@@ -1325,7 +1308,7 @@ uint32_t KZS_MOD_CheckTwoDeviationSame(const KzsDeviation *a, const KzsDeviation
     if (a == nullptr || b == nullptr) {
         return 0;
     }
-    return SameText(a->target, b->target) ? 1 : 0;
+    return kzs_couple_same_text(a->target, b->target) ? 1 : 0;
 }
 
 uint32_t KZS_MOD_CoupleDeviationFromDepMods(KzCtx *ctx, const char *modName, const char *depModName, void *arg)

@@ -17,25 +17,9 @@ KzDict *Dict(KzMod *mod)
     return &mod->ctx->dict;
 }
 
-bool SameText(const char *a, const char *b)
-{
-    return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
-}
-
 bool IsCoupledAugment(const KzsNode *node)
 {
     return node->kind == KZS_NODE_AUGMENT && (node->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0;
-}
-
-KzsNode *NextInSubtree(KzsNode *root, KzsNode *node)
-{
-    if (node->firstChild != nullptr) {
-        return node->firstChild;
-    }
-    while (node != root && node->next == nullptr) {
-        node = node->parent;
-    }
-    return node == root ? nullptr : node->next;
 }
 
 void ClearDeviate(KzDict *dict, KzsDeviate *d)
@@ -121,7 +105,7 @@ uint32_t KZS_MOD_MergeNonNodeMemberImport(KzMod *dst, KzMod *src)
                                    imp->modName, imp->prefix);
                 return ret;
             }
-        } else if (!SameText(found->modName, imp->modName)) {
+        } else if (!kzs_couple_same_text(found->modName, imp->modName)) {
             KZ_CTX_AddModError(dst->ctx, dst->name,
                                "The import module name \"%s\" corresponding to the prefix \"%s\" is different from the "
                                "existing module name \"%s\".",
@@ -376,7 +360,7 @@ uint32_t KZS_NODE_CompareTwoTreeNodeSelfData(const KzsNode *dstNode, const KzsNo
     if (dstNode == nullptr || srcNode == nullptr) {
         return KZS_NODE_DIFF_OTHER;
     }
-    if (!SameText(dstNode->name, srcNode->name)) {
+    if (!kzs_couple_same_text(dstNode->name, srcNode->name)) {
         return KZS_NODE_DIFF_NAME;
     }
     // A registered module's augments are coupled while a fresh source's are
@@ -402,7 +386,7 @@ void KZS_NODE_RefreshNodeTreeToNyMod(KzsNode *root, KzMod *mod)
     if (root == nullptr) {
         return;
     }
-    for (KzsNode *n = root; n != nullptr; n = NextInSubtree(root, n)) {
+    for (KzsNode *n = root; n != nullptr; n = kzs_couple_next_in_subtree(root, n)) {
         n->module = mod;
         if ((n->kind == KZS_NODE_LEAF || n->kind == KZS_NODE_LEAFLIST) && n->schemaInfo != nullptr && mod != nullptr) {
             (void)KZT_TYPE_UpdateRealTypeDerivedFrom(static_cast<KztRealType *>(n->schemaInfo), mod);
