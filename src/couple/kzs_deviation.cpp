@@ -184,21 +184,15 @@ const char **UnitsSlot(KzsNode *node)
     return nullptr;
 }
 
+// Top-level chain a detached node goes back to; kinds never at the top
+// fall back to the data nodes.
 KzsNode **TopHead(KzMod *mod, uint32_t kind)
 {
     if (mod == nullptr) {
         return nullptr;
     }
-    switch (kind) {
-    case KZS_NODE_RPC:
-        return &mod->rpcs;
-    case KZS_NODE_NOTIF:
-        return &mod->notifs;
-    case KZS_NODE_AUGMENT:
-        return &mod->augments;
-    default:
-        return &mod->dataNodes;
-    }
+    KzsNode **head = kzs_mod_top_chain(mod, kind);
+    return head != nullptr ? head : &mod->dataNodes;
 }
 
 bool InChain(KzsNode *first, const KzsNode *node)

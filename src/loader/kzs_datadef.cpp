@@ -8,6 +8,7 @@
 #include "runtime/kz_diag.h"
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
+#include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_type.h"
 #include "xpath/kz_xpath.h"
@@ -106,34 +107,12 @@ uint32_t FailNode(KzMod *mod, KzsNode *node, uint32_t stmt, uint32_t ret)
     return ret;
 }
 
-int TopChainIndex(uint32_t kind)
-{
-    switch (kind) {
-    case KZS_NODE_CONTAINER:
-    case KZS_NODE_LEAF:
-    case KZS_NODE_LEAFLIST:
-    case KZS_NODE_LIST:
-    case KZS_NODE_CHOICE:
-    case KZS_NODE_ANYDATA:
-    case KZS_NODE_ANYXML:
-        return 0;
-    case KZS_NODE_RPC:
-        return 1;
-    case KZS_NODE_NOTIF:
-        return 2;
-    case KZS_NODE_AUGMENT:
-        return 3;
-    default:
-        return -1;
-    }
-}
-
 /* Appends a top-level node after the last one this body appended to its
  * chain; the first append of a body goes through the module record, which
  * finds the end of whatever the chain already holds. */
 uint32_t AppendTopNode(KzMod *mod, KzsNode *node, KzsTopNodeTails *tails)
 {
-    const int index = TopChainIndex(node->kind);
+    const int32_t index = kzs_mod_top_chain_index(node->kind);
     if (index < 0 || tails->tails[index] == nullptr) {
         uint32_t ret = KZS_MOD_AddTopNodeToSchemaTree(mod, node);
         if (ret == KZ_OK && index >= 0) {

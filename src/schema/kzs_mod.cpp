@@ -17,27 +17,8 @@ void FreeChain(KzsNode *&head)
     head = nullptr;
 }
 
-KzsNode **ChainFor(KzMod *mod, uint32_t kind)
-{
-    switch (kind) {
-        case KZS_NODE_CONTAINER:
-        case KZS_NODE_LEAF:
-        case KZS_NODE_LEAFLIST:
-        case KZS_NODE_LIST:
-        case KZS_NODE_CHOICE:
-        case KZS_NODE_ANYDATA:
-        case KZS_NODE_ANYXML:
-            return &mod->dataNodes;
-        case KZS_NODE_RPC:
-            return &mod->rpcs;
-        case KZS_NODE_NOTIF:
-            return &mod->notifs;
-        case KZS_NODE_AUGMENT:
-            return &mod->augments;
-        default:
-            return nullptr;
-    }
-}
+/* In the order of kzs_mod_top_chain_index. */
+constexpr KzsNode *KzMod::*kTopChains[] = {&KzMod::dataNodes, &KzMod::rpcs, &KzMod::notifs, &KzMod::augments};
 
 KzsNode *FindInChain(KzsNode *head, const char *name)
 {
@@ -96,6 +77,34 @@ void KZS_MOD_DestroyNonNodeMember(KzMod *mod)
     mod->typedefCount = 0;
 }
 
+int32_t kzs_mod_top_chain_index(uint32_t kind)
+{
+    switch (kind) {
+        case KZS_NODE_CONTAINER:
+        case KZS_NODE_LEAF:
+        case KZS_NODE_LEAFLIST:
+        case KZS_NODE_LIST:
+        case KZS_NODE_CHOICE:
+        case KZS_NODE_ANYDATA:
+        case KZS_NODE_ANYXML:
+            return 0;
+        case KZS_NODE_RPC:
+            return 1;
+        case KZS_NODE_NOTIF:
+            return 2;
+        case KZS_NODE_AUGMENT:
+            return 3;
+        default:
+            return -1;
+    }
+}
+
+KzsNode **kzs_mod_top_chain(KzMod *mod, uint32_t kind)
+{
+    const int32_t index = kzs_mod_top_chain_index(kind);
+    return index < 0 ? nullptr : &(mod->*kTopChains[index]);
+}
+
 void KZS_MOD_DestroyNodeMember(KzMod *mod)
 {
     if (mod == nullptr) {
@@ -122,7 +131,7 @@ uint32_t KZS_MOD_AddTopNodeToSchemaTree(KzMod *mod, KzsNode *node)
     if (mod == nullptr || node == nullptr) {
         return KZ_EINVAL;
     }
-    KzsNode **head = ChainFor(mod, node->kind);
+    KzsNode **head = kzs_mod_top_chain(mod, node->kind);
     if (head == nullptr) {
         return KZ_EINVAL;
     }
