@@ -44,6 +44,43 @@ SubParseElem Array(uint32_t stmt, void *arrayPtr, uint16_t *fillIndex, uint16_t 
     return SubParseElem {stmt, arrayPtr, fillIndex, count, elemSize, KZS_SUB_FLAG_ARRAY};
 }
 
+/* Capacities the framework grows the deviate's arrays to while parsing. */
+struct DeviateArraySizes {
+    uint16_t must = 0;
+    uint16_t dflt = 0;
+    uint16_t extInst = 0;
+    uint16_t type = 0;
+};
+
+SubParseElem Musts(KzsDeviate *deviate, DeviateArraySizes *sizes)
+{
+    return Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &sizes->must, sizeof(KzsMust));
+}
+
+SubParseElem Defaults(KzsDeviate *deviate, DeviateArraySizes *sizes)
+{
+    return Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &sizes->dflt, sizeof(const char *));
+}
+
+SubParseElem ExtInsts(KzsDeviate *deviate, DeviateArraySizes *sizes)
+{
+    return Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &sizes->extInst,
+                 sizeof(KzsExtInst));
+}
+
+/* Parses the deviate's sub-statements; the config and mandatory bits collected
+ * in *flags (add and replace) are stored only once every one succeeded. */
+template <uint32_t N>
+uint32_t ParseDeviateBody(KzMod *mod, xmlNode *elem, SubParseElem (&elems)[N], const uint32_t *flags,
+                          KzsDeviate *deviate)
+{
+    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, N);
+    if (ret == KZ_OK && flags != nullptr) {
+        deviate->flags = static_cast<uint16_t>(*flags);
+    }
+    return ret;
+}
+
 } /* namespace */
 
 extern "C" {
@@ -73,24 +110,17 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateAdd(KzMod *mod, xmlNode *elem, KzsDeviate
     if (mod == nullptr || elem == nullptr || deviate == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t flags = 0; /* stored only once every sub-statement succeeded */
-    uint16_t mustSize = 0;
-    uint16_t defaultSize = 0;
-    uint16_t extInstSize = 0;
+    uint32_t flags = 0;
+    DeviateArraySizes sizes;
     SubParseElem elems[] = {
         Once(KZS_STMT_CONFIG, &flags),
         Once(KZS_STMT_MANDATORY, &flags),
         Once(KZS_STMT_UNITS, &deviate->units),
-        Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &mustSize, sizeof(KzsMust)),
-        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
-        Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &extInstSize,
-              sizeof(KzsExtInst)),
+        Musts(deviate, &sizes),
+        Defaults(deviate, &sizes),
+        ExtInsts(deviate, &sizes),
     };
-    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 6);
-    if (ret == KZ_OK) {
-        deviate->flags = static_cast<uint16_t>(flags);
-    }
-    return ret;
+    return ParseDeviateBody(mod, elem, elems, &flags, deviate);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDeviate *deviate)
@@ -100,22 +130,17 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDev
     }
     uint32_t flags = 0;
     uint16_t typeFill = 0;
-    uint16_t typeSize = 0;
-    uint16_t defaultSize = 0;
-    SubParseElem typeElem = Array(KZS_STMT_TYPE, &deviate->type, &typeFill, &typeSize, sizeof(KztRealType));
+    DeviateArraySizes sizes;
+    SubParseElem typeElem = Array(KZS_STMT_TYPE, &deviate->type, &typeFill, &sizes.type, sizeof(KztRealType));
     typeElem.flags |= KZS_SUB_FLAG_UNIQUE;
     SubParseElem elems[] = {
         Once(KZS_STMT_CONFIG, &flags),
         Once(KZS_STMT_MANDATORY, &flags),
         typeElem,
         Once(KZS_STMT_UNITS, &deviate->units),
-        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
+        Defaults(deviate, &sizes),
     };
-    uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 5);
-    if (ret == KZ_OK) {
-        deviate->flags = static_cast<uint16_t>(flags);
-    }
-    return ret;
+    return ParseDeviateBody(mod, elem, elems, &flags, deviate);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDeviate *deviate)
@@ -123,17 +148,14 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDevi
     if (mod == nullptr || elem == nullptr || deviate == nullptr) {
         return KZ_EINVAL;
     }
-    uint16_t mustSize = 0;
-    uint16_t defaultSize = 0;
-    uint16_t extInstSize = 0;
+    DeviateArraySizes sizes;
     SubParseElem elems[] = {
         Once(KZS_STMT_UNITS, &deviate->units),
-        Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &mustSize, sizeof(KzsMust)),
-        Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &defaultSize, sizeof(const char *)),
-        Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &extInstSize,
-              sizeof(KzsExtInst)),
+        Musts(deviate, &sizes),
+        Defaults(deviate, &sizes),
+        ExtInsts(deviate, &sizes),
     };
-    return KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATE, elems, 4);
+    return ParseDeviateBody(mod, elem, elems, nullptr, deviate);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
