@@ -52,6 +52,74 @@ SubParseElem NodeElem(uint32_t stmt, KzsTopNodeTails *tails)
     return SubParseElem{stmt, tails, nullptr, nullptr, 0, 0};
 }
 
+/* Top-level node statements of a module body, and of a submodule body, which
+ * also accepts "uses" (it has no parse function and is passed over). */
+constexpr uint32_t kModuleNodeStmts[] = {
+    KZS_STMT_CONTAINER, KZS_STMT_LEAF,    KZS_STMT_LEAF_LIST, KZS_STMT_LIST, KZS_STMT_CHOICE,
+    KZS_STMT_ANYDATA,   KZS_STMT_ANYXML,  KZS_STMT_AUGMENT,   KZS_STMT_RPC,  KZS_STMT_NOTIFICATION,
+};
+constexpr uint32_t kSubmoduleNodeStmts[] = {
+    KZS_STMT_CONTAINER, KZS_STMT_LEAF, KZS_STMT_LEAF_LIST, KZS_STMT_LIST, KZS_STMT_CHOICE,      KZS_STMT_ANYDATA,
+    KZS_STMT_ANYXML,    KZS_STMT_USES, KZS_STMT_AUGMENT,   KZS_STMT_RPC,  KZS_STMT_NOTIFICATION,
+};
+
+/* The descriptors of a module or submodule body, in the order they are parsed. */
+class BodyElems {
+public:
+    void Add(const SubParseElem &elem)
+    {
+        if (count_ < kCapacity) {
+            elems_[count_++] = elem;
+        }
+    }
+    uint32_t Parse(KzMod *mod, xmlNode *bodyElem, uint32_t bodyStmt)
+    {
+        return KZS_LOADER_ParseSubStatementsInner(mod, bodyElem, bodyStmt, elems_, count_);
+    }
+
+private:
+    /* A module body's: revision, description, four arrays, ten node kinds,
+     * deviation, extension-instance, organization. */
+    static constexpr uint32_t kCapacity = 19;
+    SubParseElem elems_[kCapacity];
+    uint32_t count_ = 0;
+};
+
+/* What module and submodule bodies both read: the definition arrays, filled
+ * from the record's own counts up to the grown totals, the top-level nodes,
+ * then deviations and extension instances. */
+template <size_t N>
+void AddSharedBodyElems(BodyElems *body, KzMod *mod, uint16_t *counts, KzsTopNodeTails *tails,
+                        const uint32_t (&nodeStmts)[N])
+{
+    body->Add(ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt],
+                        sizeof(KzsExtension)));
+    body->Add(ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)));
+    body->Add(ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent],
+                        sizeof(KzsIdentity)));
+    body->Add(ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef],
+                        sizeof(KzsTypedef)));
+    for (uint32_t stmt : nodeStmts) {
+        body->Add(NodeElem(stmt, tails));
+    }
+    body->Add(ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev],
+                        sizeof(KzsDeviation)));
+    body->Add(ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
+                        sizeof(KzsExtInst)));
+}
+
+/* Imports and includes first (an include loads the submodule into this
+ * record), then room for the body arrays; counts gets the new totals. */
+uint32_t ParseLinkageAndGrowArrays(KzMod *mod, xmlNode *bodyElem, LoadAssister *assister,
+                                   uint16_t (&counts)[kBodyArrayCount])
+{
+    uint32_t ret = KZS_LOADER_ParseLinkageStmts(mod, bodyElem, assister);
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    return KZS_LOADER_CounterAndExpandBodyStmtArray(mod, bodyElem, counts);
+}
+
 xmlNode *FirstChildNamed(xmlNode *elem, const char *localName)
 {
     for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
@@ -452,40 +520,18 @@ KZ_API uint32_t KZS_LOADER_ParseModuleContent(KzMod *mod, xmlNode *moduleElem, L
     if (ret != KZ_OK) {
         return ret;
     }
-    ret = KZS_LOADER_ParseLinkageStmts(mod, moduleElem, assister);
-    if (ret != KZ_OK) {
-        return ret;
-    }
     uint16_t counts[kBodyArrayCount];
-    ret = KZS_LOADER_CounterAndExpandBodyStmtArray(mod, moduleElem, counts);
+    ret = ParseLinkageAndGrowArrays(mod, moduleElem, assister, counts);
     if (ret != KZ_OK) {
         return ret;
     }
     KzsTopNodeTails tails{};
-    SubParseElem elems[] = {
-        {KZS_STMT_REVISION, &mod->revision, nullptr, nullptr, 0, 0},
-        {KZS_STMT_DESCRIPTION, &mod->description, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
-        ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt], sizeof(KzsExtension)),
-        ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
-        ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
-        ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
-        NodeElem(KZS_STMT_CONTAINER, &tails),
-        NodeElem(KZS_STMT_LEAF, &tails),
-        NodeElem(KZS_STMT_LEAF_LIST, &tails),
-        NodeElem(KZS_STMT_LIST, &tails),
-        NodeElem(KZS_STMT_CHOICE, &tails),
-        NodeElem(KZS_STMT_ANYDATA, &tails),
-        NodeElem(KZS_STMT_ANYXML, &tails),
-        NodeElem(KZS_STMT_AUGMENT, &tails),
-        NodeElem(KZS_STMT_RPC, &tails),
-        NodeElem(KZS_STMT_NOTIFICATION, &tails),
-        ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
-        ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
-                  sizeof(KzsExtInst)),
-        {KZS_STMT_ORGANIZATION, &mod->organization, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
-    };
-    return KZS_LOADER_ParseSubStatementsInner(mod, moduleElem, KZS_STMT_MODULE, elems,
-                                              sizeof(elems) / sizeof(elems[0]));
+    BodyElems body;
+    body.Add({KZS_STMT_REVISION, &mod->revision, nullptr, nullptr, 0, 0});
+    body.Add({KZS_STMT_DESCRIPTION, &mod->description, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE});
+    AddSharedBodyElems(&body, mod, counts, &tails, kModuleNodeStmts);
+    body.Add({KZS_STMT_ORGANIZATION, &mod->organization, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE});
+    return body.Parse(mod, moduleElem, KZS_STMT_MODULE);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseSubmoduleContent(KzMod *mod, xmlNode *submoduleElem, LoadAssister *assister)
@@ -494,38 +540,15 @@ KZ_API uint32_t KZS_LOADER_ParseSubmoduleContent(KzMod *mod, xmlNode *submoduleE
         return KZ_EINVAL;
     }
     KZS_LOADER_MarkSubNode(submoduleElem);
-    uint32_t ret = KZS_LOADER_ParseLinkageStmts(mod, submoduleElem, assister);
-    if (ret != KZ_OK) {
-        return ret;
-    }
     uint16_t counts[kBodyArrayCount];
-    ret = KZS_LOADER_CounterAndExpandBodyStmtArray(mod, submoduleElem, counts);
+    uint32_t ret = ParseLinkageAndGrowArrays(mod, submoduleElem, assister, counts);
     if (ret != KZ_OK) {
         return ret;
     }
     KzsTopNodeTails tails{};
-    SubParseElem elems[] = {
-        ArrayElem(KZS_STMT_EXTENSION, &mod->extensions, &mod->extensionCount, &counts[kExt], sizeof(KzsExtension)),
-        ArrayElem(KZS_STMT_FEATURE, &mod->features, &mod->featureCount, &counts[kFeat], sizeof(KzsFeature)),
-        ArrayElem(KZS_STMT_IDENTITY, &mod->identities, &mod->identityCount, &counts[kIdent], sizeof(KzsIdentity)),
-        ArrayElem(KZS_STMT_TYPEDEF, &mod->typedefs, &mod->typedefCount, &counts[kTypedef], sizeof(KzsTypedef)),
-        NodeElem(KZS_STMT_CONTAINER, &tails),
-        NodeElem(KZS_STMT_LEAF, &tails),
-        NodeElem(KZS_STMT_LEAF_LIST, &tails),
-        NodeElem(KZS_STMT_LIST, &tails),
-        NodeElem(KZS_STMT_CHOICE, &tails),
-        NodeElem(KZS_STMT_ANYDATA, &tails),
-        NodeElem(KZS_STMT_ANYXML, &tails),
-        NodeElem(KZS_STMT_USES, &tails),
-        NodeElem(KZS_STMT_AUGMENT, &tails),
-        NodeElem(KZS_STMT_RPC, &tails),
-        NodeElem(KZS_STMT_NOTIFICATION, &tails),
-        ArrayElem(KZS_STMT_DEVIATION, &mod->deviations, &mod->deviationCount, &counts[kDev], sizeof(KzsDeviation)),
-        ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &mod->extInsts, &mod->extInstCount, &counts[kExtInst],
-                  sizeof(KzsExtInst)),
-    };
-    return KZS_LOADER_ParseSubStatementsInner(mod, submoduleElem, KZS_STMT_SUBMODULE, elems,
-                                              sizeof(elems) / sizeof(elems[0]));
+    BodyElems body;
+    AddSharedBodyElems(&body, mod, counts, &tails, kSubmoduleNodeStmts);
+    return body.Parse(mod, submoduleElem, KZS_STMT_SUBMODULE);
 }
 
 KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *submoduleName, LoadAssister *assister)
