@@ -69,6 +69,12 @@ bool CheckArgs(XpathEvalCtx *ctx, const XpathLex *lex, const uint32_t *pos)
            ctx->objectStack != nullptr;
 }
 
+/* The token at *pos when the arguments are usable and it is of this kind, else null. */
+const XpathToken *TokenOfKind(XpathEvalCtx *ctx, const XpathLex *lex, const uint32_t *pos, uint32_t kind)
+{
+    return CheckArgs(ctx, lex, pos) && KindAt(lex, *pos) == kind ? &lex->tokens[*pos] : nullptr;
+}
+
 /* Open "(" of a primary expression (func null) or of a function call. */
 using Frames = std::vector<XpathFunc>;
 
@@ -418,7 +424,7 @@ uint32_t KZ_XPATH_EvalPathExpr(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t 
 
 uint32_t KZ_XPATH_EvalAbsoluteLocationPath(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
 {
-    if (!CheckArgs(ctx, lex, pos) || KindAt(lex, *pos) != KZ_XPATH_TOK_PATH) {
+    if (TokenOfKind(ctx, lex, pos, KZ_XPATH_TOK_PATH) == nullptr) {
         return KZ_EINVAL;
     }
     uint32_t ret = KZ_XPATH_ReplaceNodeToTopElemInObjStack(ctx->objectStack, ctx->rootNode);
@@ -527,7 +533,8 @@ uint32_t KZ_XPATH_SkipPredicate(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t
 
 uint32_t KZ_XPATH_EvalNameTest(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
 {
-    if (!CheckArgs(ctx, lex, pos) || KindAt(lex, *pos) != KZ_XPATH_TOK_NAMETEST) {
+    const XpathToken *t = TokenOfKind(ctx, lex, pos, KZ_XPATH_TOK_NAMETEST);
+    if (t == nullptr) {
         return KZ_EINVAL;
     }
     XpathObject *top = KZ_XPATH_PeekObject(ctx->objectStack);
@@ -535,9 +542,8 @@ uint32_t KZ_XPATH_EvalNameTest(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t 
         return KZ_EINVAL;
     }
     if (top->val.node != nullptr) {
-        const XpathToken &t = lex->tokens[*pos];
-        const char *name = lex->expr + t.start;
-        uint32_t len = t.length;
+        const char *name = lex->expr + t->start;
+        uint32_t len = t->length;
         /* Only the local name counts; "*" and "prefix:*" are taken literally as "*". */
         const void *colon = std::memchr(name, ':', len);
         if (colon != nullptr) {
@@ -553,24 +559,24 @@ uint32_t KZ_XPATH_EvalNameTest(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t 
 
 uint32_t KZ_XPATH_EvalLiteral(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
 {
-    if (!CheckArgs(ctx, lex, pos) || KindAt(lex, *pos) != KZ_XPATH_TOK_LITERAL) {
+    const XpathToken *t = TokenOfKind(ctx, lex, pos, KZ_XPATH_TOK_LITERAL);
+    if (t == nullptr) {
         return KZ_EINVAL;
     }
-    const XpathToken &t = lex->tokens[*pos];
-    uint32_t ret = KZ_XPATH_PushStringToObjStack(ctx->objectStack, lex->expr + t.start + 1, t.length - 2);
+    uint32_t ret = KZ_XPATH_PushStringToObjStack(ctx->objectStack, lex->expr + t->start + 1, t->length - 2);
     (*pos)++;
     return ret;
 }
 
 uint32_t KZ_XPATH_EvalNumber(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
 {
-    if (!CheckArgs(ctx, lex, pos) || KindAt(lex, *pos) != KZ_XPATH_TOK_NUMBER) {
+    const XpathToken *t = TokenOfKind(ctx, lex, pos, KZ_XPATH_TOK_NUMBER);
+    if (t == nullptr) {
         return KZ_EINVAL;
     }
-    const XpathToken &t = lex->tokens[*pos];
     double value;
     try {
-        std::string text(lex->expr + t.start, t.length);
+        std::string text(lex->expr + t->start, t->length);
         value = KZ_XPATH_StrToNumber(text.c_str());
     } catch (const std::bad_alloc &) {
         return KZ_ENOMEM;
@@ -599,11 +605,11 @@ uint32_t KZ_XPATH_EvalFunctionCallArguments(XpathEvalCtx *ctx, const XpathLex *l
 
 uint32_t KZ_XPATH_EvalFunctionCall(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
 {
-    if (!CheckArgs(ctx, lex, pos) || KindAt(lex, *pos) != KZ_XPATH_TOK_FUNCNAME) {
+    const XpathToken *t = TokenOfKind(ctx, lex, pos, KZ_XPATH_TOK_FUNCNAME);
+    if (t == nullptr) {
         return KZ_EINVAL;
     }
-    const XpathToken &t = lex->tokens[*pos];
-    XpathFunc func = KZ_XPATH_GetXpathFunction(lex->expr + t.start, t.length);
+    XpathFunc func = KZ_XPATH_GetXpathFunction(lex->expr + t->start, t->length);
     if (func == nullptr) {
         return KZ_XPATH_EUNKNOWNFUNC;
     }
