@@ -75,6 +75,16 @@ const XpathToken *TokenOfKind(XpathEvalCtx *ctx, const XpathLex *lex, const uint
     return CheckArgs(ctx, lex, pos) && KindAt(lex, *pos) == kind ? &lex->tokens[*pos] : nullptr;
 }
 
+/* Steps over the ")" expected at *pos. */
+uint32_t ConsumeRightParen(const XpathLex *lex, uint32_t *pos)
+{
+    if (KindAt(lex, *pos) != KZ_XPATH_TOK_RPAREN) {
+        return KZ_XPATH_EPAREN;
+    }
+    (*pos)++;
+    return KZ_OK;
+}
+
 /* Open "(" of a primary expression (func null) or of a function call. */
 using Frames = std::vector<XpathFunc>;
 
@@ -382,11 +392,7 @@ uint32_t KZ_XPATH_EvalPrimaryExpr(XpathEvalCtx *ctx, const XpathLex *lex, uint32
             if (ret != KZ_OK) {
                 return ret;
             }
-            if (KindAt(lex, *pos) != KZ_XPATH_TOK_RPAREN) {
-                return KZ_XPATH_EPAREN;
-            }
-            (*pos)++;
-            return KZ_OK;
+            return ConsumeRightParen(lex, pos);
         }
         case KZ_XPATH_TOK_LITERAL:
             return KZ_XPATH_EvalLiteral(ctx, lex, pos);
@@ -596,11 +602,7 @@ uint32_t KZ_XPATH_EvalFunctionCallArguments(XpathEvalCtx *ctx, const XpathLex *l
             return ret;
         }
     }
-    if (KindAt(lex, *pos) != KZ_XPATH_TOK_RPAREN) {
-        return KZ_XPATH_EPAREN;
-    }
-    (*pos)++;
-    return KZ_OK;
+    return ConsumeRightParen(lex, pos);
 }
 
 uint32_t KZ_XPATH_EvalFunctionCall(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos)
