@@ -20,6 +20,36 @@ bool IsCoupled(const KzsNode *augment)
     return (augment->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0;
 }
 
+/* Calls visit on each augment of mod not yet coupled, which may unlink and
+ * free it; the first non-zero result ends the walk and is returned. */
+template <typename Visit>
+uint32_t ForEachUncoupledAugment(KzMod *mod, Visit visit)
+{
+    KzsNode *next = nullptr;
+    for (KzsNode *aug = mod->augments; aug != nullptr; aug = next) {
+        next = aug->next;
+        if (IsCoupled(aug)) {
+            continue;
+        }
+        uint32_t ret = visit(aug);
+        if (ret != 0) {
+            return ret;
+        }
+    }
+    return 0;
+}
+
+/* Tries every augment of mod not yet coupled; a missing target is no error
+ * (the augment is retried when the target arrives). */
+void CoupleWaitingAugments(KzMod *mod)
+{
+    for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
+        if (!IsCoupled(aug)) {
+            (void)KZS_NODE_CoupleAugmentNode(aug);
+        }
+    }
+}
+
 } // namespace
 
 uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF])
@@ -317,12 +347,7 @@ uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod)
     if (ctx == nullptr || mod == nullptr) {
         return KZ_EINVAL;
     }
-    KzsNode *next = nullptr;
-    for (KzsNode *aug = mod->augments; aug != nullptr; aug = next) {
-        next = aug->next;
-        if (IsCoupled(aug)) {
-            continue;
-        }
+    return ForEachUncoupledAugment(mod, [ctx, mod](KzsNode *aug) -> uint32_t {
         char target[KZS_COUPLE_MOD_NAME_BUF];
         if (kzs_couple_target_module(aug->name, target) != 0) {
             return KZ_EINVAL;
@@ -335,8 +360,8 @@ uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod)
         } else {
             KZS_LOADER_DestroySelfAugNode(aug);
         }
-    }
-    return 0;
+        return 0;
+    });
 }
 
 uint32_t KZS_LOADER_CoupleSelfAugmentNode(KzCtx *ctx, KzMod *mod)
@@ -344,18 +369,13 @@ uint32_t KZS_LOADER_CoupleSelfAugmentNode(KzCtx *ctx, KzMod *mod)
     if (ctx == nullptr || mod == nullptr) {
         return KZ_EINVAL;
     }
-    KzsNode *next = nullptr;
-    for (KzsNode *aug = mod->augments; aug != nullptr; aug = next) {
-        next = aug->next;
-        if (IsCoupled(aug)) {
-            continue;
-        }
+    return ForEachUncoupledAugment(mod, [mod](KzsNode *aug) -> uint32_t {
         KzsNode *target = nullptr;
         if (KZS_MOD_FindAugNodeTargetInSelfMod(mod, aug, &target) != 0) {
             return KZ_EINVAL;
         }
         if (target == nullptr) {
-            continue;
+            return 0;
         }
         uint32_t ret = KZS_NODE_CoupleAugmentNodeAndTargetNode(aug, target);
         if (ret != 0) {
@@ -363,8 +383,8 @@ uint32_t KZS_LOADER_CoupleSelfAugmentNode(KzCtx *ctx, KzMod *mod)
         }
         aug->flags |= KZS_NODE_FLAG_AUG_COUPLED;
         KZS_LOADER_DestroySelfAugNode(aug);
-    }
-    return 0;
+        return 0;
+    });
 }
 
 uint32_t KZS_LOADER_CoupleModRemainNodesToTgt(KzMod *mod)
@@ -372,11 +392,7 @@ uint32_t KZS_LOADER_CoupleModRemainNodesToTgt(KzMod *mod)
     if (mod == nullptr) {
         return KZ_EINVAL;
     }
-    for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        if (!IsCoupled(aug)) {
-            (void)KZS_NODE_CoupleAugmentNode(aug);
-        }
-    }
+    CoupleWaitingAugments(mod);
     // The count is read again on every round: coupling must not be trusted
     // to leave the array alone.
     for (uint16_t i = 0; i < mod->deviationCount; i++) {
@@ -420,11 +436,7 @@ uint32_t KZS_MOD_CoupleAugmentFromDepMods(KzCtx *ctx, const char *modName, const
     if (dep == nullptr) {
         return KZ_ERR;
     }
-    for (KzsNode *aug = dep->augments; aug != nullptr; aug = aug->next) {
-        if (!IsCoupled(aug)) {
-            (void)KZS_NODE_CoupleAugmentNode(aug);
-        }
-    }
+    CoupleWaitingAugments(dep);
     return 0;
 }
 
