@@ -9,6 +9,7 @@
 #include "couple/kzs_couple.h"
 #include "runtime/kz_alloc.hpp"
 #include "runtime/kz_ctx.h"
+#include "runtime/kz_diag.h"
 #include "runtime/kz_mem.h"
 
 namespace {
@@ -51,16 +52,10 @@ struct KzRelationTree {
 
 extern "C" {
 
+/* Tables are keyed by module name, ordered as the per-module error records are. */
 int32_t KZ_CTX_CompareModRelationTbl(const char *a, const char *b)
 {
-    if (a == b) {
-        return 0;
-    }
-    if (a == nullptr || b == nullptr) {
-        return a == nullptr ? -1 : 1;
-    }
-    int c = strcmp(a, b);
-    return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    return KZ_CTX_CompareModuleName(a, b);
 }
 
 uint32_t KZ_CTX_InitModRelationTree(KzCtx *ctx)
