@@ -22,9 +22,10 @@ bool is_last_of_range(const KzsNode *node, const KzsNode *last)
     return node == last || node->next == nullptr;
 }
 
-/* Prints the children of node one level deeper. rwMode is the access mode the children
- * inherit; onlyInout keeps only the input and output of an rpc or action. */
-uint32_t print_children(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool onlyInout)
+/* Prints the children of node one level deeper, each through printOne(child, its
+ * parameters). rwMode is the access mode the children inherit. */
+template <typename PrintOne>
+uint32_t print_each_child(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, PrintOne printOne)
 {
     if ((para->flags & KZS_PRINT_FLAG_SELF_ONLY) != 0 || node->firstChild == nullptr) {
         return KZ_OK;
@@ -42,21 +43,28 @@ uint32_t print_children(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool
     /* An augment's children sit in the target's chain; stop at the parent's last child. */
     child.maxLen = KZS_NODE_PrintGetMaxLen(node->firstChild, node->lastChild, para->module);
     for (KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
-        bool inout = c->kind == KZS_NODE_INPUT || c->kind == KZS_NODE_OUTPUT;
-        if (!onlyInout || inout) {
-            KzsPrintPara each = child;
-            each.used = para->used;
-            uint32_t rc = KZS_NODE_PrintSubTree(c, &each);
-            para->used = each.used;
-            if (rc != KZ_OK) {
-                return rc;
-            }
+        KzsPrintPara each = child;
+        each.used = para->used;
+        uint32_t rc = printOne(c, &each);
+        para->used = each.used;
+        if (rc != KZ_OK) {
+            return rc;
         }
         if (c == node->lastChild) {
             break;
         }
     }
     return KZ_OK;
+}
+
+/* Prints the children of node one level deeper; onlyInout keeps only the input
+ * and output of an rpc or action. */
+uint32_t print_children(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool onlyInout)
+{
+    return print_each_child(node, para, rwMode, [onlyInout](KzsNode *c, KzsPrintPara *each) {
+        bool inout = c->kind == KZS_NODE_INPUT || c->kind == KZS_NODE_OUTPUT;
+        return (!onlyInout || inout) ? KZS_NODE_PrintSubTree(c, each) : KZ_OK;
+    });
 }
 
 uint32_t flush_if_full(KzsPrintPara *para)
@@ -111,6 +119,36 @@ uint32_t run_print(const KzMod *module, KzPrintOutputCb output, void *arg, Body 
     }
     KZ_MemFree(buffer);
     return rc == KZ_OK ? KZ_OK : KZ_ERR;
+}
+
+/* Real cases print themselves; any other enabled child of a choice is a
+ * shorthand case: a case row with its own name, then the child itself one
+ * level deeper. */
+uint32_t print_choice_member(KzsNode *c, KzsPrintPara *each)
+{
+    if (c->kind == KZS_NODE_CASE) {
+        return KZS_NODE_PrintSubTree(c, each);
+    }
+    if (KZ_NODE_IsEnabled(c) == 0) {
+        return KZ_OK;
+    }
+    uint32_t rc = flush_if_full(each);
+    if (rc != KZ_OK) {
+        return rc;
+    }
+    if (KZS_NODE_PrintRetract(each) != KZ_OK ||
+        kz_print_append(each, "%s--:(%s)\n", kz_print_status_mark(c), c->name) != KZ_OK) {
+        return KZ_EINVAL;
+    }
+    KzsPrintPara inner = *each;
+    inner.level = each->level + 1;
+    if (c->next != nullptr && KZS_NODE_PrintCheckNextCase(c) == 0) {
+        inner.retract = KZS_NODE_PrintGetRetract(each->retract, inner.level);
+    }
+    inner.maxLen = KZS_NODE_PrintGetMaxLen(c, c, each->module);
+    rc = KZS_NODE_PrintSubTree(c, &inner);
+    each->used = inner.used;
+    return rc;
 }
 
 } // namespace
@@ -206,53 +244,7 @@ KZ_API uint32_t KZS_NODE_PrintChoice(KzsNode *node, KzsPrintPara *para)
     if (kz_print_append(para, "\n") != KZ_OK) {
         return KZ_EINVAL;
     }
-    if ((para->flags & KZS_PRINT_FLAG_SELF_ONLY) != 0) {
-        return KZ_OK;
-    }
-    /* Real cases print themselves; any other child is a shorthand case: a case row with its
-     * own name, then the child itself one level deeper. */
-    KzsPrintPara child;
-    KZS_NODE_InheritPrintPara(&child, para);
-    child.level = para->level + 1;
-    if ((para->flags & KZS_PRINT_FLAG_NO_BAR) == 0 && node->next != nullptr &&
-        KZS_NODE_PrintCheckNextCase(node) == 0) {
-        child.retract = KZS_NODE_PrintGetRetract(para->retract, child.level);
-    }
-    child.maxLen = KZS_NODE_PrintGetMaxLen(node->firstChild, node->lastChild, para->module);
-    for (KzsNode *c = node->firstChild; c != nullptr; c = c->next) {
-        KzsPrintPara each = child;
-        each.used = para->used;
-        uint32_t rc;
-        if (c->kind == KZS_NODE_CASE) {
-            rc = KZS_NODE_PrintSubTree(c, &each);
-        } else if (KZ_NODE_IsEnabled(c) == 0) {
-            rc = KZ_OK;
-        } else {
-            rc = flush_if_full(&each);
-            if (rc == KZ_OK && (KZS_NODE_PrintRetract(&each) != KZ_OK ||
-                                kz_print_append(&each, "%s--:(%s)\n", kz_print_status_mark(c), c->name) != KZ_OK)) {
-                rc = KZ_EINVAL;
-            }
-            if (rc == KZ_OK) {
-                KzsPrintPara inner = each;
-                inner.level = each.level + 1;
-                if (c->next != nullptr && KZS_NODE_PrintCheckNextCase(c) == 0) {
-                    inner.retract = KZS_NODE_PrintGetRetract(each.retract, inner.level);
-                }
-                inner.maxLen = KZS_NODE_PrintGetMaxLen(c, c, para->module);
-                rc = KZS_NODE_PrintSubTree(c, &inner);
-                each.used = inner.used;
-            }
-        }
-        para->used = each.used;
-        if (rc != KZ_OK) {
-            return rc;
-        }
-        if (c == node->lastChild) {
-            break;
-        }
-    }
-    return KZ_OK;
+    return print_each_child(node, para, para->rwMode, print_choice_member);
 }
 
 KZ_API uint32_t KZS_NODE_PrintAnyDataXml(KzsNode *node, KzsPrintPara *para)
