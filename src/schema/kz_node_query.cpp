@@ -356,9 +356,7 @@ void KZ_NODE_CleanExtInsts(KzsNode *node)
     if (dict == nullptr) {
         return;
     }
-    KZS_EXT_FreeExtInsts(dict, node->extInsts, node->extInstCount);
-    node->extInsts = nullptr;
-    node->extInstCount = 0;
+    FreeArrayAndClear(dict, node->extInsts, node->extInstCount, KZS_EXT_FreeExtInsts);
 }
 
 } // extern "C"

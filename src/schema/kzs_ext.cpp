@@ -56,9 +56,7 @@ void KZS_EXT_ClearExtInst(KzDict *dict, KzsExtInst *inst)
         return;
     }
     DropStrings(dict, inst);
-    KZS_EXT_FreeExtInsts(dict, inst->children, inst->childCount);
-    inst->children = nullptr;
-    inst->childCount = 0;
+    FreeArrayAndClear(dict, inst->children, inst->childCount, KZS_EXT_FreeExtInsts);
 }
 
 /* Each nested array is detached from its owner as it is met and queued, so

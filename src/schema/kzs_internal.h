@@ -41,6 +41,16 @@ inline bool DictPut(KzDict *dict, const char *&dst, const char *src)
     return dst != nullptr;
 }
 
+/* Frees an owned array through its free function (dictionary, array, count)
+ * and leaves the holder empty. */
+template <typename T, typename Count, typename Free>
+inline void FreeArrayAndClear(KzDict *dict, T *&array, Count &count, Free free)
+{
+    free(dict, array, count);
+    array = nullptr;
+    count = 0;
+}
+
 inline bool StrEq(const char *a, const char *b)
 {
     return a != nullptr && b != nullptr && (a == b || std::strcmp(a, b) == 0);

@@ -48,33 +48,15 @@ void KZS_MOD_DestroyNonNodeMember(KzMod *mod)
     DictDrop(dict, mod->semVer);
     DictDrop(dict, mod->organization);
 
-    KZS_MOD_FreeImports(dict, mod->imports, mod->importCount);
-    mod->imports = nullptr;
-    mod->importCount = 0;
-    KZS_MOD_FreeIncludes(dict, mod->includes, mod->includeCount);
-    mod->includes = nullptr;
-    mod->includeCount = 0;
-    KZS_MOD_FreeFeatures(dict, mod->features, mod->featureCount);
-    mod->features = nullptr;
-    mod->featureCount = 0;
-    KZS_MOD_FreeIdentities(dict, mod->identities, mod->identityCount);
-    mod->identities = nullptr;
-    mod->identityCount = 0;
-    KZS_MOD_FreeExtensions(dict, mod->extensions, mod->extensionCount);
-    mod->extensions = nullptr;
-    mod->extensionCount = 0;
-    KZS_MOD_FreeDeviation(dict, mod->deviations, mod->deviationCount);
-    mod->deviations = nullptr;
-    mod->deviationCount = 0;
-    KZS_NODE_FreeDefaults(dict, mod->mrgSrcs, mod->mrgSrcCount); /* same shape: interned strings */
-    mod->mrgSrcs = nullptr;
-    mod->mrgSrcCount = 0;
-    KZS_EXT_FreeExtInsts(dict, mod->extInsts, mod->extInstCount);
-    mod->extInsts = nullptr;
-    mod->extInstCount = 0;
-    KZS_TYPE_FreeTypDefArray(dict, mod->typedefs, mod->typedefCount);
-    mod->typedefs = nullptr;
-    mod->typedefCount = 0;
+    FreeArrayAndClear(dict, mod->imports, mod->importCount, KZS_MOD_FreeImports);
+    FreeArrayAndClear(dict, mod->includes, mod->includeCount, KZS_MOD_FreeIncludes);
+    FreeArrayAndClear(dict, mod->features, mod->featureCount, KZS_MOD_FreeFeatures);
+    FreeArrayAndClear(dict, mod->identities, mod->identityCount, KZS_MOD_FreeIdentities);
+    FreeArrayAndClear(dict, mod->extensions, mod->extensionCount, KZS_MOD_FreeExtensions);
+    FreeArrayAndClear(dict, mod->deviations, mod->deviationCount, KZS_MOD_FreeDeviation);
+    FreeArrayAndClear(dict, mod->mrgSrcs, mod->mrgSrcCount, KZS_NODE_FreeDefaults); /* same shape: interned strings */
+    FreeArrayAndClear(dict, mod->extInsts, mod->extInstCount, KZS_EXT_FreeExtInsts);
+    FreeArrayAndClear(dict, mod->typedefs, mod->typedefCount, KZS_TYPE_FreeTypDefArray);
 }
 
 int32_t kzs_mod_top_chain_index(uint32_t kind)

@@ -155,9 +155,7 @@ void KZS_MDL_ClearFeature(KzDict *dict, KzsFeature *feat)
         return;
     }
     DictDrop(dict, feat->name);
-    KZS_NODE_FreeIfFeatures(dict, feat->ifFeatures, feat->ifFeatureCount);
-    feat->ifFeatures = nullptr;
-    feat->ifFeatureCount = 0;
+    FreeArrayAndClear(dict, feat->ifFeatures, feat->ifFeatureCount, KZS_NODE_FreeIfFeatures);
     feat->flags = 0;
 }
 
@@ -213,12 +211,8 @@ void KZS_MDL_ClearIdentity(KzDict *dict, KzsIdentity *ident)
     }
     DictDrop(dict, ident->name);
     DictDrop(dict, ident->description);
-    KZS_NODE_FreeIfFeatures(dict, ident->ifFeatures, ident->ifFeatureCount);
-    ident->ifFeatures = nullptr;
-    ident->ifFeatureCount = 0;
-    KZS_MDL_FreeIdentBases(dict, ident->bases, ident->baseCount);
-    ident->bases = nullptr;
-    ident->baseCount = 0;
+    FreeArrayAndClear(dict, ident->ifFeatures, ident->ifFeatureCount, KZS_NODE_FreeIfFeatures);
+    FreeArrayAndClear(dict, ident->bases, ident->baseCount, KZS_MDL_FreeIdentBases);
 }
 
 void KZS_MOD_FreeIdentities(KzDict *dict, KzsIdentity *idents, uint16_t count)

@@ -31,15 +31,9 @@ void ReleaseNodeContent(KzCtx *ctx, KzsNode *node)
     DictDrop(dict, node->name);
     DictDrop(dict, node->description);
     DictDrop(dict, node->when);
-    KZS_NODE_FreeIfFeatures(dict, node->ifFeatures, node->ifFeatureCount);
-    node->ifFeatures = nullptr;
-    node->ifFeatureCount = 0;
-    KZS_NODE_FreeMusts(dict, node->musts, node->mustCount);
-    node->musts = nullptr;
-    node->mustCount = 0;
-    KZS_EXT_FreeExtInsts(dict, node->extInsts, node->extInstCount);
-    node->extInsts = nullptr;
-    node->extInstCount = 0;
+    FreeArrayAndClear(dict, node->ifFeatures, node->ifFeatureCount, KZS_NODE_FreeIfFeatures);
+    FreeArrayAndClear(dict, node->musts, node->mustCount, KZS_NODE_FreeMusts);
+    FreeArrayAndClear(dict, node->extInsts, node->extInstCount, KZS_EXT_FreeExtInsts);
     KZS_NODE_DestroySchemaInfo(node);
 }
 
@@ -113,9 +107,7 @@ void KZS_NODE_DestroySchemaLeaflist(KzDict *dict, void *info)
     }
     auto *ll = static_cast<KzsLeafListInfo *>(info);
     KZT_TYPE_DestroyNytRealTypeInner(dict, &ll->realType);
-    KZS_NODE_FreeDefaults(dict, ll->defaults, ll->defaultCount);
-    ll->defaults = nullptr;
-    ll->defaultCount = 0;
+    FreeArrayAndClear(dict, ll->defaults, ll->defaultCount, KZS_NODE_FreeDefaults);
     DictDrop(dict, ll->units);
     KZ_MemFree(ll);
 }
