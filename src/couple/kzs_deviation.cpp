@@ -415,46 +415,47 @@ void kzs_couple_recouple_restored(KzCtx *ctx, const std::vector<const char *> &n
 
 namespace {
 
+// The one default of a leaf or a choice (its default case).
+const char **SingleDefaultSlot(KzsNode *target)
+{
+    return target->kind == KZS_NODE_LEAF ? &static_cast<KzsLeafInfo *>(target->schemaInfo)->dflt
+                                         : &static_cast<KzsChoiceInfo *>(target->schemaInfo)->defaultCase;
+}
+
+uint32_t SingleDefaultUndo(const KzsNode *target)
+{
+    return target->kind == KZS_NODE_LEAF ? UNDO_LEAF_DFLT : UNDO_CHOICE_DFLT;
+}
+
 // ---- add -------------------------------------------------------------------
 
 uint32_t AddDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
 {
     KzDict *dict = Dict(mod);
     switch (target->kind) {
-    case KZS_NODE_LEAF: {
-        auto *info = static_cast<KzsLeafInfo *>(target->schemaInfo);
-        if (dvt->defaultCount > 1) {
-            Log(mod, "Failed to add default to leaf node \"%s\",  because the number of default to be added > 1.",
-                target);
-            return 0;
-        }
-        if (info->dflt != nullptr) {
-            Log(mod, "Failed to add default to leaf node \"%s\", because it had been set default statement.", target);
-            return KZ_ERR;
-        }
-        if (SaveStr(undo, dict, UNDO_LEAF_DFLT, target, nullptr) != 0) {
-            return KZ_ENOMEM;
-        }
-        info->dflt = KZ_DICT_Insert(dict, dvt->defaults[0]);
-        return info->dflt == nullptr ? KZ_ENOMEM : 0;
-    }
+    case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
-        auto *info = static_cast<KzsChoiceInfo *>(target->schemaInfo);
+        bool leaf = target->kind == KZS_NODE_LEAF;
+        const char **slot = SingleDefaultSlot(target);
         if (dvt->defaultCount > 1) {
-            Log(mod, "Failed to add default to choice node \"%s\", because the number of default to be added > 1.",
+            Log(mod,
+                leaf ? "Failed to add default to leaf node \"%s\",  because the number of default to be added > 1."
+                     : "Failed to add default to choice node \"%s\", because the number of default to be added > 1.",
                 target);
             return 0;
         }
-        if (info->defaultCase != nullptr) {
-            Log(mod, "Failed to add default to choice node \"%s\", because it had been set default statement.",
+        if (*slot != nullptr) {
+            Log(mod,
+                leaf ? "Failed to add default to leaf node \"%s\", because it had been set default statement."
+                     : "Failed to add default to choice node \"%s\", because it had been set default statement.",
                 target);
             return KZ_ERR;
         }
-        if (SaveStr(undo, dict, UNDO_CHOICE_DFLT, target, nullptr) != 0) {
+        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, nullptr) != 0) {
             return KZ_ENOMEM;
         }
-        info->defaultCase = KZ_DICT_Insert(dict, dvt->defaults[0]);
-        return info->defaultCase == nullptr ? KZ_ENOMEM : 0;
+        *slot = KZ_DICT_Insert(dict, dvt->defaults[0]);
+        return *slot == nullptr ? KZ_ENOMEM : 0;
     }
     case KZS_NODE_LEAFLIST: {
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
@@ -547,8 +548,7 @@ uint32_t DelDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
     case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
         bool leaf = target->kind == KZS_NODE_LEAF;
-        const char **slot = leaf ? &static_cast<KzsLeafInfo *>(target->schemaInfo)->dflt
-                                 : &static_cast<KzsChoiceInfo *>(target->schemaInfo)->defaultCase;
+        const char **slot = SingleDefaultSlot(target);
         if (dvt->defaultCount > 1) {
             Log(mod,
                 leaf ? "Failed to delete default from leaf node \"%s\", because the number of defaults to be deleted > 1."
@@ -570,7 +570,7 @@ uint32_t DelDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
                 target);
             return KZ_ERR;
         }
-        if (SaveStr(undo, dict, leaf ? UNDO_LEAF_DFLT : UNDO_CHOICE_DFLT, target, *slot) != 0) {
+        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, *slot) != 0) {
             return KZ_ENOMEM;
         }
         KZ_DICT_Remove(dict, *slot);
@@ -680,8 +680,7 @@ uint32_t ReplDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *targe
     case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
         bool leaf = target->kind == KZS_NODE_LEAF;
-        const char **slot = leaf ? &static_cast<KzsLeafInfo *>(target->schemaInfo)->dflt
-                                 : &static_cast<KzsChoiceInfo *>(target->schemaInfo)->defaultCase;
+        const char **slot = SingleDefaultSlot(target);
         if (dvt->defaultCount > 1) {
             Log(mod,
                 leaf ? "Failed to replace default of leaf node \"%s\", because the number of defaults to be deleted > 1."
@@ -703,7 +702,7 @@ uint32_t ReplDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *targe
         if (value == nullptr) {
             return KZ_ENOMEM;
         }
-        if (SaveStr(undo, dict, leaf ? UNDO_LEAF_DFLT : UNDO_CHOICE_DFLT, target, *slot) != 0) {
+        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, *slot) != 0) {
             KZ_DICT_Remove(dict, value);
             return KZ_ENOMEM;
         }
