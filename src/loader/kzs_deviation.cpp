@@ -3,6 +3,7 @@
 
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
+#include "loader/kzs_stmt_util.h"
 #include "runtime/kz_diag.h"
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
@@ -14,9 +15,8 @@
 
 namespace {
 
-constexpr const char *kMsgGetValue = "Failed to get value of statement \"%s\".";
-constexpr const char *kMsgParseValue = "Failed to parse value \"%s\" of statement \"%s\".";
-constexpr const char *kMsgParseStmt = "Failed to parse \"%s\" statement \"%s\".";
+using kzs::ArrayElem;
+using kzs::OnceElem;
 
 using DeviateParseFunc = uint32_t (*)(KzMod *, xmlNode *, KzsDeviate *);
 
@@ -34,16 +34,6 @@ DeviateParseFunc GetDeviateParser(uint32_t kind)
     return kind < sizeof(kDeviateParsers) / sizeof(kDeviateParsers[0]) ? kDeviateParsers[kind] : nullptr;
 }
 
-SubParseElem Once(uint32_t stmt, void *dest)
-{
-    return SubParseElem {stmt, dest, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE};
-}
-
-SubParseElem Array(uint32_t stmt, void *arrayPtr, uint16_t *fillIndex, uint16_t *count, uint32_t elemSize)
-{
-    return SubParseElem {stmt, arrayPtr, fillIndex, count, elemSize, KZS_SUB_FLAG_ARRAY};
-}
-
 /* Capacities the framework grows the deviate's arrays to while parsing. */
 struct DeviateArraySizes {
     uint16_t must = 0;
@@ -54,17 +44,17 @@ struct DeviateArraySizes {
 
 SubParseElem Musts(KzsDeviate *deviate, DeviateArraySizes *sizes)
 {
-    return Array(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &sizes->must, sizeof(KzsMust));
+    return ArrayElem(KZS_STMT_MUST, &deviate->musts, &deviate->mustCount, &sizes->must, sizeof(KzsMust));
 }
 
 SubParseElem Defaults(KzsDeviate *deviate, DeviateArraySizes *sizes)
 {
-    return Array(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &sizes->dflt, sizeof(const char *));
+    return ArrayElem(KZS_STMT_DEFAULT, &deviate->defaults, &deviate->defaultCount, &sizes->dflt, sizeof(const char *));
 }
 
 SubParseElem ExtInsts(KzsDeviate *deviate, DeviateArraySizes *sizes)
 {
-    return Array(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &sizes->extInst,
+    return ArrayElem(KZS_STMT_EXTENSION_INSTANCE, &deviate->extInsts, &deviate->extInstCount, &sizes->extInst,
                  sizeof(KzsExtInst));
 }
 
@@ -113,9 +103,9 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateAdd(KzMod *mod, xmlNode *elem, KzsDeviate
     uint32_t flags = 0;
     DeviateArraySizes sizes;
     SubParseElem elems[] = {
-        Once(KZS_STMT_CONFIG, &flags),
-        Once(KZS_STMT_MANDATORY, &flags),
-        Once(KZS_STMT_UNITS, &deviate->units),
+        OnceElem(KZS_STMT_CONFIG, &flags),
+        OnceElem(KZS_STMT_MANDATORY, &flags),
+        OnceElem(KZS_STMT_UNITS, &deviate->units),
         Musts(deviate, &sizes),
         Defaults(deviate, &sizes),
         ExtInsts(deviate, &sizes),
@@ -131,13 +121,13 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDev
     uint32_t flags = 0;
     uint16_t typeFill = 0;
     DeviateArraySizes sizes;
-    SubParseElem typeElem = Array(KZS_STMT_TYPE, &deviate->type, &typeFill, &sizes.type, sizeof(KztRealType));
+    SubParseElem typeElem = ArrayElem(KZS_STMT_TYPE, &deviate->type, &typeFill, &sizes.type, sizeof(KztRealType));
     typeElem.flags |= KZS_SUB_FLAG_UNIQUE;
     SubParseElem elems[] = {
-        Once(KZS_STMT_CONFIG, &flags),
-        Once(KZS_STMT_MANDATORY, &flags),
+        OnceElem(KZS_STMT_CONFIG, &flags),
+        OnceElem(KZS_STMT_MANDATORY, &flags),
         typeElem,
-        Once(KZS_STMT_UNITS, &deviate->units),
+        OnceElem(KZS_STMT_UNITS, &deviate->units),
         Defaults(deviate, &sizes),
     };
     return ParseDeviateBody(mod, elem, elems, &flags, deviate);
@@ -150,7 +140,7 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDevi
     }
     DeviateArraySizes sizes;
     SubParseElem elems[] = {
-        Once(KZS_STMT_UNITS, &deviate->units),
+        OnceElem(KZS_STMT_UNITS, &deviate->units),
         Musts(deviate, &sizes),
         Defaults(deviate, &sizes),
         ExtInsts(deviate, &sizes),
@@ -167,12 +157,12 @@ KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t pare
     }
     const char *value = KZ_XML_GetFirstPropertyValue(elem);
     if (value == nullptr) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgGetValue, "deviate");
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_GET_VALUE, "deviate");
         return KZ_EPARSE;
     }
     const uint32_t kind = KZS_LOADER_GetDeviateType(value);
     if (kind == KZS_DEVIATE_NONE) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseValue, value, "deviate");
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_VALUE, value, "deviate");
         return KZ_EPARSE;
     }
     deviate->kind = kind;
@@ -182,7 +172,7 @@ KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t pare
     }
     uint32_t ret = parse(mod, elem, deviate);
     if (ret != KZ_OK) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseValue, value, "deviate");
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_VALUE, value, "deviate");
         KZS_MOD_ClearDeviate(&mod->ctx->dict, deviate);
     }
     return ret;
@@ -197,27 +187,27 @@ KZ_API uint32_t KZS_LOADER_ParseDeviation(KzMod *mod, xmlNode *elem, uint32_t pa
     }
     const char *target = KZ_XML_GetFirstPropertyValue(elem);
     if (target == nullptr || target[0] != '/') {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgGetValue, "deviation");
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_GET_VALUE, "deviation");
         return KZ_EINVAL;
     }
     char *json = KZ_XPATH_TransformToJsonFormat(mod, target);
     if (json == nullptr) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_NODE, "deviation", target);
         return KZ_EINVAL;
     }
     deviation->target = KZ_DICT_Insert(&mod->ctx->dict, json);
     KZ_MemFree(json);
     if (deviation->target == nullptr) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_NODE, "deviation", target);
         return KZ_EINVAL;
     }
     uint16_t deviateSize = 0;
     SubParseElem elems[] = {
-        Array(KZS_STMT_DEVIATE, &deviation->deviates, &deviation->deviateCount, &deviateSize, sizeof(KzsDeviate)),
+        ArrayElem(KZS_STMT_DEVIATE, &deviation->deviates, &deviation->deviateCount, &deviateSize, sizeof(KzsDeviate)),
     };
     uint32_t ret = KZS_LOADER_ParseSubStatements(mod, elem, KZS_STMT_DEVIATION, elems, 1);
     if (ret != KZ_OK) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, kMsgParseStmt, "deviation", target);
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_NODE, "deviation", target);
         KZS_MOD_ClearDeviation(&mod->ctx->dict, deviation);
     }
     return ret;

@@ -9,6 +9,7 @@
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 
+using kzs::ArrayElem;
 using kzs::ElemArg;
 using kzs::ElemMark;
 using kzs::Keyword;
@@ -40,11 +41,6 @@ int BodyArrayIndex(uint32_t stmt)
     default:
         return -1;
     }
-}
-
-SubParseElem ArrayElem(uint32_t stmt, void *arrayPtr, uint16_t *recordCount, uint16_t *total, uint32_t size)
-{
-    return SubParseElem{stmt, arrayPtr, recordCount, total, size, KZS_SUB_FLAG_ARRAY};
 }
 
 SubParseElem NodeElem(uint32_t stmt, KzsTopNodeTails *tails)

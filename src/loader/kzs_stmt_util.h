@@ -64,6 +64,19 @@ inline const char *ElemArg(const xmlNode *elem)
     return KZ_XML_GetFirstPropertyValue(elem);
 }
 
+/* Descriptor of a sub-statement parsed at most once into dest. */
+inline SubParseElem OnceElem(uint32_t stmt, void *dest)
+{
+    return SubParseElem{stmt, dest, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE};
+}
+
+/* Descriptor of a repeated sub-statement collected into an array: filled from
+ * *fillIndex (which ends as the element count), grown to *count elements. */
+inline SubParseElem ArrayElem(uint32_t stmt, void *arrayPtr, uint16_t *fillIndex, uint16_t *count, uint32_t elemSize)
+{
+    return SubParseElem{stmt, arrayPtr, fillIndex, count, elemSize, KZS_SUB_FLAG_ARRAY};
+}
+
 /* Replaces an interned string slot, releasing what it held. */
 inline void ReplaceInterned(KzDict *dict, const char **slot, const char *interned)
 {
