@@ -24,12 +24,11 @@ std::string Moved(const char *cond)
     return s;
 }
 
-class LoaderCondTree : public ::testing::Test {
+class LoaderCondTree : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(ctx_, nullptr);
+        CtxTest::SetUp();
         mod_.ctx = ctx_;
         dict_ = &ctx_->dict;
         augment_ = New(KZS_NODE_AUGMENT);
@@ -38,7 +37,7 @@ protected:
     void TearDown() override
     {
         KZS_NODE_Free(augment_); // the children and every string go with it
-        KZ_CTX_Delete(ctx_);
+        CtxTest::TearDown();
     }
 
     KzsNode *New(uint32_t kind)
@@ -68,7 +67,6 @@ protected:
         ASSERT_EQ(KZS_NODE_AppendOneIfFeat(dict_, &n->ifFeatures, &n->ifFeatureCount, mod, feat), 0u);
     }
 
-    KzCtx *ctx_ = nullptr;
     KzMod mod_ {};
     KzDict *dict_ = nullptr;
     KzsNode *augment_ = nullptr;

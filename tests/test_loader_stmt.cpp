@@ -24,14 +24,11 @@ using kztest::LoadMessages;
 constexpr const char *kYinNs = "urn:ietf:params:xml:ns:yang:yin:1";
 
 /* A bare module record over a fresh context, plus one parsed snippet. */
-class LoaderStmt : public ::testing::Test {
+class LoaderStmt : public kztest::CtxTest {
 protected:
-    void SetUp() override { Open(KZ_CTX_OPT_KEEP_DESCRIPTION | KZ_CTX_OPT_KEEP_UNITS); }
-
-    void Open(uint32_t flags)
+    void SetUp() override
     {
-        ctx_ = KZ_CTX_Create(flags);
-        ASSERT_NE(ctx_, nullptr);
+        Reopen(KZ_CTX_OPT_KEEP_DESCRIPTION | KZ_CTX_OPT_KEEP_UNITS);
         mod_.ctx = ctx_;
         mod_.name = KZ_DICT_Insert(&ctx_->dict, "m");
     }
@@ -42,21 +39,16 @@ protected:
             KZ_DICT_Remove(&ctx_->dict, s);
         }
         KZ_DICT_Remove(&ctx_->dict, mod_.name);
-        if (doc_ != nullptr) {
-            xmlFreeDoc(doc_);
-        }
-        KZ_CTX_Delete(ctx_);
+        CtxTest::TearDown();
     }
 
     /* Parses <parent xmlns=yin>body</parent> and returns the parent element. */
     xmlNode *Parse(const std::string &parent, const std::string &body, const std::string &extraNs = "")
     {
-        const std::string text = "<" + parent + " name=\"p\" xmlns=\"" + kYinNs + "\"" + extraNs + ">" + body + "</" +
-                                 parent + ">";
-        xmlKeepBlanksDefault(0);
-        doc_ = xmlParseMemory(text.c_str(), static_cast<int>(text.size()));
+        doc_ = kztest::ParseXml("<" + parent + " name=\"p\" xmlns=\"" + kYinNs + "\"" + extraNs + ">" + body + "</" +
+                                parent + ">");
         EXPECT_NE(doc_, nullptr);
-        return doc_ != nullptr ? xmlDocGetRootElement(doc_) : nullptr;
+        return doc_ != nullptr ? xmlDocGetRootElement(doc_.get()) : nullptr;
     }
 
     void Keep(const char *s)
@@ -66,9 +58,8 @@ protected:
         }
     }
 
-    KzCtx *ctx_ = nullptr;
     KzMod mod_{};
-    xmlDoc *doc_ = nullptr;
+    kztest::DocPtr doc_;
     std::vector<const char *> interned_;
 };
 

@@ -14,23 +14,19 @@
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
+#include "test_support.h"
 
 namespace {
 
-class RuntimeCtx : public ::testing::Test {
+class RuntimeCtx : public kztest::CtxTest {
 protected:
-    void SetUp() override
-    {
-        ctx_ = KZ_CTX_Create(0);
-        ASSERT_NE(nullptr, ctx_);
-    }
     void TearDown() override
     {
         // Registered test records are not real modules: unlink, don't free.
         for (KzMod *m = KZ_CTX_GetFirstModule(ctx_); m != nullptr; m = KZ_CTX_GetFirstModule(ctx_)) {
             KZ_CTX_UnlinkModuleNode(ctx_, m);
         }
-        KZ_CTX_Delete(ctx_);
+        CtxTest::TearDown();
         for (auto it = dirs_.rbegin(); it != dirs_.rend(); ++it) {
             rmdir(it->c_str());
         }
@@ -58,7 +54,6 @@ protected:
         return &m;
     }
 
-    KzCtx *ctx_ = nullptr;
     std::deque<KzMod> mods_;
     std::vector<std::string> dirs_;
 };
