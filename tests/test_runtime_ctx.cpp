@@ -63,14 +63,10 @@ protected:
 TEST_F(RuntimeCtx, IgnoreImportErrorsIsBitFourOfTheOptions)
 {
     EXPECT_EQ(0u, KX_CTX_IgnoreImportModError(ctx_));
-    KzCtx *other = KZ_CTX_Create(KZ_CTX_OPT_IGNORE_IMPORT_ERR | KZ_CTX_OPT_LOAD_IMPORTS);
-    ASSERT_NE(nullptr, other);
-    EXPECT_EQ(1u, KX_CTX_IgnoreImportModError(other));
-    KZ_CTX_Delete(other);
-    KzCtx *most = KZ_CTX_Create(~KZ_CTX_OPT_IGNORE_IMPORT_ERR);
-    ASSERT_NE(nullptr, most);
-    EXPECT_EQ(0u, KX_CTX_IgnoreImportModError(most));
-    KZ_CTX_Delete(most);
+    Reopen(KZ_CTX_OPT_IGNORE_IMPORT_ERR | KZ_CTX_OPT_LOAD_IMPORTS);
+    EXPECT_EQ(1u, KX_CTX_IgnoreImportModError(ctx_));
+    Reopen(~KZ_CTX_OPT_IGNORE_IMPORT_ERR);
+    EXPECT_EQ(0u, KX_CTX_IgnoreImportModError(ctx_));
 }
 
 TEST_F(RuntimeCtx, CurrentYinFileKeepsTheBaseNameIfItFits)
