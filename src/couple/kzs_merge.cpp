@@ -70,6 +70,98 @@ uint32_t CopyDeviate(KzDict *dict, KzsDeviate *dst, const KzsDeviate *src)
     return 0;
 }
 
+/* Merges definitions found by name: one the target already has must be the
+ * same (else the differs message, with the name, and 22), any other is
+ * appended by append(dst, definition), which reports its own failures. */
+template <typename Def, typename Find, typename Same, typename Append>
+uint32_t MergeByName(KzMod *dst, const Def *defs, uint16_t count, Find find, Same same, const char *differs,
+                     Append append)
+{
+    for (uint16_t i = 0; i < count; i++) {
+        const Def *def = &defs[i];
+        const Def *found = find(dst, def->name);
+        if (found != nullptr) {
+            if (same(found, def) == 0) {
+                KZ_CTX_AddModError(dst->ctx, dst->name, differs, def->name);
+                return KZ_EINVAL;
+            }
+            continue;
+        }
+        uint32_t ret = append(dst, def);
+        if (ret != 0) {
+            return ret;
+        }
+    }
+    return 0;
+}
+
+/* Gives a just-appended definition a copy of the source's if-features. */
+uint32_t CopyIfFeatures(KzMod *dst, const KzsIfFeature *from, uint16_t count, KzsIfFeature **to, uint16_t *toCount,
+                        const char *failure, const char *name)
+{
+    if (count == 0) {
+        return 0;
+    }
+    *to = KZS_NODE_CopyIfFeaturesArray(Dict(dst), from, count);
+    if (*to == nullptr) {
+        KZ_CTX_AddModError(dst->ctx, dst->name, failure, name);
+        return KZ_ENOMEM;
+    }
+    *toCount = count;
+    return 0;
+}
+
+uint32_t CopyIdentBases(KzMod *dst, const KzsIdentity *from, KzsIdentity *to)
+{
+    if (from->baseCount == 0) {
+        return 0;
+    }
+    to->bases = KZS_MOD_CopyIdentBaseArray(Dict(dst), from->bases, from->baseCount);
+    if (to->bases == nullptr) {
+        KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge base informations of identity \"%s\".", from->name);
+        return KZ_ENOMEM;
+    }
+    to->baseCount = from->baseCount;
+    return 0;
+}
+
+uint32_t AppendFeatureCopy(KzMod *dst, const KzsFeature *feat)
+{
+    uint32_t ret = KZS_MOD_AppendOneFeature(dst, feat->name);
+    if (ret != 0) {
+        KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge feature name \"%s\".", feat->name);
+        return ret;
+    }
+    KzsFeature *added = &dst->features[dst->featureCount - 1];
+    return CopyIfFeatures(dst, feat->ifFeatures, feat->ifFeatureCount, &added->ifFeatures, &added->ifFeatureCount,
+                          "Failed to merge if-feature informations of feature \"%s\".", feat->name);
+}
+
+uint32_t AppendIdentityCopy(KzMod *dst, const KzsIdentity *ident)
+{
+    uint32_t ret = KZS_MOD_AppendOneIdentity(dst, ident->name, ident->description);
+    if (ret != 0) {
+        KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge identity name \"%s\".", ident->name);
+        return ret;
+    }
+    KzsIdentity *added = &dst->identities[dst->identityCount - 1];
+    ret = CopyIdentBases(dst, ident, added);
+    if (ret != 0) {
+        return ret;
+    }
+    return CopyIfFeatures(dst, ident->ifFeatures, ident->ifFeatureCount, &added->ifFeatures, &added->ifFeatureCount,
+                          "Failed to merge if-feature informations of identity \"%s\".", ident->name);
+}
+
+uint32_t AppendExtensionCopy(KzMod *dst, const KzsExtension *ext)
+{
+    uint32_t ret = KZS_MOD_AppendOneExtension(dst, ext->name, ext->argName, ext->yinElement);
+    if (ret != 0) {
+        KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge extension name \"%s\".", ext->name);
+    }
+    return ret;
+}
+
 } // namespace
 
 const char *KZS_NODE_GetDiffReasonName(uint32_t reason)
@@ -140,36 +232,9 @@ uint32_t KZS_MOD_MergeNonNodeMemberFeature(KzMod *dst, KzMod *src)
     if (dst == nullptr || src == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < src->featureCount; i++) {
-        const KzsFeature *feat = &src->features[i];
-        const KzsFeature *found = KZS_MOD_FindFeatureByName(dst, feat->name);
-        if (found != nullptr) {
-            if (KZS_MOD_CheckTwoFeatureSame(found, feat) == 0) {
-                KZ_CTX_AddModError(dst->ctx, dst->name,
-                                   "The if-feature informations of the feature \"%s\" are different from the existing "
-                                   "feature",
-                                   feat->name);
-                return KZ_EINVAL;
-            }
-            continue;
-        }
-        uint32_t ret = KZS_MOD_AppendOneFeature(dst, feat->name);
-        if (ret != 0) {
-            KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge feature name \"%s\".", feat->name);
-            return ret;
-        }
-        if (feat->ifFeatureCount != 0) {
-            KzsFeature *added = &dst->features[dst->featureCount - 1];
-            added->ifFeatures = KZS_NODE_CopyIfFeaturesArray(Dict(dst), feat->ifFeatures, feat->ifFeatureCount);
-            if (added->ifFeatures == nullptr) {
-                KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge if-feature informations of feature \"%s\".",
-                                   feat->name);
-                return KZ_ENOMEM;
-            }
-            added->ifFeatureCount = feat->ifFeatureCount;
-        }
-    }
-    return 0;
+    return MergeByName(dst, src->features, src->featureCount, KZS_MOD_FindFeatureByName, KZS_MOD_CheckTwoFeatureSame,
+                       "The if-feature informations of the feature \"%s\" are different from the existing feature",
+                       AppendFeatureCopy);
 }
 
 uint32_t KZS_MOD_MergeNonNodeMemberIdentity(KzMod *dst, KzMod *src)
@@ -177,44 +242,10 @@ uint32_t KZS_MOD_MergeNonNodeMemberIdentity(KzMod *dst, KzMod *src)
     if (dst == nullptr || src == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < src->identityCount; i++) {
-        const KzsIdentity *ident = &src->identities[i];
-        const KzsIdentity *found = KZS_MOD_FindIdentityByName(dst, ident->name);
-        if (found != nullptr) {
-            if (KZS_MOD_CheckTwoIdentitySame(found, ident) == 0) {
-                KZ_CTX_AddModError(dst->ctx, dst->name,
-                                   "The information of the identity \"%s\" is different from the existing identity",
-                                   ident->name);
-                return KZ_EINVAL;
-            }
-            continue;
-        }
-        uint32_t ret = KZS_MOD_AppendOneIdentity(dst, ident->name, ident->description);
-        if (ret != 0) {
-            KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge identity name \"%s\".", ident->name);
-            return ret;
-        }
-        KzsIdentity *added = &dst->identities[dst->identityCount - 1];
-        if (ident->baseCount != 0) {
-            added->bases = KZS_MOD_CopyIdentBaseArray(Dict(dst), ident->bases, ident->baseCount);
-            if (added->bases == nullptr) {
-                KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge base informations of identity \"%s\".",
-                                   ident->name);
-                return KZ_ENOMEM;
-            }
-            added->baseCount = ident->baseCount;
-        }
-        if (ident->ifFeatureCount != 0) {
-            added->ifFeatures = KZS_NODE_CopyIfFeaturesArray(Dict(dst), ident->ifFeatures, ident->ifFeatureCount);
-            if (added->ifFeatures == nullptr) {
-                KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge if-feature informations of identity \"%s\".",
-                                   ident->name);
-                return KZ_ENOMEM;
-            }
-            added->ifFeatureCount = ident->ifFeatureCount;
-        }
-    }
-    return 0;
+    return MergeByName(dst, src->identities, src->identityCount, KZS_MOD_FindIdentityByName,
+                       KZS_MOD_CheckTwoIdentitySame,
+                       "The information of the identity \"%s\" is different from the existing identity",
+                       AppendIdentityCopy);
 }
 
 uint32_t KZS_MOD_MergeNonNodeMemberExtension(KzMod *dst, KzMod *src)
@@ -222,25 +253,10 @@ uint32_t KZS_MOD_MergeNonNodeMemberExtension(KzMod *dst, KzMod *src)
     if (dst == nullptr || src == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < src->extensionCount; i++) {
-        const KzsExtension *ext = &src->extensions[i];
-        const KzsExtension *found = KZS_MOD_FindExtensionByName(dst, ext->name);
-        if (found != nullptr) {
-            if (KZS_MOD_CheckTwoExtensionSame(found, ext) == 0) {
-                KZ_CTX_AddModError(dst->ctx, dst->name,
-                                   "The information of the extension \"%s\" is different from the existing extension",
-                                   ext->name);
-                return KZ_EINVAL;
-            }
-            continue;
-        }
-        uint32_t ret = KZS_MOD_AppendOneExtension(dst, ext->name, ext->argName, ext->yinElement);
-        if (ret != 0) {
-            KZ_CTX_AddModError(dst->ctx, dst->name, "Failed to merge extension name \"%s\".", ext->name);
-            return ret;
-        }
-    }
-    return 0;
+    return MergeByName(dst, src->extensions, src->extensionCount, KZS_MOD_FindExtensionByName,
+                       KZS_MOD_CheckTwoExtensionSame,
+                       "The information of the extension \"%s\" is different from the existing extension",
+                       AppendExtensionCopy);
 }
 
 uint32_t KZS_MOD_MergeNonNodeMemberDeviation(KzMod *dst, KzMod *src)
