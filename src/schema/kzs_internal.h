@@ -6,6 +6,7 @@
 
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_dict.h"
+#include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
@@ -69,6 +70,59 @@ inline T *AllocZeroed(size_t count = 1)
         std::memset(p, 0, sizeof(T) * count);
     }
     return static_cast<T *>(p);
+}
+
+/* Grows an array by one zeroed entry, lets fill complete it and raises the
+ * count only when the fill succeeded. */
+template <typename T, typename Fill>
+uint32_t AppendOne(T *&array, uint16_t &count, Fill fill)
+{
+    if (count == UINT16_MAX) {
+        return KZ_EINVAL;
+    }
+    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(&array), count, 1, sizeof(T));
+    if (ret != KZ_OK) {
+        return ret;
+    }
+    ret = fill(&array[count]);
+    if (ret == KZ_OK) {
+        ++count;
+    }
+    return ret;
+}
+
+template <typename T, typename Clear>
+void FreeArray(KzDict *dict, T *array, uint16_t count, Clear clear)
+{
+    if (array == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        clear(dict, &array[i]);
+    }
+    KZ_MemFree(array);
+}
+
+/* A zeroed copy of count records, each completed by fill(&copy, source); when
+ * one fails (fill leaves that one empty) the ones before it are released and
+ * the result is null. */
+template <typename T, typename Clear, typename Fill>
+T *CopyArray(KzDict *dict, const T *src, uint16_t count, Clear clear, Fill fill)
+{
+    if (dict == nullptr || src == nullptr || count == 0) {
+        return nullptr;
+    }
+    T *dst = AllocZeroed<T>(count);
+    if (dst == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < count; ++i) {
+        if (fill(&dst[i], src[i]) != KZ_OK) {
+            FreeArray(dict, dst, i, clear);
+            return nullptr;
+        }
+    }
+    return dst;
 }
 
 } // namespace kzs

@@ -13,25 +13,6 @@ using namespace kzs;
 
 namespace {
 
-/* Grows an array by one zeroed entry, lets fill complete it and raises the
- * count only when the fill succeeded. */
-template <typename T, typename Fill>
-uint32_t AppendOne(T *&array, uint16_t &count, Fill fill)
-{
-    if (count == UINT16_MAX) {
-        return KZ_EINVAL;
-    }
-    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(&array), count, 1, sizeof(T));
-    if (ret != KZ_OK) {
-        return ret;
-    }
-    ret = fill(&array[count]);
-    if (ret == KZ_OK) {
-        ++count;
-    }
-    return ret;
-}
-
 template <typename T, typename Key>
 T *FindByKey(T *array, uint16_t count, const char *key, Key keyOf)
 {
@@ -47,17 +28,6 @@ T *FindByKey(T *array, uint16_t count, const char *key, Key keyOf)
     return nullptr;
 }
 
-template <typename T, typename Clear>
-void FreeArray(KzDict *dict, T *array, uint16_t count, Clear clear)
-{
-    if (array == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        clear(dict, &array[i]);
-    }
-    KZ_MemFree(array);
-}
 
 } // namespace
 
@@ -237,17 +207,9 @@ KzsIdentBase *KZS_MOD_CopyIdentBaseArray(KzDict *dict, const KzsIdentBase *src, 
     if (dict == nullptr || src == nullptr || count == 0) {
         return nullptr;
     }
-    KzsIdentBase *dst = AllocZeroed<KzsIdentBase>(count);
-    if (dst == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        if (KZS_MOD_FillIdentBase(dict, &dst[i], src[i].modName, src[i].identName) != KZ_OK) {
-            KZS_MDL_FreeIdentBases(dict, dst, i);
-            return nullptr;
-        }
-    }
-    return dst;
+    return CopyArray(dict, src, count, KZS_MDL_ClearIdentBase, [dict](KzsIdentBase *dst, const KzsIdentBase &from) {
+        return KZS_MOD_FillIdentBase(dict, dst, from.modName, from.identName);
+    });
 }
 
 void KZS_MDL_ClearIdentBase(KzDict *dict, KzsIdentBase *base)

@@ -33,31 +33,14 @@ void KZS_NODE_ClearIfFeature(KzDict *dict, KzsIfFeature *feat)
 
 void KZS_NODE_FreeIfFeatures(KzDict *dict, KzsIfFeature *feats, uint16_t count)
 {
-    if (feats == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        KZS_NODE_ClearIfFeature(dict, &feats[i]);
-    }
-    KZ_MemFree(feats);
+    FreeArray(dict, feats, count, KZS_NODE_ClearIfFeature);
 }
 
 KzsIfFeature *KZS_NODE_CopyIfFeaturesArray(KzDict *dict, const KzsIfFeature *src, uint16_t count)
 {
-    if (dict == nullptr || src == nullptr || count == 0) {
-        return nullptr;
-    }
-    KzsIfFeature *dst = AllocZeroed<KzsIfFeature>(count);
-    if (dst == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        if (KZS_NODE_FillIfFeature(dict, &dst[i], src[i].modName, src[i].featName) != KZ_OK) {
-            KZS_NODE_FreeIfFeatures(dict, dst, i);
-            return nullptr;
-        }
-    }
-    return dst;
+    return CopyArray(dict, src, count, KZS_NODE_ClearIfFeature, [dict](KzsIfFeature *dst, const KzsIfFeature &from) {
+        return KZS_NODE_FillIfFeature(dict, dst, from.modName, from.featName);
+    });
 }
 
 uint32_t KZS_NODE_CheckTwoIfFeatureSame(const KzsIfFeature *a, const KzsIfFeature *b)
@@ -98,19 +81,11 @@ KzsIfFeature *KZS_NODE_FindIfFeature(KzsIfFeature *feats, uint16_t count, const 
 uint32_t KZS_NODE_AppendOneIfFeat(KzDict *dict, KzsIfFeature **feats, uint16_t *count, const char *modName,
                                   const char *featName)
 {
-    if (dict == nullptr || feats == nullptr || count == nullptr || modName == nullptr || featName == nullptr ||
-        *count == UINT16_MAX) {
+    if (dict == nullptr || feats == nullptr || count == nullptr || modName == nullptr || featName == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(feats), *count, 1, sizeof(KzsIfFeature));
-    if (ret != KZ_OK) {
-        return ret;
-    }
-    ret = KZS_NODE_FillIfFeature(dict, &(*feats)[*count], modName, featName);
-    if (ret == KZ_OK) {
-        ++*count;
-    }
-    return ret;
+    return AppendOne(*feats, *count,
+                     [&](KzsIfFeature *feat) { return KZS_NODE_FillIfFeature(dict, feat, modName, featName); });
 }
 
 /* ---- Musts ---- */
@@ -141,48 +116,24 @@ void KZS_NODE_ClearMust(KzDict *dict, KzsMust *must)
 
 void KZS_NODE_FreeMusts(KzDict *dict, KzsMust *musts, uint16_t count)
 {
-    if (musts == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        KZS_NODE_ClearMust(dict, &musts[i]);
-    }
-    KZ_MemFree(musts);
+    FreeArray(dict, musts, count, KZS_NODE_ClearMust);
 }
 
 KzsMust *KZS_NODE_CopyMustsArray(KzDict *dict, const KzsMust *src, uint16_t count)
 {
-    if (dict == nullptr || src == nullptr || count == 0) {
-        return nullptr;
-    }
-    KzsMust *dst = AllocZeroed<KzsMust>(count);
-    if (dst == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < count; ++i) {
-        if (KZS_NODE_FillMust(dict, &dst[i], src[i].cond, src[i].errMsg, src[i].errAppTag) != KZ_OK) {
-            KZS_NODE_FreeMusts(dict, dst, i);
-            return nullptr;
-        }
-    }
-    return dst;
+    return CopyArray(dict, src, count, KZS_NODE_ClearMust, [dict](KzsMust *dst, const KzsMust &from) {
+        return KZS_NODE_FillMust(dict, dst, from.cond, from.errMsg, from.errAppTag);
+    });
 }
 
 uint32_t KZS_NODE_AppendOneMust(KzDict *dict, KzsMust **musts, uint16_t *count, const char *cond,
                                 const char *errMsg, const char *errAppTag)
 {
-    if (dict == nullptr || musts == nullptr || count == nullptr || cond == nullptr || *count == UINT16_MAX) {
+    if (dict == nullptr || musts == nullptr || count == nullptr || cond == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t ret = KZ_UTL_ExpandArray(reinterpret_cast<void **>(musts), *count, 1, sizeof(KzsMust));
-    if (ret != KZ_OK) {
-        return ret;
-    }
-    ret = KZS_NODE_FillMust(dict, &(*musts)[*count], cond, errMsg, errAppTag);
-    if (ret == KZ_OK) {
-        ++*count;
-    }
-    return ret;
+    return AppendOne(*musts, *count,
+                     [&](KzsMust *must) { return KZS_NODE_FillMust(dict, must, cond, errMsg, errAppTag); });
 }
 
 void KZS_NODE_AssignMoveMust(KzsMust *dst, KzsMust *src)
