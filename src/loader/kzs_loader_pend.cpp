@@ -18,6 +18,40 @@ bool CopyPendName(char (&dst)[KZS_LOADER_PEND_NAME_MAX], const char *name)
     return true;
 }
 
+/* A zeroed record holding a copy of name in its nameField, or null when the
+ * allocation fails or the name does not fit. */
+template <typename T>
+T *NewNamed(char (T::*nameField)[KZS_LOADER_PEND_NAME_MAX], const char *name)
+{
+    auto *rec = static_cast<T *>(KZ_MemMalloc(sizeof(T)));
+    if (rec == nullptr) {
+        return nullptr;
+    }
+    std::memset(rec, 0, sizeof(*rec));
+    if (!CopyPendName(rec->*nameField, name)) {
+        KZ_MemFree(rec);
+        return nullptr;
+    }
+    return rec;
+}
+
+/* Links item in at the end of the ring that starts at first. */
+template <typename T>
+void RingAppend(T *&first, T *item)
+{
+    if (first == nullptr) {
+        item->next = item;
+        item->prev = item;
+        first = item;
+        return;
+    }
+    T *last = first->prev;
+    item->prev = last;
+    item->next = first;
+    last->next = item;
+    first->prev = item;
+}
+
 } /* namespace */
 
 extern "C" {
@@ -45,26 +79,11 @@ KZ_API ModPendNode *KZS_LOADER_AddModPendNode(ModPendTbl *tbl, const char *name)
     if (tbl == nullptr || name == nullptr) {
         return nullptr;
     }
-    auto *node = static_cast<ModPendNode *>(KZ_MemMalloc(sizeof(ModPendNode)));
+    ModPendNode *node = NewNamed(&ModPendNode::moduleName, name);
     if (node == nullptr) {
         return nullptr;
     }
-    std::memset(node, 0, sizeof(*node));
-    if (!CopyPendName(node->moduleName, name)) {
-        KZ_MemFree(node);
-        return nullptr;
-    }
-    if (tbl->first == nullptr) {
-        node->next = node;
-        node->prev = node;
-        tbl->first = node;
-    } else {
-        ModPendNode *last = tbl->first->prev;
-        node->prev = last;
-        node->next = tbl->first;
-        last->next = node;
-        tbl->first->prev = node;
-    }
+    RingAppend(tbl->first, node);
     tbl->count++;
     return node;
 }
@@ -108,26 +127,14 @@ KZ_API uint32_t KZS_LOADER_AddModFeatPend(ModPendNode *pendNode, const char *fea
     if (pendNode == nullptr || featureName == nullptr) {
         return KZ_EINVAL;
     }
-    auto *feat = static_cast<ModFeatPend *>(KZ_MemMalloc(sizeof(ModFeatPend)));
+    if (std::strlen(featureName) >= KZS_LOADER_PEND_NAME_MAX) {
+        return KZ_EINVAL;
+    }
+    ModFeatPend *feat = NewNamed(&ModFeatPend::featureName, featureName);
     if (feat == nullptr) {
         return KZ_ENOMEM;
     }
-    std::memset(feat, 0, sizeof(*feat));
-    if (!CopyPendName(feat->featureName, featureName)) {
-        KZ_MemFree(feat);
-        return KZ_EINVAL;
-    }
-    if (pendNode->feats == nullptr) {
-        feat->next = feat;
-        feat->prev = feat;
-        pendNode->feats = feat;
-    } else {
-        ModFeatPend *last = pendNode->feats->prev;
-        feat->prev = last;
-        feat->next = pendNode->feats;
-        last->next = feat;
-        pendNode->feats->prev = feat;
-    }
+    RingAppend(pendNode->feats, feat);
     return KZ_OK;
 }
 
