@@ -105,14 +105,7 @@ uint32_t KZ_MOD_ScanAllExtInsts(const KzMod *mod, KzExtInstScanCb callback, void
     if (mod == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < mod->extInstCount; ++i) {
-        KzsExtInst *e = &mod->extInsts[i];
-        uint32_t ret = callback(e, e->modName, e->extName, e->argument, cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanExtInsts(mod->extInsts, mod->extInstCount, callback, cookie);
 }
 
 uint32_t KZ_MOD_IterScanTopmostNode(const KzMod *mod, KzNodeWalkCb callback, void *cookie)
@@ -143,13 +136,8 @@ uint32_t KZ_MOD_ScanImportModules(KzMod *mod, KzImportScanCb callback, void *coo
     if (mod == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < mod->importCount; ++i) {
-        uint32_t ret = callback(mod, mod->imports[i].modName, cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanEach(mod->imports, mod->importCount,
+                    [&](const KzsImport &imp) { return callback(mod, imp.modName, cookie); });
 }
 
 uint32_t KZ_MOD_ScanAllIdentity(const KzMod *mod, KzIdentityScanCb callback, void *cookie)
@@ -157,13 +145,8 @@ uint32_t KZ_MOD_ScanAllIdentity(const KzMod *mod, KzIdentityScanCb callback, voi
     if (mod == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < mod->identityCount; ++i) {
-        uint32_t ret = callback(&mod->identities[i], cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanEach(mod->identities, mod->identityCount,
+                    [&](KzsIdentity &ident) { return callback(&ident, cookie); });
 }
 
 uint32_t KZ_MOD_ScanIdentityBase(const KzsIdentity *identity, KzIdentBaseScanCb callback, void *cookie)
@@ -171,13 +154,8 @@ uint32_t KZ_MOD_ScanIdentityBase(const KzsIdentity *identity, KzIdentBaseScanCb 
     if (identity == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < identity->baseCount; ++i) {
-        uint32_t ret = callback(identity->bases[i].modName, identity->bases[i].identName, cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanEach(identity->bases, identity->baseCount,
+                    [&](const KzsIdentBase &base) { return callback(base.modName, base.identName, cookie); });
 }
 
 const char *KZ_MOD_GetIdentityName(const KzsIdentity *identity)

@@ -300,14 +300,7 @@ uint32_t KZ_NODE_ScanAllExtInsts(const KzsNode *node, KzExtInstScanCb callback, 
     if (node == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < node->extInstCount; ++i) {
-        KzsExtInst *e = &node->extInsts[i];
-        uint32_t ret = callback(e, e->modName, e->extName, e->argument, cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanExtInsts(node->extInsts, node->extInstCount, callback, cookie);
 }
 
 uint32_t KZ_EXT_ScanAllChildExtInsts(const KzsExtInst *inst, KzExtInstScanCb callback, void *cookie)
@@ -315,14 +308,7 @@ uint32_t KZ_EXT_ScanAllChildExtInsts(const KzsExtInst *inst, KzExtInstScanCb cal
     if (inst == nullptr || callback == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < inst->childCount; ++i) {
-        KzsExtInst *e = &inst->children[i];
-        uint32_t ret = callback(e, e->modName, e->extName, e->argument, cookie);
-        if (ret != 0) {
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ScanExtInsts(inst->children, inst->childCount, callback, cookie);
 }
 
 uint32_t KZ_NODE_AppendExtInst(KzsNode *node, const char *modName, const char *extName, const char *argument)

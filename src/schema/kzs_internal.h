@@ -125,6 +125,27 @@ T *CopyArray(KzDict *dict, const T *src, uint16_t count, Clear clear, Fill fill)
     return dst;
 }
 
+/* Calls visit on each record in order; the first non-zero result stops the
+ * scan and is returned. */
+template <typename T, typename Visit>
+uint32_t ScanEach(T *array, uint16_t count, Visit visit)
+{
+    for (uint16_t i = 0; i < count; ++i) {
+        uint32_t ret = visit(array[i]);
+        if (ret != 0) {
+            return ret;
+        }
+    }
+    return KZ_OK;
+}
+
+/* Hands each extension instance of an array to a public scan callback. */
+inline uint32_t ScanExtInsts(KzsExtInst *insts, uint16_t count, KzExtInstScanCb callback, void *cookie)
+{
+    return ScanEach(insts, count,
+                    [&](KzsExtInst &e) { return callback(&e, e.modName, e.extName, e.argument, cookie); });
+}
+
 } // namespace kzs
 
 #endif /* KZS_INTERNAL_H */
