@@ -34,40 +34,16 @@ void *KZT_CONS_CreateConsDataBodyWithBit(uint16_t segCount)
 
 void KZT_CONS_DestroyConsDataBodyWithBit(KzDict *dict, void *body)
 {
-    auto *b = static_cast<KztConsDataBit *>(body);
-    if (b == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < b->segCount && b->segs != nullptr; ++i) {
-        if (b->segs[i].name != nullptr) {
-            KZ_DICT_Remove(dict, b->segs[i].name);
-        }
-    }
-    KZ_MemFree(b->segs);
-    KZ_MemFree(b);
+    kzt::DestroySegBody<KztConsDataBit>(dict, body, [](KzDict *d, KztSegBit &seg) { kzt::DropInterned(d, seg.name); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithBit(KzDict *dict, const void *src)
 {
-    const auto *s = static_cast<const KztConsDataBit *>(src);
-    if (dict == nullptr || s == nullptr) {
-        return nullptr;
-    }
-    auto *d = kzt::NewSegBody<KztConsDataBit, KztSegBit>(s->segCount);
-    if (d == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < s->segCount; ++i) {
-        d->segs[i].position = s->segs[i].position;
-        if (s->segs[i].name != nullptr) {
-            d->segs[i].name = KZ_DICT_Insert(dict, s->segs[i].name);
-            if (d->segs[i].name == nullptr) {
-                KZT_CONS_DestroyConsDataBodyWithBit(dict, d);
-                return nullptr;
-            }
-        }
-    }
-    return d;
+    return kzt::CopySegBody<KztConsDataBit, KztSegBit>(
+        dict, src, KZT_CONS_DestroyConsDataBodyWithBit, [](KzDict *d, KztSegBit &to, const KztSegBit &from) {
+            to.position = from.position;
+            return kzt::CopyInterned(d, to.name, from.name);
+        });
 }
 
 uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)

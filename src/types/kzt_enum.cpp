@@ -101,54 +101,33 @@ void *KZT_CONS_CreateConsDataBodyWithEnum(uint16_t segCount)
 void KZT_CONS_DestroyConsDataBodyWithEnum(KzDict *dict, void *body)
 {
     auto *e = static_cast<KztConsDataEnum *>(body);
-    if (e == nullptr) {
-        return;
+    if (e != nullptr) {
+        ReleaseDescs(dict, e->descs, e->segCount);
     }
-    for (uint16_t i = 0; i < e->segCount && e->segs != nullptr; ++i) {
-        if (e->segs[i].name != nullptr) {
-            KZ_DICT_Remove(dict, e->segs[i].name);
-        }
-    }
-    ReleaseDescs(dict, e->descs, e->segCount);
-    KZ_MemFree(e->segs);
-    KZ_MemFree(e);
+    kzt::DestroySegBody<KztConsDataEnum>(dict, body,
+                                         [](KzDict *d, KztSegEnum &seg) { kzt::DropInterned(d, seg.name); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithEnum(KzDict *dict, const void *src)
 {
+    auto *d = kzt::CopySegBody<KztConsDataEnum, KztSegEnum>(
+        dict, src, KZT_CONS_DestroyConsDataBodyWithEnum,
+        [](KzDict *strings, KztSegEnum &to, const KztSegEnum &from) {
+            to.value = from.value;
+            return kzt::CopyInterned(strings, to.name, from.name);
+        });
     const auto *s = static_cast<const KztConsDataEnum *>(src);
-    if (dict == nullptr || s == nullptr) {
+    if (d == nullptr || s->descs == nullptr || s->segCount == 0) {
+        return d;
+    }
+    d->descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * s->segCount));
+    bool ok = d->descs != nullptr;
+    for (uint16_t i = 0; ok && i < s->segCount; ++i) {
+        ok = kzt::CopyInterned(dict, d->descs[i], s->descs[i]);
+    }
+    if (!ok) {
+        KZT_CONS_DestroyConsDataBodyWithEnum(dict, d);
         return nullptr;
-    }
-    auto *d = kzt::NewSegBody<KztConsDataEnum, KztSegEnum>(s->segCount);
-    if (d == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < s->segCount; ++i) {
-        d->segs[i].value = s->segs[i].value;
-        if (s->segs[i].name != nullptr) {
-            d->segs[i].name = KZ_DICT_Insert(dict, s->segs[i].name);
-            if (d->segs[i].name == nullptr) {
-                KZT_CONS_DestroyConsDataBodyWithEnum(dict, d);
-                return nullptr;
-            }
-        }
-    }
-    if (s->descs != nullptr && s->segCount != 0) {
-        d->descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * s->segCount));
-        if (d->descs == nullptr) {
-            KZT_CONS_DestroyConsDataBodyWithEnum(dict, d);
-            return nullptr;
-        }
-        for (uint16_t i = 0; i < s->segCount; ++i) {
-            if (s->descs[i] != nullptr) {
-                d->descs[i] = KZ_DICT_Insert(dict, s->descs[i]);
-                if (d->descs[i] == nullptr) {
-                    KZT_CONS_DestroyConsDataBodyWithEnum(dict, d);
-                    return nullptr;
-                }
-            }
-        }
     }
     return d;
 }

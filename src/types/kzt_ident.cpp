@@ -80,42 +80,18 @@ void *KZT_CONS_CreateConsDataBodyWithBase(uint16_t segCount)
 
 void KZT_CONS_DestroyConsDataBodyWithBase(KzDict *dict, void *body)
 {
-    auto *b = static_cast<KztConsDataBase *>(body);
-    if (b == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < b->segCount && b->segs != nullptr; ++i) {
-        if (b->segs[i].modName != nullptr) {
-            KZ_DICT_Remove(dict, b->segs[i].modName);
-        }
-        if (b->segs[i].identName != nullptr) {
-            KZ_DICT_Remove(dict, b->segs[i].identName);
-        }
-    }
-    KZ_MemFree(b->segs);
-    KZ_MemFree(b);
+    kzt::DestroySegBody<KztConsDataBase>(dict, body, [](KzDict *d, KztSegBase &seg) {
+        kzt::DropInterned(d, seg.modName);
+        kzt::DropInterned(d, seg.identName);
+    });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithBase(KzDict *dict, const void *src)
 {
-    const auto *s = static_cast<const KztConsDataBase *>(src);
-    if (dict == nullptr || s == nullptr) {
-        return nullptr;
-    }
-    auto *d = kzt::NewSegBody<KztConsDataBase, KztSegBase>(s->segCount);
-    if (d == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < s->segCount; ++i) {
-        const KztSegBase &from = s->segs[i];
-        KztSegBase &to = d->segs[i];
-        if ((from.modName != nullptr && (to.modName = KZ_DICT_Insert(dict, from.modName)) == nullptr) ||
-            (from.identName != nullptr && (to.identName = KZ_DICT_Insert(dict, from.identName)) == nullptr)) {
-            KZT_CONS_DestroyConsDataBodyWithBase(dict, d);
-            return nullptr;
-        }
-    }
-    return d;
+    return kzt::CopySegBody<KztConsDataBase, KztSegBase>(
+        dict, src, KZT_CONS_DestroyConsDataBodyWithBase, [](KzDict *d, KztSegBase &to, const KztSegBase &from) {
+            return kzt::CopyInterned(d, to.modName, from.modName) && kzt::CopyInterned(d, to.identName, from.identName);
+        });
 }
 
 uint32_t KZT_LOADER_FillOneConsSegBase(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)

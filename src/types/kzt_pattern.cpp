@@ -39,46 +39,27 @@ void *KZT_CONS_CreateConsDataBodyWithPattern(uint16_t segCount)
 
 void KZT_CONS_DestroyConsDataBodyWithPattern(KzDict *dict, void *body)
 {
-    auto *p = static_cast<KztConsDataPattern *>(body);
-    if (p == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < p->segCount && p->segs != nullptr; ++i) {
-        if (p->segs[i].regexp != nullptr) {
-            xmlRegFreeRegexp(p->segs[i].regexp);
+    kzt::DestroySegBody<KztConsDataPattern>(dict, body, [](KzDict *d, KztSegPattern &seg) {
+        if (seg.regexp != nullptr) {
+            xmlRegFreeRegexp(seg.regexp);
         }
-        if (p->segs[i].pattern != nullptr) {
-            KZ_DICT_Remove(dict, p->segs[i].pattern);
-        }
-    }
-    KZ_MemFree(p->segs);
-    KZ_MemFree(p);
+        kzt::DropInterned(d, seg.pattern);
+    });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
 {
-    const auto *s = static_cast<const KztConsDataPattern *>(src);
-    if (dict == nullptr || s == nullptr) {
-        return nullptr;
-    }
-    auto *d = kzt::NewSegBody<KztConsDataPattern, KztSegPattern>(s->segCount);
-    if (d == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < s->segCount; ++i) {
-        d->segs[i].invertMatch = s->segs[i].invertMatch;
-        if (s->segs[i].pattern == nullptr) {
-            continue;
-        }
-        d->segs[i].pattern = KZ_DICT_Insert(dict, s->segs[i].pattern);
-        if (d->segs[i].pattern == nullptr) {
-            KZT_CONS_DestroyConsDataBodyWithPattern(dict, d);
-            return nullptr;
-        }
-        /* libxml2 has no copy of a compiled expression: compile it again. */
-        d->segs[i].regexp = kz_xml_compile_regexp_quietly(d->segs[i].pattern);
-    }
-    return d;
+    return kzt::CopySegBody<KztConsDataPattern, KztSegPattern>(
+        dict, src, KZT_CONS_DestroyConsDataBodyWithPattern,
+        [](KzDict *d, KztSegPattern &to, const KztSegPattern &from) {
+            to.invertMatch = from.invertMatch;
+            if (!kzt::CopyInterned(d, to.pattern, from.pattern)) {
+                return false;
+            }
+            /* libxml2 has no copy of a compiled expression: compile it again. */
+            to.regexp = kz_xml_compile_regexp_quietly(to.pattern);
+            return true;
+        });
 }
 
 uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "korla.h"
+#include "runtime/kz_dict.h"
 
 namespace kzt {
 
@@ -42,6 +43,59 @@ Body *NewSegBody(uint16_t segCount)
     }
     body->segCount = segCount;
     return body;
+}
+
+/* Releases a body of type Body: clearSeg(dict, segment) on each segment, then
+ * the segments and the body.  A null body is ignored. */
+template <typename Body, typename ClearSeg>
+void DestroySegBody(KzDict *dict, void *body, ClearSeg clearSeg)
+{
+    auto *b = static_cast<Body *>(body);
+    if (b == nullptr) {
+        return;
+    }
+    for (uint16_t i = 0; i < b->segCount && b->segs != nullptr; ++i) {
+        clearSeg(dict, b->segs[i]);
+    }
+    KZ_MemFree(b->segs);
+    KZ_MemFree(b);
+}
+
+/* A copy of a body of type Body whose segments copySeg(dict, to, from) fills;
+ * when one returns false the copy is released with destroy and the result is
+ * null. */
+template <typename Body, typename Seg, typename CopySeg>
+Body *CopySegBody(KzDict *dict, const void *src, void (*destroy)(KzDict *, void *), CopySeg copySeg)
+{
+    const auto *s = static_cast<const Body *>(src);
+    if (dict == nullptr || s == nullptr) {
+        return nullptr;
+    }
+    Body *d = NewSegBody<Body, Seg>(s->segCount);
+    if (d == nullptr) {
+        return nullptr;
+    }
+    for (uint16_t i = 0; i < s->segCount; ++i) {
+        if (!copySeg(dict, d->segs[i], s->segs[i])) {
+            destroy(dict, d);
+            return nullptr;
+        }
+    }
+    return d;
+}
+
+/* Drops the reference an interned slot holds, if any. */
+inline void DropInterned(KzDict *dict, const char *s)
+{
+    if (s != nullptr) {
+        KZ_DICT_Remove(dict, s);
+    }
+}
+
+/* Interns from (when present) into to; false when the insertion failed. */
+inline bool CopyInterned(KzDict *dict, const char *&to, const char *from)
+{
+    return from == nullptr || (to = KZ_DICT_Insert(dict, from)) != nullptr;
 }
 
 /* Frees with KZ_MemFree when going out of scope. */

@@ -16,34 +16,16 @@ void *KZT_CONS_CreateConsDataBodyWithUnion(uint16_t segCount)
 
 void KZT_CONS_DestroyConsDataBodyWithUnion(KzDict *dict, void *body)
 {
-    auto *u = static_cast<KztConsDataUnion *>(body);
-    if (u == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < u->segCount && u->segs != nullptr; ++i) {
-        KZT_TYPE_DestroyNytRealTypeInner(dict, &u->segs[i]);
-    }
-    KZ_MemFree(u->segs);
-    KZ_MemFree(u);
+    kzt::DestroySegBody<KztConsDataUnion>(
+        dict, body, [](KzDict *d, KztRealType &seg) { KZT_TYPE_DestroyNytRealTypeInner(d, &seg); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithUnion(KzDict *dict, const void *src)
 {
-    const auto *s = static_cast<const KztConsDataUnion *>(src);
-    if (dict == nullptr || s == nullptr) {
-        return nullptr;
-    }
-    auto *d = kzt::NewSegBody<KztConsDataUnion, KztRealType>(s->segCount);
-    if (d == nullptr) {
-        return nullptr;
-    }
-    for (uint16_t i = 0; i < s->segCount; ++i) {
-        if (KZT_TYPE_CopyNytRealTypeInner(dict, &d->segs[i], &s->segs[i]) != KZ_OK) {
-            KZT_CONS_DestroyConsDataBodyWithUnion(dict, d);
-            return nullptr;
-        }
-    }
-    return d;
+    return kzt::CopySegBody<KztConsDataUnion, KztRealType>(
+        dict, src, KZT_CONS_DestroyConsDataBodyWithUnion, [](KzDict *d, KztRealType &to, const KztRealType &from) {
+            return KZT_TYPE_CopyNytRealTypeInner(d, &to, &from) == KZ_OK;
+        });
 }
 
 uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
