@@ -427,6 +427,51 @@ uint32_t SingleDefaultUndo(const KzsNode *target)
     return target->kind == KZS_NODE_LEAF ? UNDO_LEAF_DFLT : UNDO_CHOICE_DFLT;
 }
 
+// The three changes of an interned text slot of target (a default or units),
+// each saving what the slot held in the undo log first.
+
+// An empty slot gets text.
+uint32_t FillSavingEmpty(DevUndo *undo, KzDict *dict, uint32_t kind, KzsNode *target, const char **slot,
+                         const char *text)
+{
+    if (SaveStr(undo, dict, kind, target, nullptr) != 0) {
+        return KZ_ENOMEM;
+    }
+    *slot = KZ_DICT_Insert(dict, text);
+    return *slot == nullptr ? KZ_ENOMEM : 0;
+}
+
+// A set slot is emptied.
+uint32_t ClearSavingOld(DevUndo *undo, KzDict *dict, uint32_t kind, KzsNode *target, const char **slot)
+{
+    if (SaveStr(undo, dict, kind, target, *slot) != 0) {
+        return KZ_ENOMEM;
+    }
+    KZ_DICT_Remove(dict, *slot);
+    *slot = nullptr;
+    return 0;
+}
+
+// A set slot gets text; an equal text leaves it alone.
+uint32_t ReplaceSavingOld(DevUndo *undo, KzDict *dict, uint32_t kind, KzsNode *target, const char **slot,
+                          const char *text)
+{
+    if (kzs_couple_same_text(*slot, text)) {
+        return 0;
+    }
+    const char *value = KZ_DICT_Insert(dict, text);
+    if (value == nullptr) {
+        return KZ_ENOMEM;
+    }
+    if (SaveStr(undo, dict, kind, target, *slot) != 0) {
+        KZ_DICT_Remove(dict, value);
+        return KZ_ENOMEM;
+    }
+    KZ_DICT_Remove(dict, *slot);
+    *slot = value;
+    return 0;
+}
+
 // ---- add -------------------------------------------------------------------
 
 uint32_t AddDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
@@ -451,11 +496,7 @@ uint32_t AddDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
                 target);
             return KZ_ERR;
         }
-        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, nullptr) != 0) {
-            return KZ_ENOMEM;
-        }
-        *slot = KZ_DICT_Insert(dict, dvt->defaults[0]);
-        return *slot == nullptr ? KZ_ENOMEM : 0;
+        return FillSavingEmpty(undo, dict, SingleDefaultUndo(target), target, slot, dvt->defaults[0]);
     }
     case KZS_NODE_LEAFLIST: {
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
@@ -503,11 +544,7 @@ uint32_t AddUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
         Log(mod, "Failed to add units to node \"%s\", because it already has units.", target);
         return KZ_ERR;
     }
-    if (SaveStr(undo, Dict(mod), UNDO_UNITS, target, nullptr) != 0) {
-        return KZ_ENOMEM;
-    }
-    *slot = KZ_DICT_Insert(Dict(mod), dvt->units);
-    return *slot == nullptr ? KZ_ENOMEM : 0;
+    return FillSavingEmpty(undo, Dict(mod), UNDO_UNITS, target, slot, dvt->units);
 }
 
 void NotifyBeforeExtInst(KzsNode *node)
@@ -570,12 +607,7 @@ uint32_t DelDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target
                 target);
             return KZ_ERR;
         }
-        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, *slot) != 0) {
-            return KZ_ENOMEM;
-        }
-        KZ_DICT_Remove(dict, *slot);
-        *slot = nullptr;
-        return 0;
+        return ClearSavingOld(undo, dict, SingleDefaultUndo(target), target, slot);
     }
     case KZS_NODE_LEAFLIST: {
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
@@ -643,12 +675,7 @@ uint32_t DelUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
         Log(mod, "Failed to delete units from node \"%s\", because it doesn't have units or the target units.", target);
         return KZ_ERR;
     }
-    if (SaveStr(undo, Dict(mod), UNDO_UNITS, target, *slot) != 0) {
-        return KZ_ENOMEM;
-    }
-    KZ_DICT_Remove(Dict(mod), *slot);
-    *slot = nullptr;
-    return 0;
+    return ClearSavingOld(undo, Dict(mod), UNDO_UNITS, target, slot);
 }
 
 uint32_t DelExtInsts(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
@@ -695,20 +722,7 @@ uint32_t ReplDefaults(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *targe
                 target);
             return KZ_ERR;
         }
-        if (kzs_couple_same_text(*slot, dvt->defaults[0])) {
-            return 0;
-        }
-        const char *value = KZ_DICT_Insert(dict, dvt->defaults[0]);
-        if (value == nullptr) {
-            return KZ_ENOMEM;
-        }
-        if (SaveStr(undo, dict, SingleDefaultUndo(target), target, *slot) != 0) {
-            KZ_DICT_Remove(dict, value);
-            return KZ_ENOMEM;
-        }
-        KZ_DICT_Remove(dict, *slot);
-        *slot = value;
-        return 0;
+        return ReplaceSavingOld(undo, dict, SingleDefaultUndo(target), target, slot, dvt->defaults[0]);
     }
     case KZS_NODE_LEAFLIST: {
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
@@ -763,20 +777,7 @@ uint32_t ReplUnits(KzMod *mod, DevUndo *undo, KzsDeviate *dvt, KzsNode *target)
     if (slot == nullptr || *slot == nullptr) {
         return KZ_ERR;
     }
-    if (kzs_couple_same_text(*slot, dvt->units)) {
-        return 0;
-    }
-    const char *value = KZ_DICT_Insert(Dict(mod), dvt->units);
-    if (value == nullptr) {
-        return KZ_ENOMEM;
-    }
-    if (SaveStr(undo, Dict(mod), UNDO_UNITS, target, *slot) != 0) {
-        KZ_DICT_Remove(Dict(mod), value);
-        return KZ_ENOMEM;
-    }
-    KZ_DICT_Remove(Dict(mod), *slot);
-    *slot = value;
-    return 0;
+    return ReplaceSavingOld(undo, Dict(mod), UNDO_UNITS, target, slot, dvt->units);
 }
 
 /* One sub-statement kind of a deviate: whether the deviate carries it, how it
