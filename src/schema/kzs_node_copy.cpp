@@ -46,6 +46,21 @@ uint32_t CopyVisit(KzsNode *node, uint32_t step, void *cookie)
     return 0;
 }
 
+/* A zeroed leaf or leaf-list record holding a copy of src's real type, or null. */
+template <typename Info>
+Info *NewInfoWithTypeOf(KzDict *dict, const Info *src)
+{
+    auto *dst = AllocZeroed<Info>();
+    if (dst == nullptr) {
+        return nullptr;
+    }
+    if (KZT_TYPE_CopyNytRealTypeInner(dict, &dst->realType, &src->realType) != KZ_OK) {
+        KZ_MemFree(dst);
+        return nullptr;
+    }
+    return dst;
+}
+
 } // namespace
 
 extern "C" {
@@ -56,12 +71,8 @@ void *KZS_NODE_CopySchemaLeaf(KzDict *dict, const void *info)
         return nullptr;
     }
     auto *src = static_cast<const KzsLeafInfo *>(info);
-    auto *dst = AllocZeroed<KzsLeafInfo>();
+    auto *dst = NewInfoWithTypeOf(dict, src);
     if (dst == nullptr) {
-        return nullptr;
-    }
-    if (KZT_TYPE_CopyNytRealTypeInner(dict, &dst->realType, &src->realType) != KZ_OK) {
-        KZ_MemFree(dst);
         return nullptr;
     }
     if (!DictPut(dict, dst->dflt, src->dflt) || !DictPut(dict, dst->units, src->units)) {
@@ -77,12 +88,8 @@ void *KZS_NODE_CopySchemaLeaflist(KzDict *dict, const void *info)
         return nullptr;
     }
     auto *src = static_cast<const KzsLeafListInfo *>(info);
-    auto *dst = AllocZeroed<KzsLeafListInfo>();
+    auto *dst = NewInfoWithTypeOf(dict, src);
     if (dst == nullptr) {
-        return nullptr;
-    }
-    if (KZT_TYPE_CopyNytRealTypeInner(dict, &dst->realType, &src->realType) != KZ_OK) {
-        KZ_MemFree(dst);
         return nullptr;
     }
     if (src->defaultCount != 0) {
