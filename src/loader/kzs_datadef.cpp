@@ -214,9 +214,8 @@ uint32_t AddFlag(KzMod *mod, xmlNode *elem, void *dest, uint32_t stmt, const cha
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, stmt);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(stmt));
         return KZ_EINVAL;
     }
     uint32_t *flags = static_cast<uint32_t *>(dest);
@@ -252,9 +251,8 @@ KZ_API KzsNode *KZS_LOADER_ParseNodeCommon(KzMod *mod, xmlNode *elem, uint32_t k
     if (kind == KZS_NODE_INPUT || kind == KZS_NODE_OUTPUT) {
         name = Keyword(stmt);
     } else {
-        name = ElemArg(elem);
+        name = kzs::RequireArg(mod, elem, stmt);
         if (name == nullptr) {
-            KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(stmt));
             return nullptr;
         }
     }
@@ -660,8 +658,7 @@ KZ_API uint32_t KZS_LOADER_ParsePresence(KzMod *mod, xmlNode *elem, uint32_t par
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    if (ElemArg(elem) == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_PRESENCE));
+    if (kzs::RequireArg(mod, elem, KZS_STMT_PRESENCE) == nullptr) {
         return KZ_EINVAL;
     }
     *static_cast<uint32_t *>(dest) |= KZS_NODE_FLAG_PRESENCE;
@@ -674,9 +671,8 @@ KZ_API uint32_t KZS_LOADER_ParseKey(KzMod *mod, xmlNode *elem, uint32_t parentSt
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_KEY);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_KEY));
         return KZ_EINVAL;
     }
     /* Borrowed from the document, which outlives the list's parse. */
@@ -690,9 +686,8 @@ KZ_API uint32_t KZS_LOADER_ParseDefault(KzMod *mod, xmlNode *elem, uint32_t pare
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_DEFAULT);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_DEFAULT));
         return KZ_EINVAL;
     }
     const char *interned = KZ_DICT_Insert(ModDict(mod), value);

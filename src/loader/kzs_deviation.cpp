@@ -155,9 +155,8 @@ KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t pare
     if (mod == nullptr || elem == nullptr || deviate == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = KZ_XML_GetFirstPropertyValue(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_DEVIATE);
     if (value == nullptr) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_GET_VALUE, "deviate");
         return KZ_EPARSE;
     }
     const uint32_t kind = KZS_LOADER_GetDeviateType(value);

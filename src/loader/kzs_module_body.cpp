@@ -338,9 +338,8 @@ KZ_API uint32_t KZS_LOADER_ParseImport(KzMod *mod, xmlNode *importElem)
     if (mod == nullptr || importElem == nullptr) {
         return KZ_EINVAL;
     }
-    const char *name = ElemArg(importElem);
+    const char *name = kzs::RequireArg(mod, importElem, KZS_STMT_IMPORT);
     if (name == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_IMPORT));
         return KZ_EINVAL;
     }
     const char *prefix = nullptr;
@@ -368,9 +367,8 @@ KZ_API uint32_t KZS_LOADER_ParseInclude(KzMod *mod, xmlNode *includeElem, LoadAs
     if (mod == nullptr || includeElem == nullptr) {
         return KZ_EINVAL;
     }
-    const char *name = ElemArg(includeElem);
+    const char *name = kzs::RequireArg(mod, includeElem, KZS_STMT_INCLUDE);
     if (name == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_INCLUDE));
         return KZ_EINVAL;
     }
     if (KZS_MOD_FindIncludeBySubName(mod, name) != nullptr) {

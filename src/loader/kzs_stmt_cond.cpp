@@ -148,9 +148,8 @@ KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_WHEN);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_WHEN));
         return KZ_EINVAL;
     }
     const char *interned = InternCondition(mod, value, KZS_STMT_WHEN);
@@ -167,9 +166,8 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_MUST);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_MUST));
         return KZ_EINVAL;
     }
     KzsMust *must = static_cast<KzsMust *>(dest);
@@ -196,9 +194,8 @@ KZ_API uint32_t KZS_LOADER_ParseIfFeature(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = ElemArg(elem);
+    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_IF_FEATURE);
     if (value == nullptr) {
-        KZS_LOADER_MOD_ERR(mod, KZS_MSG_GET_VALUE, Keyword(KZS_STMT_IF_FEATURE));
         return KZ_EINVAL;
     }
     char prefix[kNameBufSize] = {0};
