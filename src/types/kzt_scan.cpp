@@ -9,6 +9,42 @@ namespace {
 /* Derived steps followed before a chain is taken to loop. */
 constexpr uint32_t kDerivedWalkMax = 129;
 
+/* Calls visit on each segment of the type's constraint of one kind (none:
+ * nothing to visit); the first non-zero result ends the walk. */
+template <typename Body, typename Visit>
+uint32_t ScanSegs(const KztRealType *realType, KztConsType kind, Visit visit)
+{
+    const auto *body = static_cast<const Body *>(KZT_TYPE_GetTypeConsDataByConsType(realType, kind));
+    if (body == nullptr) {
+        return KZ_OK;
+    }
+    for (uint16_t i = 0; i < body->segCount; ++i) {
+        const uint32_t rc = visit(body->segs[i]);
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
+/* Calls visit on each constraint entry that has a body; the first non-zero
+ * result ends the walk. */
+template <typename Visit>
+uint32_t ScanConstraints(const KztRealType *realType, Visit visit)
+{
+    for (uint16_t i = 0; i < realType->consCount; ++i) {
+        const KztTypeConstraint &entry = realType->constraints[i];
+        if (entry.consData == nullptr) {
+            continue;
+        }
+        const uint32_t rc = visit(entry);
+        if (rc != 0) {
+            return rc;
+        }
+    }
+    return KZ_OK;
+}
+
 } // namespace
 
 extern "C" {
@@ -54,17 +90,8 @@ uint32_t KZ_TYPE_ScanUnionSubType(const KztRealType *realType, KzTypeRealTypeCb 
     if (realType == nullptr || cb == nullptr) {
         return KZ_EINVAL;
     }
-    const auto *u = static_cast<const KztConsDataUnion *>(KZT_TYPE_GetTypeConsDataByConsType(realType, KZT_CONS_UNION));
-    if (u == nullptr) {
-        return KZ_OK;
-    }
-    for (uint16_t i = 0; i < u->segCount; ++i) {
-        const uint32_t rc = cb(nullptr, nullptr, &u->segs[i], arg);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+    return ScanSegs<KztConsDataUnion>(realType, KZT_CONS_UNION,
+                                      [&](KztRealType &member) { return cb(nullptr, nullptr, &member, arg); });
 }
 
 uint32_t KZ_TYPE_ScanIdentRefBase(const KztRealType *realType, KzTypeIdentBaseCb cb, void *arg)
@@ -72,17 +99,8 @@ uint32_t KZ_TYPE_ScanIdentRefBase(const KztRealType *realType, KzTypeIdentBaseCb
     if (realType == nullptr || cb == nullptr) {
         return KZ_EINVAL;
     }
-    const auto *b = static_cast<const KztConsDataBase *>(KZT_TYPE_GetTypeConsDataByConsType(realType, KZT_CONS_BASE));
-    if (b == nullptr) {
-        return KZ_OK;
-    }
-    for (uint16_t i = 0; i < b->segCount; ++i) {
-        const uint32_t rc = cb(b->segs[i].modName, b->segs[i].identName, arg);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+    return ScanSegs<KztConsDataBase>(realType, KZT_CONS_BASE,
+                                     [&](const KztSegBase &base) { return cb(base.modName, base.identName, arg); });
 }
 
 uint32_t KZ_TYPE_ScanPatternInvertMatch(const KztRealType *realType, KzTypePatternCb cb, void *arg)
@@ -90,18 +108,9 @@ uint32_t KZ_TYPE_ScanPatternInvertMatch(const KztRealType *realType, KzTypePatte
     if (realType == nullptr || cb == nullptr) {
         return KZ_EINVAL;
     }
-    const auto *p =
-        static_cast<const KztConsDataPattern *>(KZT_TYPE_GetTypeConsDataByConsType(realType, KZT_CONS_PATTERN));
-    if (p == nullptr) {
-        return KZ_OK;
-    }
-    for (uint16_t i = 0; i < p->segCount; ++i) {
-        const uint32_t rc = cb(p->segs[i].pattern, p->segs[i].invertMatch != 0 ? 1u : 0u, arg);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+    return ScanSegs<KztConsDataPattern>(realType, KZT_CONS_PATTERN, [&](const KztSegPattern &seg) {
+        return cb(seg.pattern, seg.invertMatch != 0 ? 1u : 0u, arg);
+    });
 }
 
 uint32_t KZ_TYPE_ScanNameValuePair(const KztRealType *realType, KzTypeNameValueCb cb, void *arg)
@@ -109,18 +118,10 @@ uint32_t KZ_TYPE_ScanNameValuePair(const KztRealType *realType, KzTypeNameValueC
     if (realType == nullptr || cb == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < realType->consCount; ++i) {
-        const KztTypeConstraint &entry = realType->constraints[i];
+    return ScanConstraints(realType, [&](const KztTypeConstraint &entry) -> uint32_t {
         KztConsScanNameValueFunc scan = KZT_CONS_GetConsDataScanNameValueFunc(entry.consType);
-        if (scan == nullptr || entry.consData == nullptr) {
-            continue;
-        }
-        const uint32_t rc = scan(entry.consData, cb, arg);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+        return scan != nullptr ? scan(entry.consData, cb, arg) : 0;
+    });
 }
 
 uint32_t KZ_TYPE_ScanStartEndPair(const KztRealType *realType, KzTypeStartEndCb cb, void *arg)
@@ -128,18 +129,10 @@ uint32_t KZ_TYPE_ScanStartEndPair(const KztRealType *realType, KzTypeStartEndCb 
     if (realType == nullptr || cb == nullptr) {
         return KZ_EINVAL;
     }
-    for (uint16_t i = 0; i < realType->consCount; ++i) {
-        const KztTypeConstraint &entry = realType->constraints[i];
+    return ScanConstraints(realType, [&](const KztTypeConstraint &entry) -> uint32_t {
         KztConsScanStartEndFunc scan = KZT_CONS_GetConsDataScanStartEndFunc(entry.consType);
-        if (scan == nullptr || entry.consData == nullptr) {
-            continue;
-        }
-        const uint32_t rc = scan(entry.consData, realType->baseType, cb, arg);
-        if (rc != 0) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+        return scan != nullptr ? scan(entry.consData, realType->baseType, cb, arg) : 0;
+    });
 }
 
 } // extern "C"
