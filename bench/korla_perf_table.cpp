@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "bench_request.h"
+#include "bench_workloads.h"
 #include "korla.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
@@ -80,68 +80,6 @@ long RssBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
-// The library reads modules with blank text nodes dropped; parse the same way.
-void XmlParse(const std::string &text)
-{
-    xmlDoc *doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, XML_PARSE_NOBLANKS);
-    xmlFreeDoc(doc);
-}
-
-// A module of about `wanted` schema nodes: groups of a container holding a keyed
-// list of typed leaves (typedef with range, length, feature, when), a choice
-// and a leaf-list, 28 schema nodes per group.
-std::string MakeModule(int wanted, int *nodeCount)
-{
-    constexpr int kLeaves = 22;
-    constexpr int kPerGroup = 1 + 1 + kLeaves + 3 + 1;
-    const int groups = (wanted + kPerGroup - 1) / kPerGroup;
-    std::string t;
-    t += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<module name=\"perf-inventory\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"\n"
-         "        xmlns:inv=\"urn:acme:perf-inventory\">\n"
-         "  <yang-version value=\"1.1\"/>\n"
-         "  <namespace uri=\"urn:acme:perf-inventory\"/>\n"
-         "  <prefix value=\"inv\"/>\n"
-         "  <revision date=\"2024-06-01\"/>\n"
-         "  <typedef name=\"slot-number\"><type name=\"uint8\"><range value=\"1..64\"/></type></typedef>\n"
-         "  <feature name=\"extended-counters\"/>\n";
-    for (int g = 0; g < groups; g++) {
-        const std::string n = std::to_string(g);
-        t += "  <container name=\"group-" + n + "\">\n    <list name=\"entry\"><key value=\"id\"/>\n"
-             "      <leaf name=\"id\"><type name=\"uint32\"/></leaf>\n";
-        for (int l = 1; l < kLeaves; l++) {
-            const std::string ln = std::to_string(l);
-            switch (l % 4) {
-            case 0:
-                t += "      <leaf name=\"label-" + ln +
-                     "\"><type name=\"string\"><length value=\"1..64\"/></type></leaf>\n";
-                break;
-            case 1:
-                t += "      <leaf name=\"slot-" + ln +
-                     "\"><type name=\"inv:slot-number\"/><default value=\"1\"/></leaf>\n";
-                break;
-            case 2:
-                t += "      <leaf name=\"counter-" + ln +
-                     "\"><if-feature name=\"extended-counters\"/><type name=\"uint64\"/><config value=\"false\"/>"
-                     "</leaf>\n";
-                break;
-            default:
-                t += "      <leaf name=\"state-" + ln +
-                     "\"><type name=\"enumeration\"><enum name=\"up\"/><enum name=\"down\"/></type>"
-                     "<when condition=\"../id &gt; 0\"/></leaf>\n";
-                break;
-            }
-        }
-        t += "    </list>\n    <choice name=\"mode\"><case name=\"auto\"><leaf name=\"auto\"><type name=\"empty\"/>"
-             "</leaf></case></choice>\n    <leaf-list name=\"tag\"><type name=\"string\"/></leaf-list>\n"
-             "  </container>\n";
-    }
-    t += "</module>\n";
-    *nodeCount = groups * kPerGroup;
-    return t;
-}
-
-
 const char *kValueModule = R"(<module name="pv" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:pv="urn:pv">
 <namespace uri="urn:pv"/><prefix value="pv"/>
 <identity name="crypto"/>
@@ -181,7 +119,7 @@ bool LoadTable()
     std::vector<Row> rows;
     for (int scale : scales) {
         int nodes = 0;
-        const std::string text = MakeModule(scale, &nodes);
+        const std::string text = kzbench::MakeModule(scale, &nodes);
         bool ok = true;
         const Pair cost = BestOfTurns(
             RepsFor(scale),
@@ -190,7 +128,7 @@ bool LoadTable()
                 ok = ok && ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
                 KZ_CTX_Delete(ctx);
             },
-            [&] { XmlParse(text); });
+            [&] { kzbench::XmlParse(text); });
         if (!ok) {
             std::fprintf(stderr, "loading the %d-node module failed\n", nodes);
             return false;
@@ -223,7 +161,7 @@ bool ValidateTable()
                     KZ_FreeErrNode(err);
                 }
             },
-            [&] { XmlParse(text); });
+            [&] { kzbench::XmlParse(text); });
         rows.push_back({std::to_string(scale) + " list entries", cost});
     }
     KZ_CTX_Delete(ctx);
@@ -287,10 +225,10 @@ bool ValueTable()
 bool MemoryTable()
 {
     int nodes = 0;
-    const std::string text = MakeModule(100000, &nodes);
+    const std::string text = kzbench::MakeModule(100000, &nodes);
     KzCtx *ctx = KZ_CTX_Create(0);
     // Touch the parser once so that libxml2's own start-up is not counted.
-    XmlParse(text);
+    kzbench::XmlParse(text);
     const long before = RssBytes();
     const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
     const long after = RssBytes();
@@ -310,7 +248,7 @@ int ProfileOne(const char *what, int scale)
 {
     if (std::strcmp(what, "load") == 0) {
         int nodes = 0;
-        const std::string text = MakeModule(scale, &nodes);
+        const std::string text = kzbench::MakeModule(scale, &nodes);
         KzCtx *ctx = KZ_CTX_Create(0);
         const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
         KZ_CTX_Delete(ctx);
