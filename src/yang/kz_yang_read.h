@@ -37,6 +37,13 @@ xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName,
  * only up to the first argument. */
 std::string PeekYangModuleName(const char *text, std::size_t length);
 
+/* Path of a module's YANG file: in each directory in order, name.yang, then
+ * the newest name@YYYY-MM-DD.yang there; "" when there is none. */
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name);
+
+/* Reads a whole file into *out; false when it cannot be read. */
+bool ReadWholeFile(const char *path, std::string *out);
+
 } /* namespace kz::yang */
 
 #endif /* KZ_YANG_READ_H */
