@@ -139,6 +139,39 @@ bool LoadTable()
     return true;
 }
 
+// Loads of N and 4N distinct names: the cost per name must not grow with N.
+bool NameGrowthTable()
+{
+    struct Variant {
+        const char *label;
+        bool descriptions;
+    };
+    const Variant variants[] = {{"names only", false}, {"long descriptions kept", true}};
+    std::printf("\nLoad growth with distinct names (CPU ms, fastest of 3; target 40k -> 160k <= 4.5x)\n");
+    std::printf("| %-24s | %10s | %10s | %7s |\n", "module", "40k leaves", "160k leaves", "growth");
+    std::printf("|--------------------------|------------|-------------|---------|\n");
+    for (const Variant &v : variants) {
+        const uint32_t options = v.descriptions ? KZ_CTX_OPT_KEEP_DESCRIPTION : 0;
+        double ms[2] = {0, 0};
+        const int sizes[2] = {40000, 160000};
+        for (int i = 0; i < 2; ++i) {
+            const std::string text = kzbench::MakeNamesModule(sizes[i], v.descriptions);
+            bool ok = true;
+            ms[i] = BestMs(3, [&] {
+                KzCtx *ctx = KZ_CTX_Create(options);
+                ok = ok && ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
+                KZ_CTX_Delete(ctx);
+            });
+            if (!ok) {
+                std::fprintf(stderr, "loading %d distinct leaves failed\n", sizes[i]);
+                return false;
+            }
+        }
+        std::printf("| %-24s | %10.1f | %11.1f | %6.2fx |\n", v.label, ms[0], ms[1], ms[1] / ms[0]);
+    }
+    return true;
+}
+
 bool ValidateTable()
 {
     KzCtx *ctx = KZ_CTX_Create(0);
@@ -243,13 +276,14 @@ bool MemoryTable()
 }
 
 
-// With "load N" or "validate N", performs just that one operation, for a profiler.
+// With "load N", "names N" (distinct leaves with descriptions) or "validate N", performs just that one operation, for a profiler.
 int ProfileOne(const char *what, int scale)
 {
-    if (std::strcmp(what, "load") == 0) {
+    const bool names = std::strcmp(what, "names") == 0;
+    if (names || std::strcmp(what, "load") == 0) {
         int nodes = 0;
-        const std::string text = kzbench::MakeModule(scale, &nodes);
-        KzCtx *ctx = KZ_CTX_Create(0);
+        const std::string text = names ? kzbench::MakeNamesModule(scale, true) : kzbench::MakeModule(scale, &nodes);
+        KzCtx *ctx = KZ_CTX_Create(names ? KZ_CTX_OPT_KEEP_DESCRIPTION : 0);
         const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
         KZ_CTX_Delete(ctx);
         return ok ? 0 : 1;
@@ -275,6 +309,7 @@ int main(int argc, char **argv)
     // Memory first, while the heap is fresh and the RSS delta is the module's own.
     bool ok = MemoryTable();
     ok = LoadTable() && ok;
+    ok = NameGrowthTable() && ok;
     ok = ValidateTable() && ok;
     ok = ValueTable() && ok;
     xmlCleanupParser();
