@@ -9,29 +9,34 @@
 #include "runtime/kz_dict.h"
 #include "runtime/kz_mem.h"
 
-// Open-addressed table of the entries, keyed by their hash, plus the tail of
-// every chain so that appending does not walk it either.
-struct KzDictIndex {
-    KzDictEntry *tails[KZ_DICT_BUCKET_COUNT];
-    KzDictEntry **slots;
-    uint32_t capacity;  // a power of two
+// For every chain, an open-addressed table of its entries keyed by their hash,
+// and the chain's tail, so that neither a lookup nor an append walks it. The
+// tables are per chain so that each stays small (the C heap handles many small
+// blocks better than a few huge ones that grow and go).
+struct KzDictChainIndex {
+    KzDictEntry **slots;  // null until the chain's first entry
+    uint32_t capacity;    // 0, or a power of two
     uint32_t used;
+    KzDictEntry *tail;
+};
+
+struct KzDictIndex {
+    KzDictChainIndex chains[KZ_DICT_BUCKET_COUNT];
 };
 
 namespace {
 
-constexpr uint32_t kFirstCapacity = 2048;
+constexpr uint32_t kFirstCapacity = 4;
 
 bool Usable(const KzDict *dict)
 {
     return dict != nullptr && dict->buckets != nullptr && dict->bucketCount != 0 && dict->index != nullptr;
 }
 
-// The chain hash keeps only its low bits in the bucket number; the index
-// spreads all of them.
-uint32_t HomeSlot(const KzDictIndex *index, uint32_t hash)
+// The low bits of the hash chose the chain; the table takes the others.
+uint32_t HomeSlot(const KzDictChainIndex *index, uint32_t hash)
 {
-    return (hash * 0x9E3779B1u) & (index->capacity - 1);
+    return (hash >> 10) & (index->capacity - 1);
 }
 
 KzDictEntry **AllocSlots(uint32_t capacity)
@@ -44,9 +49,13 @@ KzDictEntry **AllocSlots(uint32_t capacity)
     return slots;
 }
 
-// Slot holding the entry for s, or the empty slot where it would go.
-KzDictEntry **FindSlot(const KzDictIndex *index, const char *s, uint32_t hash)
+// Slot holding the entry for s, or the empty slot where it would go; null when
+// the chain has no table yet.
+KzDictEntry **FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
 {
+    if (index->capacity == 0) {
+        return nullptr;
+    }
     uint32_t mask = index->capacity - 1;
     for (uint32_t i = HomeSlot(index, hash);; i = (i + 1) & mask) {
         KzDictEntry *e = index->slots[i];
@@ -56,7 +65,7 @@ KzDictEntry **FindSlot(const KzDictIndex *index, const char *s, uint32_t hash)
     }
 }
 
-void PlaceEntry(KzDictIndex *index, KzDictEntry *entry)
+void PlaceEntry(KzDictChainIndex *index, KzDictEntry *entry)
 {
     uint32_t mask = index->capacity - 1;
     uint32_t i = HomeSlot(index, entry->hash);
@@ -67,19 +76,20 @@ void PlaceEntry(KzDictIndex *index, KzDictEntry *entry)
 }
 
 // Keeps the table at most half full; false when it cannot grow.
-bool ReserveOneMore(KzDictIndex *index)
+bool ReserveOneMore(KzDictChainIndex *index)
 {
     if ((index->used + 1) * 2 <= index->capacity) {
         return true;
     }
     uint32_t oldCapacity = index->capacity;
+    uint32_t newCapacity = oldCapacity == 0 ? kFirstCapacity : oldCapacity * 2;
     KzDictEntry **old = index->slots;
-    KzDictEntry **grown = AllocSlots(oldCapacity * 2);
+    KzDictEntry **grown = AllocSlots(newCapacity);
     if (grown == nullptr) {
         return false;
     }
     index->slots = grown;
-    index->capacity = oldCapacity * 2;
+    index->capacity = newCapacity;
     for (uint32_t i = 0; i < oldCapacity; ++i) {
         if (old[i] != nullptr) {
             PlaceEntry(index, old[i]);
@@ -91,7 +101,7 @@ bool ReserveOneMore(KzDictIndex *index)
 
 // Empties a slot and moves later members of its probe run back so that no
 // lookup stops early at the hole.
-void ClearSlot(KzDictIndex *index, KzDictEntry **slot)
+void ClearSlot(KzDictChainIndex *index, KzDictEntry **slot)
 {
     uint32_t mask = index->capacity - 1;
     uint32_t hole = static_cast<uint32_t>(slot - index->slots);
@@ -109,21 +119,20 @@ void ClearSlot(KzDictIndex *index, KzDictEntry **slot)
     index->used--;
 }
 
-void AppendToChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry *entry)
+void AppendToChain(KzDict *dict, KzDictBucket *bucket, KzDictChainIndex *index, KzDictEntry *entry)
 {
-    KzDictEntry **tail = &dict->index->tails[bucket - dict->buckets];
     entry->next = nullptr;
-    entry->prev = *tail;
-    if (*tail == nullptr) {
+    entry->prev = index->tail;
+    if (index->tail == nullptr) {
         bucket->head = entry;
         dict->headCount++;
     } else {
-        (*tail)->next = entry;
+        index->tail->next = entry;
     }
-    *tail = entry;
+    index->tail = entry;
 }
 
-void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry *entry)
+void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictChainIndex *index, KzDictEntry *entry)
 {
     if (entry->prev == nullptr) {
         bucket->head = entry->next;
@@ -133,7 +142,7 @@ void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry *entry)
         entry->prev->next = entry->next;
     }
     if (entry->next == nullptr) {
-        dict->index->tails[bucket - dict->buckets] = entry->prev;
+        index->tail = entry->prev;
     } else {
         entry->next->prev = entry->prev;
     }
@@ -152,18 +161,13 @@ uint32_t KZ_DICT_Init(KzDict *dict)
     size_t bytes = KZ_DICT_BUCKET_COUNT * sizeof(KzDictBucket);
     auto *buckets = static_cast<KzDictBucket *>(KZ_MemMalloc(bytes));
     auto *index = static_cast<KzDictIndex *>(KZ_MemMalloc(sizeof(KzDictIndex)));
-    KzDictEntry **slots = AllocSlots(kFirstCapacity);
-    if (buckets == nullptr || index == nullptr || slots == nullptr) {
+    if (buckets == nullptr || index == nullptr) {
         KZ_MemFree(buckets);
         KZ_MemFree(index);
-        KZ_MemFree(slots);
         return KZ_ERR;
     }
     memset(buckets, 0, bytes);
-    memset(index->tails, 0, sizeof(index->tails));
-    index->slots = slots;
-    index->capacity = kFirstCapacity;
-    index->used = 0;
+    memset(index, 0, sizeof(KzDictIndex));
     dict->bucketCount = KZ_DICT_BUCKET_COUNT;
     dict->headCount = 0;
     dict->buckets = buckets;
@@ -195,16 +199,18 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
         return nullptr;
     }
     uint32_t hash = KZ_DICT_HashVal(s);
-    KzDictEntry **slot = FindSlot(dict->index, s, hash);
-    if (*slot != nullptr) {
+    uint32_t chain = hash & (dict->bucketCount - 1);
+    KzDictChainIndex *index = &dict->index->chains[chain];
+    KzDictEntry **slot = FindSlot(index, s, hash);
+    if (slot != nullptr && *slot != nullptr) {
         (*slot)->refCount++;
         return (*slot)->text;
     }
-    KzDictBucket *bucket = &dict->buckets[hash & (dict->bucketCount - 1)];
+    KzDictBucket *bucket = &dict->buckets[chain];
     // Counted before allocating and not taken back on failure (kept as is:
     // nothing reads the count for decisions).
     bucket->entryCount++;
-    if (!ReserveOneMore(dict->index)) {
+    if (!ReserveOneMore(index)) {
         return nullptr;
     }
     auto *entry = static_cast<KzDictEntry *>(KZ_MemMalloc(sizeof(KzDictEntry)));
@@ -218,9 +224,9 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     }
     entry->refCount = 1;
     entry->hash = hash;
-    AppendToChain(dict, bucket, entry);
-    PlaceEntry(dict->index, entry);
-    dict->index->used++;
+    AppendToChain(dict, bucket, index, entry);
+    PlaceEntry(index, entry);
+    index->used++;
     return entry->text;
 }
 
@@ -230,13 +236,21 @@ void KZ_DICT_Remove(KzDict *dict, const char *s)
         return;
     }
     uint32_t hash = KZ_DICT_HashVal(s);
-    KzDictEntry **slot = FindSlot(dict->index, s, hash);
-    KzDictEntry *e = *slot;
+    uint32_t chain = hash & (dict->bucketCount - 1);
+    KzDictChainIndex *index = &dict->index->chains[chain];
+    KzDictEntry **slot = FindSlot(index, s, hash);
+    KzDictEntry *e = slot != nullptr ? *slot : nullptr;
     if (e == nullptr || --e->refCount != 0) {
         return;
     }
-    ClearSlot(dict->index, slot);
-    UnlinkFromChain(dict, &dict->buckets[hash & (dict->bucketCount - 1)], e);
+    ClearSlot(index, slot);
+    if (index->used == 0) {
+        // An emptied chain holds no block, as before it had any entry.
+        KZ_MemFree(index->slots);
+        index->slots = nullptr;
+        index->capacity = 0;
+    }
+    UnlinkFromChain(dict, &dict->buckets[chain], index, e);
     KZ_MemFree(e->text);
     KZ_MemFree(e);
 }
@@ -258,7 +272,9 @@ void KZ_DICT_Destroy(KzDict *dict)
     KZ_MemFree(dict->buckets);
     dict->buckets = nullptr;
     if (dict->index != nullptr) {
-        KZ_MemFree(dict->index->slots);
+        for (KzDictChainIndex &index : dict->index->chains) {
+            KZ_MemFree(index.slots);
+        }
         KZ_MemFree(dict->index);
         dict->index = nullptr;
     }

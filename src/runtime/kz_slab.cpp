@@ -34,6 +34,7 @@ constexpr std::size_t kSlabBytes = 64 * 1024;
 constexpr std::size_t kRangeBytes = std::size_t(16) << 30;
 constexpr std::size_t kSlabCount = kRangeBytes / kSlabBytes;
 constexpr uint32_t kNone = UINT32_MAX;
+constexpr uint32_t kResidentReleased = 256;  // 16 MiB of emptied slabs kept ready
 
 struct SlabHead {
     void *freeList;    // freed slots, linked through their first word
@@ -55,6 +56,7 @@ struct Range {
     std::mutex lock;           // the two fields below
     uint32_t untouched = 0;    // slabs from here on were never used
     uint32_t released = kNone; // slabs given back, linked through next
+    uint32_t releasedCount = 0; // of those, how many kept their pages
     SizeClass classes[kClassCount];
 };
 
@@ -144,6 +146,7 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
         if (r->released != kNone) {
             slab = r->released;
             r->released = r->heads[slab].next;
+            r->releasedCount -= r->heads[slab].fresh;  // 1 while released with its pages
         } else if (r->untouched < kSlabCount) {
             slab = r->untouched++;
         }
@@ -154,12 +157,21 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
     return slab;
 }
 
+// The first released slabs stay resident for the next load; beyond those the pages go back.
 void ReleaseSlab(Range *r, uint32_t slab)
 {
-    madvise(r->base + static_cast<std::size_t>(slab) * kSlabBytes, kSlabBytes, MADV_DONTNEED);
-    std::lock_guard<std::mutex> guard(r->lock);
-    r->heads[slab].next = r->released;
-    r->released = slab;
+    bool keepPages;
+    {
+        std::lock_guard<std::mutex> guard(r->lock);
+        r->heads[slab].next = r->released;
+        r->released = slab;
+        keepPages = r->releasedCount < kResidentReleased;
+        r->heads[slab].fresh = keepPages ? 1 : 0;
+        r->releasedCount += r->heads[slab].fresh;
+    }
+    if (!keepPages) {
+        madvise(r->base + static_cast<std::size_t>(slab) * kSlabBytes, kSlabBytes, MADV_DONTNEED);
+    }
 }
 
 }  // namespace
