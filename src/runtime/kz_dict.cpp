@@ -13,8 +13,15 @@
 // and the chain's tail, so that neither a lookup nor an append walks it. The
 // tables are per chain so that each stays small (the C heap handles many small
 // blocks better than a few huge ones that grow and go).
+// A slot keeps its entry's hash beside the pointer: probing compares hashes
+// without touching entries.
+struct KzDictSlot {
+    KzDictEntry *entry;
+    uint32_t hash;
+};
+
 struct KzDictChainIndex {
-    KzDictEntry **slots;  // null until the chain's first entry
+    KzDictSlot *slots;    // null until the chain's first entry
     uint32_t capacity;    // 0, or a power of two
     uint32_t used;
     KzDictEntry *tail;
@@ -39,10 +46,10 @@ uint32_t HomeSlot(const KzDictChainIndex *index, uint32_t hash)
     return (hash >> 10) & (index->capacity - 1);
 }
 
-KzDictEntry **AllocSlots(uint32_t capacity)
+KzDictSlot *AllocSlots(uint32_t capacity)
 {
-    size_t bytes = static_cast<size_t>(capacity) * sizeof(KzDictEntry *);
-    auto *slots = static_cast<KzDictEntry **>(KZ_MemMalloc(bytes));
+    size_t bytes = static_cast<size_t>(capacity) * sizeof(KzDictSlot);
+    auto *slots = static_cast<KzDictSlot *>(KZ_MemMalloc(bytes));
     if (slots != nullptr) {
         memset(slots, 0, bytes);
     }
@@ -51,16 +58,16 @@ KzDictEntry **AllocSlots(uint32_t capacity)
 
 // Slot holding the entry for s, or the empty slot where it would go; null when
 // the chain has no table yet.
-KzDictEntry **FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
+KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
 {
     if (index->capacity == 0) {
         return nullptr;
     }
     uint32_t mask = index->capacity - 1;
     for (uint32_t i = HomeSlot(index, hash);; i = (i + 1) & mask) {
-        KzDictEntry *e = index->slots[i];
-        if (e == nullptr || (e->hash == hash && strcmp(e->text, s) == 0)) {
-            return &index->slots[i];
+        KzDictSlot *slot = &index->slots[i];
+        if (slot->entry == nullptr || (slot->hash == hash && strcmp(slot->entry->text, s) == 0)) {
+            return slot;
         }
     }
 }
@@ -69,10 +76,10 @@ void PlaceEntry(KzDictChainIndex *index, KzDictEntry *entry)
 {
     uint32_t mask = index->capacity - 1;
     uint32_t i = HomeSlot(index, entry->hash);
-    while (index->slots[i] != nullptr) {
+    while (index->slots[i].entry != nullptr) {
         i = (i + 1) & mask;
     }
-    index->slots[i] = entry;
+    index->slots[i] = KzDictSlot{entry, entry->hash};
 }
 
 // Keeps the table at most half full; false when it cannot grow.
@@ -83,16 +90,16 @@ bool ReserveOneMore(KzDictChainIndex *index)
     }
     uint32_t oldCapacity = index->capacity;
     uint32_t newCapacity = oldCapacity == 0 ? kFirstCapacity : oldCapacity * 2;
-    KzDictEntry **old = index->slots;
-    KzDictEntry **grown = AllocSlots(newCapacity);
+    KzDictSlot *old = index->slots;
+    KzDictSlot *grown = AllocSlots(newCapacity);
     if (grown == nullptr) {
         return false;
     }
     index->slots = grown;
     index->capacity = newCapacity;
     for (uint32_t i = 0; i < oldCapacity; ++i) {
-        if (old[i] != nullptr) {
-            PlaceEntry(index, old[i]);
+        if (old[i].entry != nullptr) {
+            PlaceEntry(index, old[i].entry);
         }
     }
     KZ_MemFree(old);
@@ -101,18 +108,18 @@ bool ReserveOneMore(KzDictChainIndex *index)
 
 // Empties a slot and moves later members of its probe run back so that no
 // lookup stops early at the hole.
-void ClearSlot(KzDictChainIndex *index, KzDictEntry **slot)
+void ClearSlot(KzDictChainIndex *index, KzDictSlot *slot)
 {
     uint32_t mask = index->capacity - 1;
     uint32_t hole = static_cast<uint32_t>(slot - index->slots);
-    index->slots[hole] = nullptr;
-    for (uint32_t i = (hole + 1) & mask; index->slots[i] != nullptr; i = (i + 1) & mask) {
-        uint32_t home = HomeSlot(index, index->slots[i]->hash);
+    index->slots[hole].entry = nullptr;
+    for (uint32_t i = (hole + 1) & mask; index->slots[i].entry != nullptr; i = (i + 1) & mask) {
+        uint32_t home = HomeSlot(index, index->slots[i].hash);
         // The entry may fill the hole when its home is not in (hole, i].
         bool homeAfterHole = ((i - home) & mask) < ((i - hole) & mask);
         if (!homeAfterHole) {
             index->slots[hole] = index->slots[i];
-            index->slots[i] = nullptr;
+            index->slots[i].entry = nullptr;
             hole = i;
         }
     }
@@ -201,10 +208,10 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     uint32_t hash = KZ_DICT_HashVal(s);
     uint32_t chain = hash & (dict->bucketCount - 1);
     KzDictChainIndex *index = &dict->index->chains[chain];
-    KzDictEntry **slot = FindSlot(index, s, hash);
-    if (slot != nullptr && *slot != nullptr) {
-        (*slot)->refCount++;
-        return (*slot)->text;
+    KzDictSlot *slot = FindSlot(index, s, hash);
+    if (slot != nullptr && slot->entry != nullptr) {
+        slot->entry->refCount++;
+        return slot->entry->text;
     }
     KzDictBucket *bucket = &dict->buckets[chain];
     // Counted before allocating and not taken back on failure (kept as is:
@@ -238,8 +245,8 @@ void KZ_DICT_Remove(KzDict *dict, const char *s)
     uint32_t hash = KZ_DICT_HashVal(s);
     uint32_t chain = hash & (dict->bucketCount - 1);
     KzDictChainIndex *index = &dict->index->chains[chain];
-    KzDictEntry **slot = FindSlot(index, s, hash);
-    KzDictEntry *e = slot != nullptr ? *slot : nullptr;
+    KzDictSlot *slot = FindSlot(index, s, hash);
+    KzDictEntry *e = slot != nullptr ? slot->entry : nullptr;
     if (e == nullptr || --e->refCount != 0) {
         return;
     }
