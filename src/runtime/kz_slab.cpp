@@ -25,6 +25,14 @@
 #endif
 #endif
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KZ_SLAB_UNDER_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define KZ_SLAB_UNDER_SANITIZER 1
+#endif
+#endif
+
 namespace {
 
 constexpr std::size_t kClassStep = 16;
@@ -62,7 +70,7 @@ struct Range {
 
 bool UnderMemoryChecker()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__SANITIZE_MEMORY__)
+#ifdef KZ_SLAB_UNDER_SANITIZER
     return true;
 #else
 #ifdef KZ_SLAB_HAVE_VALGRIND
