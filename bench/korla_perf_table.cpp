@@ -329,8 +329,10 @@ int main(int argc, char **argv)
     // No fast bins: every free settles in place, so each column pays for its own frees.
     // Otherwise the C heap defers merging freed chunks until some later large request,
     // and one operation's clean-up (a parsed document freed, a context deleted) is billed
-    // to whichever operation of the other column runs next.
+    // to whichever operation of the other column runs next. Freed heap stays with the
+    // process, so that no run pays for zeroing pages that the previous one gave back.
     mallopt(M_MXFAST, 0);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
     xmlInitParser();
     if (argc == 3) {
         return ProfileOne(argv[1], std::atoi(argv[2]));
