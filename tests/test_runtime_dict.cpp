@@ -127,3 +127,40 @@ TEST(RuntimeDictLife, DestroyedDictionaryRefusesWork)
     KZ_DICT_Destroy(&dict);
     EXPECT_EQ(KZ_ERR, KZ_DICT_Init(nullptr));
 }
+
+TEST_F(RuntimeDict, ManyNamesStayFoundThroughRemovalsInAnyOrder)
+{
+    // Enough names to grow the lookup index several times and to fill every chain.
+    constexpr int kNames = 20000;
+    std::vector<const char *> kept;
+    for (int i = 0; i < kNames; ++i) {
+        kept.push_back(KZ_DICT_Insert(&dict_, ("leaf-" + std::to_string(i)).c_str()));
+    }
+    for (int i = 0; i < kNames; i += 3) {
+        KZ_DICT_Remove(&dict_, kept[i]);
+    }
+    uint32_t chained = 0;
+    for (uint32_t b = 0; b < dict_.bucketCount; ++b) {
+        uint32_t n = 0;
+        for (const KzDictEntry *e = dict_.buckets[b].head; e != nullptr; e = e->next) {
+            ++n;
+        }
+        EXPECT_EQ(dict_.buckets[b].entryCount, n);
+        chained += n;
+    }
+    EXPECT_EQ(static_cast<uint32_t>(kNames - (kNames + 2) / 3), chained);
+    for (int i = 0; i < kNames; ++i) {
+        std::string name = "leaf-" + std::to_string(i);
+        const char *again = KZ_DICT_Insert(&dict_, name.c_str());
+        if (i % 3 != 0) {
+            EXPECT_EQ(kept[i], again) << name;
+        }
+        KZ_DICT_Remove(&dict_, again);
+        if (i % 3 != 0) {
+            KZ_DICT_Remove(&dict_, again);
+        }
+    }
+    for (uint32_t b = 0; b < dict_.bucketCount; ++b) {
+        EXPECT_EQ(nullptr, dict_.buckets[b].head);
+    }
+}

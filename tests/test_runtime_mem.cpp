@@ -3,9 +3,13 @@
 
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_slab.h"
 
 namespace {
 
@@ -191,4 +195,65 @@ TEST(RuntimeString, PatternsAreAnchoredXmlSchemaExpressions)
     EXPECT_EQ(0u, KZ_UTL_MatchStrWithPattern("eth0", "\\c+\\d"));
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern("x", "("));
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_MatchStrWithPattern(nullptr, "x"));
+}
+
+TEST(RuntimeSlab, SmallBlocksAreDistinctReusedAndTellThemselvesApart)
+{
+    void *probe = kz::SlabAlloc(16);
+    if (probe == nullptr) {
+        GTEST_SKIP() << "slabs are off under a memory checker";
+    }
+    EXPECT_TRUE(kz::SlabFree(probe));
+    EXPECT_EQ(nullptr, kz::SlabAlloc(257));  // larger blocks stay with the C heap
+    int onHeap = 0;
+    EXPECT_FALSE(kz::SlabFree(&onHeap));
+
+    // Enough blocks of every class to fill several slabs; each keeps its own bytes.
+    std::vector<std::pair<unsigned char *, size_t>> blocks;
+    for (int i = 0; i < 40000; ++i) {
+        size_t size = static_cast<size_t>(i % 256) + 1;
+        auto *b = static_cast<unsigned char *>(kz::SlabAlloc(size));
+        ASSERT_NE(nullptr, b);
+        std::memset(b, i & 0xFF, size);
+        blocks.emplace_back(b, size);
+    }
+    std::set<unsigned char *> distinct;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        distinct.insert(blocks[i].first);
+        EXPECT_EQ(static_cast<unsigned char>(i & 0xFF), blocks[i].first[blocks[i].second - 1]);
+    }
+    EXPECT_EQ(blocks.size(), distinct.size());
+    for (size_t i = 0; i < blocks.size(); i += 2) {
+        EXPECT_TRUE(kz::SlabFree(blocks[i].first));
+    }
+    // Freed slots serve new blocks of their class before fresh ones.
+    void *again = kz::SlabAlloc(blocks[0].second);
+    EXPECT_EQ(1u, distinct.count(static_cast<unsigned char *>(again)));
+    EXPECT_TRUE(kz::SlabFree(again));
+    for (size_t i = 1; i < blocks.size(); i += 2) {
+        EXPECT_TRUE(kz::SlabFree(blocks[i].first));
+    }
+}
+
+TEST(RuntimeSlab, ThreadsAllocateAndFreeConcurrently)
+{
+    auto churn = [] {
+        std::vector<void *> held;
+        for (int round = 0; round < 20000; ++round) {
+            held.push_back(kz::SlabAlloc(static_cast<size_t>(round % 96) + 8));
+            if (held.size() > 64) {
+                for (void *p : held) {
+                    kz::SlabFree(p);
+                }
+                held.clear();
+            }
+        }
+        for (void *p : held) {
+            kz::SlabFree(p);
+        }
+    };
+    std::thread a(churn);
+    std::thread b(churn);
+    a.join();
+    b.join();
 }

@@ -54,6 +54,21 @@ constexpr CompleteFn kCompleteByKind[] = {
     skip,                                 /* augment */
 };
 
+/* The element's content becomes value. A plain non-empty value is one text node, made
+ * directly; anything else goes through libxml2's content parser (entity references, and no
+ * text node at all for ""). */
+void set_text(xmlNode *element, const char *value)
+{
+    if (value[0] != '\0' && std::strchr(value, '&') == nullptr) {
+        xmlNode *text = xmlNewDocText(element->doc, reinterpret_cast<const xmlChar *>(value));
+        if (text != nullptr && xmlAddChild(element, text) == nullptr) {
+            xmlFreeNode(text);
+        }
+        return;
+    }
+    xmlNodeSetContent(element, reinterpret_cast<const xmlChar *>(value));
+}
+
 /* Adds a marked element for schemaNode; it is listed only when its parent is not itself added. */
 xmlNode *add_marked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
 {
@@ -81,7 +96,7 @@ KZ_API xmlNode *KZD_PAS_AddNewChildNodeWithValue(xmlNode *element, KzsNode *sche
 {
     xmlNode *child = KZD_NODE_CreateNewChildNode(element, schemaNode);
     if (child != nullptr && value != nullptr) {
-        xmlNodeSetContent(child, reinterpret_cast<const xmlChar *>(value));
+        set_text(child, value);
     }
     return child;
 }

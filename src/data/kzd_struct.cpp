@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "data/kzd_internal.h"
@@ -16,11 +16,43 @@ namespace {
 constexpr size_t kValueShownMax = 256; /* longer values are cut in messages */
 constexpr size_t kValueShownCut = 253;
 
+/* Schema nodes seen under one parent, each with a value. Most parents have a few such
+ * children, kept in a small inline array (no allocation per element); past that a hash map
+ * keeps every lookup constant-time. */
+template <typename V>
+class SeenMap {
+public:
+    /* Stores value for key unless key is there; returns the stored value and whether it is new. */
+    std::pair<V, bool> Emplace(const KzsNode *key, V value)
+    {
+        if (spill_.empty()) {
+            for (uint32_t i = 0; i < count_; ++i) {
+                if (inline_[i].first == key) {
+                    return {inline_[i].second, false};
+                }
+            }
+            if (count_ < kInline) {
+                inline_[count_++] = {key, value};
+                return {value, true};
+            }
+            spill_.insert(inline_, inline_ + count_);
+        }
+        auto seen = spill_.emplace(key, value);
+        return {seen.first->second, seen.second};
+    }
+
+private:
+    static constexpr uint32_t kInline = 8;
+    std::pair<const KzsNode *, V> inline_[kInline];
+    uint32_t count_ = 0;
+    std::unordered_map<const KzsNode *, V> spill_;
+};
+
 /* What the siblings bound so far under one parent have shown: single-instance schema nodes,
  * and the branch taken for each choice. It replaces scans of all earlier siblings. */
 struct SiblingState {
-    std::unordered_set<const KzsNode *> single;
-    std::unordered_map<const KzsNode *, const KzsNode *> branches;
+    SeenMap<bool> single;
+    SeenMap<const KzsNode *> branches;
 };
 
 uint32_t unexpected(KzdCheckAux *aux, xmlNode *element)
@@ -40,7 +72,7 @@ uint32_t check_single_instance(KzdCheckAux *aux, xmlNode *element, SiblingState 
     if (element->parent == aux->root || is_multi_instance(schema)) {
         return KZ_OK;
     }
-    if (!state.single.insert(schema).second) {
+    if (!state.single.Emplace(schema, true).second) {
         return unexpected(aux, element);
     }
     return KZ_OK;
@@ -53,8 +85,8 @@ uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
     if (!KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(element), &choice, &branch)) {
         return KZ_OK;
     }
-    auto seen = state.branches.emplace(choice, branch);
-    if (!seen.second && seen.first->second != branch && KZD_PAS_IsUnderRpcOrActionTree(aux)) {
+    auto seen = state.branches.Emplace(choice, branch);
+    if (!seen.second && seen.first != branch && KZD_PAS_IsUnderRpcOrActionTree(aux)) {
         return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element),
                           "Data for more than one case branch of a choice is present.");
     }
@@ -229,10 +261,10 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
         KzsNode *choice = nullptr;
         KzsNode *branch = nullptr;
         if (schema != nullptr && !is_multi_instance(schema)) {
-            state.single.insert(schema);
+            state.single.Emplace(schema, true);
         }
         if (KZD_MDL_GetChoiceCaseParentNode(schema, &choice, &branch)) {
-            state.branches.emplace(choice, branch);
+            state.branches.Emplace(choice, branch);
         }
     }
     uint32_t rc = bind_child(aux, element, parentSchema, state);

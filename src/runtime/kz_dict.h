@@ -11,7 +11,9 @@ extern "C" {
 typedef struct KzDictEntry {
     char *text;
     uint32_t refCount;
+    uint32_t hash;             /* KZ_DICT_HashVal(text), for the side index */
     struct KzDictEntry *next;
+    struct KzDictEntry *prev;  /* chain predecessor, so a remove walks nothing */
 } KzDictEntry;
 
 typedef struct KzDictBucket {
@@ -23,6 +25,7 @@ typedef struct KzDict {
     uint32_t bucketCount; /* always 1024 */
     uint32_t headCount;
     KzDictBucket *buckets;
+    struct KzDictIndex *index; /* finds an entry without walking its chain */
 } KzDict;
 
 #define KZ_DICT_BUCKET_COUNT 1024u

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_slab.h"
 
 namespace {
 
@@ -17,9 +18,9 @@ constexpr uint32_t kPartSize = 16u * 1024u * 1024u;
 constexpr size_t kLineMax = 256;
 constexpr size_t kValueMax = 20;
 
-// The partition stands in for the platform's light partition: blocks come
-// from the C heap, tagged by the partition that handed them out through the
-// live-block count.  Handles and partition ids are never zero.
+// The partition stands in for the platform's light partition: small blocks
+// come from its slabs (no per-block header), larger ones from the C heap; the
+// live-block count covers both.  Handles and partition ids are never zero.
 std::atomic<uint32_t> g_nextHandle{0};
 std::atomic<uint32_t> g_nextPt{0};
 std::atomic<uint64_t> g_liveBlocks{0};
@@ -65,7 +66,10 @@ void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size)
     if (handle == 0 || pt == 0) {
         return nullptr;
     }
-    void *p = malloc(size);
+    void *p = kz::SlabAlloc(size);
+    if (p == nullptr) {
+        p = malloc(size);
+    }
     if (p != nullptr) {
         g_liveBlocks.fetch_add(1, std::memory_order_relaxed);
     }
@@ -76,7 +80,9 @@ void kz_part_free(void *ptr)
 {
     if (ptr != nullptr) {
         g_liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-        free(ptr);
+        if (!kz::SlabFree(ptr)) {
+            free(ptr);
+        }
     }
 }
 

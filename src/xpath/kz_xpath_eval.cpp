@@ -128,17 +128,13 @@ uint32_t KZ_XPATH_InitEvalCtx(XpathEvalCtx *ctx, xmlNode *rootNode, xmlNode *con
     ctx->exprTypeStack = nullptr;
     ctx->objectStack = nullptr;
     uint32_t reserve = sizeHint < kReserveCap ? sizeHint : kReserveCap;
-    void *opMem = KZ_MemMalloc(sizeof(XpathOpStack));
-    if (opMem == nullptr) {
+    void *mem = KZ_MemMalloc(sizeof(XpathEvalStacks));
+    if (mem == nullptr) {
         return KZ_ENOMEM;
     }
-    ctx->exprTypeStack = new (opMem) XpathOpStack();
-    void *objMem = KZ_MemMalloc(sizeof(XpathObjStack));
-    if (objMem == nullptr) {
-        KZ_XPATH_DestroyEvalCtx(ctx);
-        return KZ_ENOMEM;
-    }
-    ctx->objectStack = new (objMem) XpathObjStack();
+    auto *stacks = new (mem) XpathEvalStacks();
+    ctx->exprTypeStack = &stacks->ops;
+    ctx->objectStack = &stacks->objects;
     try {
         ctx->exprTypeStack->items.reserve(reserve);
         ctx->objectStack->items.reserve(reserve);
@@ -151,22 +147,17 @@ uint32_t KZ_XPATH_InitEvalCtx(XpathEvalCtx *ctx, xmlNode *rootNode, xmlNode *con
 
 void KZ_XPATH_DestroyEvalCtx(XpathEvalCtx *ctx)
 {
-    if (ctx == nullptr) {
+    if (ctx == nullptr || ctx->exprTypeStack == nullptr) {
         return;
     }
-    if (ctx->exprTypeStack != nullptr) {
-        ctx->exprTypeStack->~XpathOpStack();
-        KZ_MemFree(ctx->exprTypeStack);
-        ctx->exprTypeStack = nullptr;
+    for (XpathObject *obj : ctx->objectStack->items) {
+        KZ_XPATH_FreeObject(obj);
     }
-    if (ctx->objectStack != nullptr) {
-        for (XpathObject *obj : ctx->objectStack->items) {
-            KZ_XPATH_FreeObject(obj);
-        }
-        ctx->objectStack->~XpathObjStack();
-        KZ_MemFree(ctx->objectStack);
-        ctx->objectStack = nullptr;
-    }
+    auto *stacks = reinterpret_cast<XpathEvalStacks *>(ctx->exprTypeStack);
+    stacks->~XpathEvalStacks();
+    KZ_MemFree(stacks);
+    ctx->exprTypeStack = nullptr;
+    ctx->objectStack = nullptr;
 }
 
 uint32_t KZ_XPATH_GetEvalResult(XpathEvalCtx *ctx)

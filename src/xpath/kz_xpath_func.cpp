@@ -79,6 +79,11 @@ char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
         char *value = KZD_NODE_GetValueContent(node, sn);
         return value != nullptr ? value : DupText("");
     }
+    xmlNode *only = node->type == XML_ELEMENT_NODE ? node->children : nullptr;
+    if (only != nullptr && only->type == XML_TEXT_NODE && only->next == nullptr && only->content != nullptr) {
+        /* the common leaf: one text child is the whole content, no need to gather it */
+        return DupText(reinterpret_cast<const char *>(only->content));
+    }
     xmlChar *content = xmlNodeGetContent(node);
     if (content == nullptr) {
         return DupText("");

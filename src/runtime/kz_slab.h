@@ -1,0 +1,20 @@
+/* Small blocks of the library's partition: equal-sized slots carved from
+ * slabs in one reserved address range, so that a block carries no header and
+ * costs at most its rounding to a multiple of 16 bytes. */
+#ifndef KZ_SLAB_H
+#define KZ_SLAB_H
+
+#include <cstddef>
+
+namespace kz {
+
+/* A block of at least size bytes, or nullptr when slabs do not serve it (too
+ * large, range exhausted, or slabs off under a memory checker). */
+void *SlabAlloc(std::size_t size);
+
+/* Frees ptr and returns true when it is a slab block; false otherwise. */
+bool SlabFree(void *ptr);
+
+}  // namespace kz
+
+#endif /* KZ_SLAB_H */
