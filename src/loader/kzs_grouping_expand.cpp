@@ -506,6 +506,9 @@ private:
             return Fail(std::string("Augment target \"") + (path != nullptr ? path : "") + "\" at \"" +
                         PlaceOf(augment) + "\" not found.");
         }
+        if (target->parent != nullptr && IsYinElement(target->parent, "choice") && !IsYinElement(target, "case")) {
+            target = MakeCaseExplicit(target);
+        }
         std::vector<xmlNode *> moved;
         for (xmlNode *child = augment->children; child != nullptr;) {
             xmlNode *next = child->next;
@@ -518,6 +521,24 @@ private:
         }
         HandDownConditions(augment, moved);
         return true;
+    }
+
+    /* A choice's case written without "case", made explicit so that an
+     * augment can add nodes to it. */
+    static xmlNode *MakeCaseExplicit(xmlNode *shorthand)
+    {
+        xmlNode *wrapper = xmlNewDocNode(shorthand->doc, shorthand->ns, reinterpret_cast<const xmlChar *>("case"), nullptr);
+        const char *name = KZ_XML_GetTargetPropertyValue(shorthand, "name");
+        if (wrapper == nullptr || name == nullptr ||
+            xmlSetProp(wrapper, reinterpret_cast<const xmlChar *>("name"), reinterpret_cast<const xmlChar *>(name)) ==
+                nullptr) {
+            xmlFreeNode(wrapper);
+            throw std::bad_alloc();
+        }
+        xmlAddPrevSibling(shorthand, wrapper);
+        xmlUnlinkNode(shorthand);
+        xmlAddChild(wrapper, shorthand);
+        return wrapper;
     }
 
     /* The when and if-features of a uses (or augment in a uses) go to each
