@@ -188,3 +188,43 @@ TEST(LoaderGrouping, YinExpandsOnlyWithTheOptionBit)
         KZ_CTX_Delete(ctx);
     }
 }
+
+TEST(LoaderGrouping, RequestsValidateAgainstGroupingBuiltInput)
+{
+    // Input built from groupings: a refined default and mandatory, a must
+    // brought by the grouping, a when on the uses (context: the input).
+    KzCtx *ctx = KZ_CTX_Create(0);
+    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, Yang("grouping opts { leaf mode { type string; }\n"
+                                              "  leaf level { type uint8; must \". < 50\"; } }\n"
+                                              "grouping extra { leaf note { type string; } }\n"
+                                              "rpc run { input { leaf kind { type string; }\n"
+                                              "  uses opts { refine mode { default auto; } refine level { mandatory true; } }\n"
+                                              "  uses extra { when \"kind = 'rich'\"; } } }\n")
+                                             .c_str()),
+              0u);
+    struct Case {
+        const char *inner;
+        const char *error; // message, "" when valid
+    } cases[] = {
+        {"<level>3</level>", ""},
+        {"<kind>rich</kind><level>3</level><note>n</note>", ""},
+        {"<kind>poor</kind><level>3</level><note>n</note>", "note is not satisfied when condition."},
+        {"<level>70</level>", "level is not satisfied must condition."},
+        {"<kind>x</kind>", "Missing element: level."},
+    };
+    for (const Case &c : cases) {
+        const std::string body = std::string("<run xmlns=\"urn:g\">") + c.inner + "</run>";
+        std::vector<std::string> added;
+        kztest::ErrPtr err(KZ_CTX_ValidateRpcDataTree(
+            ctx, KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
+            [](struct _xmlNode *node, void *arg) {
+                static_cast<std::vector<std::string> *>(arg)->emplace_back(reinterpret_cast<const char *>(node->name));
+            },
+            &added));
+        EXPECT_EQ(err != nullptr ? KZ_GetErrorMessage(err.get()) : "", std::string(c.error)) << c.inner;
+        if (err == nullptr) {
+            EXPECT_EQ(added, std::vector<std::string>{"mode"}) << c.inner;
+        }
+    }
+    KZ_CTX_Delete(ctx);
+}

@@ -2,11 +2,13 @@
 # The IETF modules of Debian's libyuma-base, whose schema is mostly built from
 # groupings: every module (not submodule) loads with no diagnostic, and the
 # printed trees (all features on) equal the expected trees kept beside this
-# script.  Exit 77 (skipped) when the folder is absent.
+# script; requests and notifications built from groupings validate as
+# expected.  Exit 77 (skipped) when the folder is absent.
 # usage: grouping_trees.sh KORLA [MODULE_DIR]
-korla=$1
+korla=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 dir=${2:-/usr/share/yuma/modules/ietf}
-trees=$(dirname "$0")/trees
+trees=$(cd "$(dirname "$0")" && pwd)/trees
+messages=$(cd "$(dirname "$0")" && pwd)/messages
 if [ ! -d "$dir" ]; then
   echo "skipped: $dir absent (Debian package libyuma-base)"
   exit 77
@@ -32,5 +34,12 @@ for expected in "$trees"/*.tree; do
     fail=1
   fi
 done
+validations=$(cd "$messages" &&
+  "$korla" -p "$dir" -F 'ietf-alarms:*' validate -m ietf-alarms purge-alarms-*.xml
+  "$korla" -p "$dir" validate --notification -m ietf-netconf-notifications -m ietf-alarms config-change-*.xml)
+if ! diff -u "$messages/expected.txt" - <<<"$validations"; then
+  echo "FAIL validations"
+  fail=1
+fi
 [ $fail -eq 0 ] && echo "all modules load, all trees match"
 exit $fail
