@@ -23,15 +23,28 @@
 namespace kz::loader {
 namespace {
 
-struct DocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using OwnedDoc = std::unique_ptr<xmlDoc, DocFreer>;
+using OwnedDoc = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
-struct MemFreer {
-    void operator()(char *p) const { KZ_MemFree(p); }
-};
-using MemString = std::unique_ptr<char, MemFreer>;
+/* A condition built by the condition helpers, as a string; their null (out of memory) throws. */
+std::string TakeCondition(char *built)
+{
+    if (built == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::string out(built);
+    KZ_MemFree(built);
+    return out;
+}
+
+/* A deep copy of a statement for doc. */
+xmlNode *CopyInto(const xmlNode *node, xmlDoc *doc)
+{
+    xmlNode *copy = xmlDocCopyNode(const_cast<xmlNode *>(node), doc, 1);
+    if (copy == nullptr) {
+        throw std::bad_alloc();
+    }
+    return copy;
+}
 
 /* Statements a grouping hands to its uses. */
 bool IsGroupingDataDef(const xmlNode *node)
@@ -134,7 +147,7 @@ bool RefineAllowed(const char *keyword, const xmlNode *target)
 
 /* A module or submodule document, and the names its prefixes stand for. */
 struct SourceDoc {
-    OwnedDoc owned; /* null for the document being loaded */
+    OwnedDoc owned{nullptr, xmlFreeDoc}; /* null for the document being loaded */
     xmlNode *root = nullptr;
     PrefixScope scope;
     std::unordered_map<std::string, xmlNode *> groupings; /* top level, filled on first use */
@@ -145,7 +158,7 @@ class Expander {
 public:
     Expander(KzCtx *ctx, xmlDoc *doc) : ctx_(ctx)
     {
-        SourceDoc *self = Register(nullptr, xmlDocGetRootElement(doc));
+        SourceDoc *self = Register(OwnedDoc(nullptr, xmlFreeDoc), xmlDocGetRootElement(doc));
         selfName_ = RootName(self->root);
         byName_[selfName_] = self;
     }
@@ -201,7 +214,7 @@ private:
             if (coll->objs[i].suffix[0] != '\0') {
                 continue;
             }
-            OwnedDoc doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx_, coll->objs[i].path, nullptr, nullptr));
+            OwnedDoc doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx_, coll->objs[i].path, nullptr, nullptr), xmlFreeDoc);
             xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
             if (root != nullptr && RootName(root) == name) {
                 src = Register(std::move(doc), root);
@@ -395,10 +408,7 @@ private:
             if (!IsGroupingDataDef(child)) {
                 continue;
             }
-            xmlNode *copy = xmlDocCopyNode(const_cast<xmlNode *>(child), uses->doc, 1);
-            if (copy == nullptr) {
-                throw std::bad_alloc();
-            }
+            xmlNode *copy = CopyInto(child, uses->doc);
             xmlAddPrevSibling(uses, copy);
             copies.push_back(copy);
             if (from != to) {
@@ -413,7 +423,9 @@ private:
                 return false;
             }
         }
-        HandDownConditions(uses, copies);
+        if (!HandDownConditions(uses, copies)) {
+            return false;
+        }
         xmlUnlinkNode(uses);
         discarded_.push_back(uses);
         return true;
@@ -487,11 +499,7 @@ private:
             if (!added && replaced.insert(keyword).second) {
                 RemoveChildrenNamed(target, keyword, &discarded_);
             }
-            xmlNode *copy = xmlDocCopyNode(const_cast<xmlNode *>(stmt), target->doc, 1);
-            if (copy == nullptr) {
-                throw std::bad_alloc();
-            }
-            xmlAddChild(target, copy);
+            xmlAddChild(target, CopyInto(stmt, target->doc));
         }
         return true;
     }
@@ -519,8 +527,7 @@ private:
             }
             child = next;
         }
-        HandDownConditions(augment, moved);
-        return true;
+        return HandDownConditions(augment, moved);
     }
 
     /* A choice's case written without "case", made explicit so that an
@@ -544,30 +551,33 @@ private:
     /* The when and if-features of a uses (or augment in a uses) go to each
      * node it brings; the when, written for the parent, moves one level down
      * except on a choice, which has no data node of its own. */
-    static void HandDownConditions(const xmlNode *from, const std::vector<xmlNode *> &nodes)
+    bool HandDownConditions(const xmlNode *from, const std::vector<xmlNode *> &nodes)
     {
         const xmlNode *when = nullptr;
         for (const xmlNode *child = from->children; child != nullptr; child = child->next) {
             when = IsYinElement(child, "when") ? child : when;
         }
         const char *cond = when != nullptr ? KZ_XML_GetTargetPropertyValue(when, "condition") : nullptr;
-        MemString moved(cond != nullptr ? KZS_NODE_GetParentCond(cond, nullptr) : nullptr);
-        if (cond != nullptr && moved == nullptr) {
-            throw std::bad_alloc();
+        char *shifted = cond != nullptr ? KZS_NODE_GetParentCond(cond, nullptr) : nullptr;
+        if (cond != nullptr && shifted == nullptr) {
+            return Fail(std::string("The when condition \"") + cond + "\" at \"" + PlaceOf(when) +
+                        "\" cannot be handed down.");
         }
+        const std::string moved = cond != nullptr ? TakeCondition(shifted) : "";
         for (xmlNode *node : nodes) {
             if (IsYinElement(node, "action") || IsYinElement(node, "notification")) {
                 continue;
             }
             for (const xmlNode *child = from->children; child != nullptr; child = child->next) {
                 if (IsYinElement(child, "if-feature")) {
-                    xmlAddChild(node, xmlDocCopyNode(const_cast<xmlNode *>(child), node->doc, 1));
+                    xmlAddChild(node, CopyInto(child, node->doc));
                 }
             }
             if (cond != nullptr) {
-                AddWhen(node, IsYinElement(node, "choice") ? cond : moved.get());
+                AddWhen(node, IsYinElement(node, "choice") ? cond : moved.c_str());
             }
         }
+        return true;
     }
 
     static void AddWhen(xmlNode *node, const char *cond)
@@ -575,12 +585,11 @@ private:
         for (xmlNode *child = node->children; child != nullptr; child = child->next) {
             if (IsYinElement(child, "when")) {
                 const char *own = KZ_XML_GetTargetPropertyValue(child, "condition");
-                MemString both(own != nullptr ? KZS_NODE_CombineTwoWhenCondition(cond, own) : nullptr);
-                if (both == nullptr) {
+                const std::string both = TakeCondition(KZS_NODE_CombineTwoWhenCondition(cond, own != nullptr ? own : "true()"));
+                if (xmlSetProp(child, reinterpret_cast<const xmlChar *>("condition"),
+                               reinterpret_cast<const xmlChar *>(both.c_str())) == nullptr) {
                     throw std::bad_alloc();
                 }
-                xmlSetProp(child, reinterpret_cast<const xmlChar *>("condition"),
-                           reinterpret_cast<const xmlChar *>(both.get()));
                 return;
             }
         }
