@@ -14,9 +14,10 @@
 
 namespace kz::loader {
 
-/* Elements one document may gain by expansion; a grouping that expands past
- * it (for example exponentially, through nested uses) is refused. */
-constexpr std::size_t kMaxExpandedElements = 2000000;
+/* YIN elements one document may gain by expansion (about 280k schema nodes,
+ * some 250 MiB of document); a grouping that expands past it (for example
+ * exponentially, through nested uses) is refused. */
+constexpr std::size_t kMaxExpandedElements = 1000000;
 
 /* Groupings may use groupings this deep; deeper chains are refused. */
 constexpr std::size_t kMaxGroupingNesting = 256;
