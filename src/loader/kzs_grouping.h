@@ -20,7 +20,11 @@ namespace kz::loader {
 constexpr std::size_t kMaxExpandedElements = 1000000;
 
 /* Groupings may use groupings this deep; deeper chains are refused. */
-constexpr std::size_t kMaxGroupingNesting = 256;
+constexpr std::size_t kMaxGroupingNesting = 64;
+
+/* Statements may nest this deep once expanded (the module statement is level
+ * 1), as in YANG text; a uses that would go deeper is refused. */
+constexpr std::size_t kMaxExpandedDepth = 256;
 
 /* Expands the uses of `doc` (a module or submodule in YIN form).  Groupings
  * are looked up lexically, then in the module's submodules, and for

@@ -89,15 +89,31 @@ std::string PlaceOf(const xmlNode *node)
     return place.empty() ? "/" : place;
 }
 
-size_t CountElements(const xmlNode *node)
+/* Elements of a grouping's expanded body, and how deep they nest below it. */
+struct BodyShape {
+    size_t elements = 0;
+    size_t depth = 0;
+};
+
+void MeasureSubtree(const xmlNode *node, size_t level, BodyShape *shape)
 {
-    size_t count = 1;
+    shape->elements++;
+    shape->depth = level > shape->depth ? level : shape->depth;
     for (const xmlNode *child = node->children; child != nullptr; child = child->next) {
         if (child->type == XML_ELEMENT_NODE) {
-            count += CountElements(child);
+            MeasureSubtree(child, level + 1, shape);
         }
     }
-    return count;
+}
+
+/* Statement level of a node (the module statement is level 1). */
+size_t LevelOf(const xmlNode *node)
+{
+    size_t level = 0;
+    for (; node != nullptr && node->type == XML_ELEMENT_NODE; node = node->parent) {
+        level++;
+    }
+    return level;
 }
 
 void RemoveChildrenNamed(xmlNode *parent, const char *keyword, std::vector<xmlNode *> *discarded)
@@ -353,7 +369,7 @@ private:
     /* Expands a grouping's own uses once; its element count is kept for the limit. */
     bool EnsureExpanded(xmlNode *grouping, const char *ref, const xmlNode *uses)
     {
-        if (sizes_.count(grouping) != 0) {
+        if (shapes_.count(grouping) != 0) {
             return true;
         }
         if (active_.count(grouping) != 0) {
@@ -368,13 +384,13 @@ private:
         if (!ok) {
             return false;
         }
-        size_t size = 0;
+        BodyShape shape;
         for (const xmlNode *child = grouping->children; child != nullptr; child = child->next) {
             if (IsGroupingDataDef(child)) {
-                size += CountElements(child);
+                MeasureSubtree(child, 1, &shape);
             }
         }
-        sizes_[grouping] = size;
+        shapes_[grouping] = shape;
         return true;
     }
 
@@ -391,8 +407,9 @@ private:
         if (!EnsureExpanded(grouping, ref, uses)) {
             return false;
         }
-        expanded_ += sizes_[grouping];
-        if (expanded_ > kMaxExpandedElements) {
+        const BodyShape &shape = shapes_[grouping];
+        expanded_ += shape.elements;
+        if (expanded_ > kMaxExpandedElements || LevelOf(uses->parent) + shape.depth > kMaxExpandedDepth) {
             return Fail(std::string("Expanding grouping \"") + ref + "\" at \"" + PlaceOf(uses) +
                         "\" exceeds the expansion limit.");
         }
@@ -607,7 +624,7 @@ private:
     std::unordered_map<std::string, SourceDoc *> byName_;
     std::unordered_map<std::string, std::vector<SourceDoc *>> families_;
     std::unordered_map<const xmlNode *, std::unordered_map<std::string, xmlNode *>> scopes_;
-    std::unordered_map<const xmlNode *, size_t> sizes_;
+    std::unordered_map<const xmlNode *, BodyShape> shapes_;
     std::unordered_set<const xmlNode *> active_;
     std::vector<xmlNode *> discarded_;
     size_t expanded_ = 0;
