@@ -62,6 +62,12 @@ TEST(LoaderGrouping, UsesBringsTheGroupingsNodes)
          "container c { uses ch { augment box { uses leafy; } augment k/a { leaf b { type int8; } } } }\n",
          "module: g\n   +--rw c\n      +--rw (k)?\n      |  +--:(a)\n      |     +--rw a?   string\n"
          "      |     +--rw b?   int8\n      +--rw box\n         +--rw y?   string\n"},
+        // Scoped typedefs: the same name in two scopes, one also at the top level.
+        {"typedef t { type string; }\n"
+         "grouping s { typedef t { type int8 { range 1..5; } } leaf a { type t; } }\n"
+         "container c { typedef t { type uint16; } leaf b { type t; } uses s; }\n"
+         "leaf d { type t; }\n",
+         "module: g\n   +--rw c\n   |  +--rw b?   t-3\n   |  +--rw a?   t-2\n   +--rw d?   t\n"},
         // Groupings in rpc input and notifications; uses at the top level.
         {"grouping id { leaf id { type string; } }\n uses id;\n"
          "rpc r { input { grouping in { leaf n { type int8; } } uses in; uses id; } }\n"

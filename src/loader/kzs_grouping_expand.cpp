@@ -202,6 +202,7 @@ private:
 
     SourceDoc *Register(OwnedDoc owned, xmlNode *root)
     {
+        HoistScopedTypedefs(root);
         auto src = std::make_unique<SourceDoc>();
         src->owned = std::move(owned);
         src->root = root;

@@ -30,6 +30,11 @@ PrefixScope ReadPrefixScope(const xmlNode *root);
  * document root is `toRoot`; imports `to` lacks are added to it. */
 void RewriteIdentifiers(xmlNode *copy, const PrefixScope &from, PrefixScope *to, xmlNode *toRoot);
 
+/* Moves the typedefs defined inside groupings and data definitions to the
+ * top level of the module or submodule `root` (renamed only when the name is
+ * taken there), renaming the type statements of their scope that use them. */
+void HoistScopedTypedefs(xmlNode *root);
+
 } /* namespace kz::loader */
 
 #endif /* KZS_GROUPING_IDENT_H */
