@@ -181,7 +181,7 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
                           "  feature fast;\n  identity base-id;\n  identity one { base l:base-id; }\n"
                           "  typedef word { type string { length 1..4; } }\n"
                           "  grouping g { leaf w { type word; } leaf s { type t:small; }\n"
-                          "    leaf i { if-feature fast; type identityref { base base-id; } default l:one; }\n"
+                          "    leaf i { if-feature fast; type identityref { base base-id; } default one; }\n"
                           "    uses from-sub; } }\n");
     dir.Write("libsub.yang", "submodule libsub { yang-version 1.1; belongs-to lib { prefix lb; }\n"
                              "  grouping from-sub { leaf u { type lb:word; } } }\n");

@@ -54,6 +54,15 @@ bool IsIdentChar(char c)
     return IsIdentStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
 
+/* A leaf or leaf-list typed identityref directly: its bare defaults name
+ * identities of the module that wrote them. */
+bool HasIdentityrefType(const xmlNode *node)
+{
+    const xmlNode *type = node != nullptr ? FirstYinChild(node, "type") : nullptr;
+    const char *name = type != nullptr ? Arg(type, "name") : nullptr;
+    return name != nullptr && std::strcmp(name, "identityref") == 0;
+}
+
 class Rewriter {
 public:
     Rewriter(const PrefixScope &from, PrefixScope *to, xmlNode *toRoot) : from_(from), to_(to), toRoot_(toRoot) {}
@@ -66,6 +75,8 @@ public:
             MapAttr(node, "name", [this](const std::string &v) { return MapName(v, true); });
         } else if (IsYinElement(node, "if-feature")) {
             MapAttr(node, "name", [this](const std::string &v) { return MapText(v, true); });
+        } else if (IsYinElement(node, "default") && HasIdentityrefType(node->parent)) {
+            MapAttr(node, "value", [this](const std::string &v) { return MapName(v, true); });
         } else if (IsYinElement(node, "path") || IsYinElement(node, "default")) {
             MapAttr(node, "value", [this](const std::string &v) { return MapText(v, false); });
         } else if (IsYinElement(node, "when") || IsYinElement(node, "must")) {
