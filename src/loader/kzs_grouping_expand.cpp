@@ -7,6 +7,7 @@
 #include "loader/kzs_grouping.h"
 
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <new>
 #include <unordered_map>
@@ -659,7 +660,7 @@ bool ExpandGroupingsForLoad(KzCtx *ctx, xmlDoc *doc, bool fromYang, const char *
     bool ok = false;
     try {
         ok = ExpandGroupings(ctx, doc, &error);
-    } catch (const std::bad_alloc &) {
+    } catch (const std::exception &) { /* out of memory, whatever the container reports */
         error = "Out of memory while expanding groupings.";
     }
     if (!ok && moduleName != nullptr) {
