@@ -3,6 +3,7 @@
 // reports, and when it applies (YANG always, YIN with the option bit).
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,16 @@ std::string Tree(KzCtx *ctx, const char *module)
 std::string Yang(const std::string &body)
 {
     return "module g { yang-version 1.1; namespace urn:g; prefix g;\n" + body + "}\n";
+}
+
+using CtxPtr = std::unique_ptr<KzCtx, decltype(&KZ_CTX_Delete)>;
+
+// A context with module g of that body loaded.
+CtxPtr LoadedG(const std::string &body)
+{
+    CtxPtr ctx(KZ_CTX_Create(0), KZ_CTX_Delete);
+    EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx.get(), Yang(body).c_str()), 0u) << body;
+    return ctx;
 }
 
 } // namespace
@@ -76,31 +87,25 @@ TEST(LoaderGrouping, UsesBringsTheGroupingsNodes)
          "         +---w id?   string\nnotifications:\n   +---n e\n      +--ro id?   string\n"},
     };
     for (const Case &c : cases) {
-        KzCtx *ctx = KZ_CTX_Create(0);
-        EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, Yang(c.body).c_str()), 0u) << c.body;
-        EXPECT_EQ(Tree(ctx, "g"), c.tree) << c.body;
-        EXPECT_TRUE(kztest::LoadMessages(ctx).empty()) << c.body;
-        KZ_CTX_Delete(ctx);
+        CtxPtr ctx = LoadedG(c.body);
+        EXPECT_EQ(Tree(ctx.get(), "g"), c.tree) << c.body;
+        EXPECT_TRUE(kztest::LoadMessages(ctx.get()).empty()) << c.body;
     }
 }
 
 TEST(LoaderGrouping, WhenAndIfFeatureOfUsesReachEveryNode)
 {
-    KzCtx *ctx = KZ_CTX_Create(0);
-    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, Yang("feature f;\n grouping w { leaf a { type int8; when \"../k\"; }\n"
-                                              "  choice ch { leaf b { type int8; } } }\n"
-                                              "container c { leaf k { type int8; }\n"
-                                              "  uses w { when \"k > 1\"; if-feature f; } }\n")
-                                             .c_str()),
-              0u);
-    const KzsNode *a = KZ_CTX_GetTargetNode(ctx, "/g:c/a", nullptr);
+    CtxPtr ctx = LoadedG("feature f;\n grouping w { leaf a { type int8; when \"../k\"; }\n"
+                         "  choice ch { leaf b { type int8; } } }\n"
+                         "container c { leaf k { type int8; }\n"
+                         "  uses w { when \"k > 1\"; if-feature f; } }\n");
+    const KzsNode *a = KZ_CTX_GetTargetNode(ctx.get(), "/g:c/a", nullptr);
     ASSERT_NE(a, nullptr);
     EXPECT_STREQ(a->when, "(../k > 1) and (../k)");
     EXPECT_EQ(a->ifFeatureCount, 1u);
     const KzsNode *ch = a->next;
     ASSERT_NE(ch, nullptr);
     EXPECT_STREQ(ch->when, "k > 1"); // a choice has no data node: the parent stays the context
-    KZ_CTX_Delete(ctx);
 }
 
 TEST(LoaderGrouping, FaultsNameTheUsesAndFailTheLoad)
@@ -218,15 +223,12 @@ TEST(LoaderGrouping, RequestsValidateAgainstGroupingBuiltInput)
 {
     // Input built from groupings: a refined default and mandatory, a must
     // brought by the grouping, a when on the uses (context: the input).
-    KzCtx *ctx = KZ_CTX_Create(0);
-    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, Yang("grouping opts { leaf mode { type string; }\n"
-                                              "  leaf level { type uint8; must \". < 50\"; } }\n"
-                                              "grouping extra { leaf note { type string; } }\n"
-                                              "rpc run { input { leaf kind { type string; }\n"
-                                              "  uses opts { refine mode { default auto; } refine level { mandatory true; } }\n"
-                                              "  uses extra { when \"kind = 'rich'\"; } } }\n")
-                                             .c_str()),
-              0u);
+    CtxPtr ctx = LoadedG("grouping opts { leaf mode { type string; }\n"
+                         "  leaf level { type uint8; must \". < 50\"; } }\n"
+                         "grouping extra { leaf note { type string; } }\n"
+                         "rpc run { input { leaf kind { type string; }\n"
+                         "  uses opts { refine mode { default auto; } refine level { mandatory true; } }\n"
+                         "  uses extra { when \"kind = 'rich'\"; } } }\n");
     struct Case {
         const char *inner;
         const char *error; // message, "" when valid
@@ -241,7 +243,7 @@ TEST(LoaderGrouping, RequestsValidateAgainstGroupingBuiltInput)
         const std::string body = std::string("<run xmlns=\"urn:g\">") + c.inner + "</run>";
         std::vector<std::string> added;
         kztest::ErrPtr err(KZ_CTX_ValidateRpcDataTree(
-            ctx, KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
+            ctx.get(), KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
             [](struct _xmlNode *node, void *arg) {
                 static_cast<std::vector<std::string> *>(arg)->emplace_back(reinterpret_cast<const char *>(node->name));
             },
@@ -251,5 +253,4 @@ TEST(LoaderGrouping, RequestsValidateAgainstGroupingBuiltInput)
             EXPECT_EQ(added, std::vector<std::string>{"mode"}) << c.inner;
         }
     }
-    KZ_CTX_Delete(ctx);
 }
