@@ -202,6 +202,18 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
     const KzsNode *w = KZ_CTX_GetTargetNode(ctx, "/use:c/w", nullptr);
     ASSERT_NE(w, nullptr);
     EXPECT_STREQ(KZ_MOD_GetModuleName(w->module), "use"); // expanded nodes belong to the user
+
+    // Another module augments and deviates nodes a grouping brought; unloading it undoes both.
+    dir.Write("dev.yang", "module dev { yang-version 1.1; namespace urn:dev; prefix d;\n"
+                          "  import use { prefix u; }\n"
+                          "  augment /u:c { leaf extra { type string; } }\n"
+                          "  deviation /u:c/u:s { deviate not-supported; } }\n");
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx, "dev"), 0u);
+    EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/use:c/dev:extra", nullptr), nullptr);
+    EXPECT_EQ(KZ_CTX_GetTargetNode(ctx, "/use:c/s", nullptr), nullptr);
+    ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "dev"), 0u);
+    EXPECT_EQ(KZ_CTX_GetTargetNode(ctx, "/use:c/dev:extra", nullptr), nullptr);
+    EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/use:c/s", nullptr), nullptr);
     KZ_CTX_Delete(ctx);
 }
 
