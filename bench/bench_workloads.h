@@ -74,8 +74,9 @@ private:
 
 // A module of about `wanted` schema nodes: groups of a container holding a keyed
 // list of typed leaves (typedef with range, length, feature, when), a choice
-// and a leaf-list, 28 schema nodes per group.  YIN text, or YANG with `yang`.
-inline std::string MakeModule(int wanted, int *nodeCount, bool yang = false)
+// and a leaf-list, 28 schema nodes per group.  YIN text, or YANG with `yang`;
+// with `grouped`, each container uses one grouping that holds the group.
+inline std::string MakeModule(int wanted, int *nodeCount, bool yang = false, bool grouped = false)
 {
     constexpr int kLeaves = 22;
     constexpr int kPerGroup = 1 + 1 + kLeaves + 3 + 1;
@@ -100,8 +101,9 @@ inline std::string MakeModule(int wanted, int *nodeCount, bool yang = false)
     w.Close("type");
     w.Close("typedef");
     w.Stmt("feature", "name", "extended-counters");
-    for (int g = 0; g < groups; g++) {
-        w.Open("container", "name", "group-" + std::to_string(g));
+    // The content of one group: written in each container, or once in a
+    // grouping that each container uses.
+    auto groupBody = [&]() {
         w.Open("list", "name", "entry");
         w.Stmt("key", "value", "id");
         typed("leaf", "id", "uint32");
@@ -145,6 +147,19 @@ inline std::string MakeModule(int wanted, int *nodeCount, bool yang = false)
         w.Close("choice");
         typed("leaf-list", "tag", "string");
         w.Close("leaf-list");
+    };
+    if (grouped) {
+        w.Open("grouping", "name", "group-body");
+        groupBody();
+        w.Close("grouping");
+    }
+    for (int g = 0; g < groups; g++) {
+        w.Open("container", "name", "group-" + std::to_string(g));
+        if (grouped) {
+            w.Stmt("uses", "name", "group-body");
+        } else {
+            groupBody();
+        }
         w.Close("container");
     }
     w.Close("module");

@@ -46,6 +46,9 @@ extern "C" {
 #define KZ_CTX_OPT_KEEP_DESCRIPTION  0x2u
 #define KZ_CTX_OPT_KEEP_UNITS        0x8u
 #define KZ_CTX_OPT_IGNORE_IMPORT_ERR 0x10u
+/* Expand grouping and uses in YIN input too (YANG text is always expanded);
+ * without it YIN is taken as already expanded and uses are passed over. */
+#define KZ_CTX_OPT_EXPAND_GROUPINGS  0x20u
 
 /* Value input kinds (KZ_NODE_ValidateValue and friends). */
 #define KZ_VAL_INPUT_STRING  1u

@@ -621,7 +621,7 @@ int main(int argc, char **argv)
         return kExitOk;
     }
     // Imports are loaded with each module; "check" reports their failures too.
-    uint32_t flags = KZ_CTX_OPT_LOAD_IMPORTS | KZ_CTX_OPT_KEEP_DESCRIPTION;
+    uint32_t flags = KZ_CTX_OPT_LOAD_IMPORTS | KZ_CTX_OPT_KEEP_DESCRIPTION | KZ_CTX_OPT_EXPAND_GROUPINGS;
     Session session(flags);
     if (session.ctx() == nullptr) {
         fail_line("cannot create a context");

@@ -10,6 +10,7 @@
 #include <libxml/parser.h>
 
 #include "couple/kzs_couple.h"
+#include "loader/kzs_grouping.h"
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
 #include "runtime/kz_diag.h"
@@ -87,6 +88,13 @@ uint32_t LoadParsedDoc(KzCtx *ctx, DocPtr doc)
     return KZ_OK;
 }
 
+/* The name a module document gives itself, for diagnostics. */
+const char *ModuleNameOf(xmlDoc *doc)
+{
+    xmlNode *root = xmlDocGetRootElement(doc);
+    return root != nullptr ? KZ_XML_GetTargetPropertyValue(root, "name") : nullptr;
+}
+
 } /* namespace */
 
 extern "C" {
@@ -160,8 +168,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, c
     uint32_t unused = 0;
     reported = reported != nullptr ? reported : &unused;
     *reported = 0;
-    const size_t len = std::strlen(path);
-    if (len < 5 || std::strcmp(path + len - 5, ".yang") != 0) {
+    if (!kz::loader::IsYangPath(path)) {
         return KZS_LOADER_ReadYinFileToXmlDoc(path);
     }
     try {
@@ -225,6 +232,9 @@ KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const
         if (reported == 0) {
             KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
         }
+        return nullptr;
+    }
+    if (!kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), kz::loader::IsYangPath(path), name)) {
         return nullptr;
     }
     return KZS_LOADER_ParseYinContent(ctx, doc.get(), assister);
@@ -415,6 +425,9 @@ KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
         return KZ_EINVAL;
     }
     DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText)));
+    if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), false, ModuleNameOf(doc.get()))) {
+        return KZ_ERR;
+    }
     return LoadParsedDoc(ctx, std::move(doc));
 }
 
@@ -431,6 +444,9 @@ KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText)
         return KZ_ENOMEM;
     }
     DocPtr doc(KZS_LOADER_ReadYangTextToXmlDoc(ctx, yangText, length, "", name.c_str()));
+    if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), true, name.c_str())) {
+        return KZ_ERR;
+    }
     return LoadParsedDoc(ctx, std::move(doc));
 }
 

@@ -3,6 +3,7 @@
  * revision with semantic version, and organization. */
 #include <cstring>
 
+#include "loader/kzs_grouping.h"
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt_util.h"
 #include "runtime/kz_diag.h"
@@ -563,7 +564,9 @@ KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *sub
     }
     if (ret == KZ_OK) {
         DocGuard doc{KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path->path, mod->name, nullptr)};
-        xmlNode *root = doc.doc != nullptr ? xmlDocGetRootElement(doc.doc) : nullptr;
+        const bool expanded =
+            kz::loader::ExpandGroupingsForLoad(ctx, doc.doc, kz::loader::IsYangPath(path->path), mod->name);
+        xmlNode *root = doc.doc != nullptr && expanded ? xmlDocGetRootElement(doc.doc) : nullptr;
         if (root == nullptr || root->name == nullptr ||
             std::strcmp(reinterpret_cast<const char *>(root->name), "submodule") != 0) {
             ret = KZ_EINVAL;

@@ -157,7 +157,51 @@ struct ArgForm {
 struct ModuleInfo {
     std::string ns;
     std::unordered_map<std::string, ArgForm> extensions;
+    bool complete = false; /* extensions read too, not only the namespace */
 };
+
+/* The namespace of a YANG module text, read statement by statement from the
+ * top (it comes first, so the rest of the text is not read); "" when absent. */
+std::string PeekYangNamespace(const char *text, std::size_t length)
+{
+    Lexer lex(text, length);
+    const char *kw = nullptr;
+    std::size_t colon = 0;
+    std::string arg;
+    if (!lex.SkipSeparators() || lex.ReadKeyword(&kw, &colon) == 0 || !lex.SkipSeparators() || !lex.AtArgument() ||
+        !lex.ReadArgument(false, &arg) || !lex.SkipSeparators() || lex.AtEnd() || lex.Peek() != '{') {
+        return {};
+    }
+    lex.Advance();
+    for (unsigned depth = 1; depth > 0;) {
+        if (!lex.SkipSeparators() || lex.AtEnd()) {
+            return {};
+        }
+        if (lex.Peek() == '}') {
+            lex.Advance();
+            depth--;
+            continue;
+        }
+        const std::size_t len = lex.ReadKeyword(&kw, &colon);
+        const bool isNamespace = depth == 1 && colon == 0 && len == 9 && std::memcmp(kw, "namespace", 9) == 0;
+        arg.clear();
+        if (len == 0 || !lex.SkipSeparators() || (lex.AtArgument() && !lex.ReadArgument(false, &arg))) {
+            return {};
+        }
+        if (isNamespace) {
+            return arg;
+        }
+        if (!lex.SkipSeparators() || lex.AtEnd() || (lex.Peek() != ';' && lex.Peek() != '{')) {
+            return {};
+        }
+        depth += lex.Peek() == '{' ? 1 : 0;
+        if (depth > kMaxNestingDepth) {
+            return {};
+        }
+        lex.Advance();
+    }
+    return {};
+}
 
 void CollectModuleInfo(const xmlNode *root, ModuleInfo *info)
 {
@@ -215,7 +259,10 @@ private:
     xmlNode *NewStatementNode(std::size_t keyword, const char *kw, std::size_t len, std::size_t colon);
     bool AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool element, const std::string &value);
     bool ResolvePrefixes();
-    const ModuleInfo *FindModule(const std::string &name);
+    /* What the module of that name defines, read from the search directories
+     * once; withExtensions: its extension definitions are needed, not only
+     * its namespace. */
+    const ModuleInfo *FindModule(const std::string &name, bool withExtensions);
     ArgForm FindExtension(const std::string &moduleName, const char *extension);
 
     const char *text_;
@@ -419,13 +466,14 @@ bool Reader::AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool elemen
     return true;
 }
 
-const ModuleInfo *Reader::FindModule(const std::string &name)
+const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtensions)
 {
     auto cached = modules_.find(name);
-    if (cached != modules_.end()) {
+    if (cached != modules_.end() && (cached->second.complete || !withExtensions)) {
         return cached->second.ns.empty() ? nullptr : &cached->second;
     }
     ModuleInfo &info = modules_[name];
+    info.complete = true;
     std::string text;
     DocPtr doc;
     for (const std::string &dir : dirs_) {
@@ -438,10 +486,16 @@ const ModuleInfo *Reader::FindModule(const std::string &name)
     }
     if (doc == nullptr) {
         const std::string path = FindYangFile(dirs_, name.c_str());
-        if (!path.empty() && ReadWholeFile(path.c_str(), &text)) {
-            /* Only its own statements are needed: its imports are not followed. */
-            doc.reset(Reader(text.data(), text.size(), dirs_, false).Run());
+        if (path.empty() || !ReadWholeFile(path.c_str(), &text)) {
+            return nullptr;
         }
+        if (!withExtensions) {
+            info.ns = PeekYangNamespace(text.data(), text.size());
+            info.complete = false;
+            return info.ns.empty() ? nullptr : &info;
+        }
+        /* Only its own statements are needed: its imports are not followed. */
+        doc.reset(Reader(text.data(), text.size(), dirs_, false).Run());
     }
     const xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (root != nullptr) {
@@ -452,7 +506,7 @@ const ModuleInfo *Reader::FindModule(const std::string &name)
 
 ArgForm Reader::FindExtension(const std::string &moduleName, const char *extension)
 {
-    const ModuleInfo *info = moduleName == ownModule_ ? &own_ : FindModule(moduleName);
+    const ModuleInfo *info = moduleName == ownModule_ ? &own_ : FindModule(moduleName, true);
     if (info != nullptr) {
         auto found = info->extensions.find(extension);
         if (found != info->extensions.end()) {
@@ -463,7 +517,7 @@ ArgForm Reader::FindExtension(const std::string &moduleName, const char *extensi
     if (moduleName == ownModule_ && !own_.ns.empty()) {
         const xmlNode *root = xmlDocGetRootElement(doc_.get());
         const char *parent = IsYinElement(root, "submodule") ? ChildArg(root, "belongs-to", "module") : nullptr;
-        if (parent != nullptr && (info = FindModule(parent)) != nullptr) {
+        if (parent != nullptr && (info = FindModule(parent, true)) != nullptr) {
             auto found = info->extensions.find(extension);
             if (found != info->extensions.end()) {
                 return found->second;
@@ -492,7 +546,7 @@ bool Reader::ResolvePrefixes()
         const char *parent = KZ_XML_GetTargetPropertyValue(belongsTo, "module");
         const char *prefix = ChildArg(belongsTo, "prefix", "value");
         if (parent != nullptr && prefix != nullptr) {
-            const ModuleInfo *info = FindModule(parent);
+            const ModuleInfo *info = FindModule(parent, false);
             own_.ns = info != nullptr ? info->ns : kUnresolvedNamespace + std::string(parent);
             prefixes.emplace_back(prefix, own_.ns);
             prefixModule_.emplace(prefix, ownModule_);
@@ -504,7 +558,7 @@ bool Reader::ResolvePrefixes()
         if (prefix == nullptr || !prefixModule_.emplace(prefix, module).second) {
             continue;
         }
-        const ModuleInfo *info = FindModule(module);
+        const ModuleInfo *info = FindModule(module, false);
         prefixes.emplace_back(prefix, info != nullptr ? info->ns : kUnresolvedNamespace + std::string(module));
     }
     std::unordered_map<std::string, xmlNs *> declared;
