@@ -75,6 +75,15 @@ const char *kModule = R"(<?xml version="1.0"?>
       </choice>
     </input>
   </rpc>
+  <rpc name="wide">
+    <input>
+      <leaf name="w0"><type name="string"/></leaf><leaf name="w1"><type name="string"/></leaf>
+      <leaf name="w2"><type name="string"/></leaf><leaf name="w3"><type name="string"/></leaf>
+      <leaf name="w4"><type name="string"/></leaf><leaf name="w5"><type name="string"/></leaf>
+      <leaf name="w6"><type name="string"/></leaf><leaf name="w7"><type name="string"/></leaf>
+      <leaf name="w8"><type name="string"/></leaf><leaf name="w9"><type name="string"/></leaf>
+    </input>
+  </rpc>
   <notification name="alarm">
     <leaf name="severity"><type name="uint8"/></leaf>
     <leaf name="detail"><when condition="../severity &gt; 3"/><type name="string"/></leaf>
@@ -207,6 +216,20 @@ TEST_F(Validate, StructureErrorsCarryTagMessagePathAndBadElement)
     EXPECT_EQ(r.tag, KZ_ERR_TAG_BAD_ELEMENT);
     EXPECT_EQ(r.message, "Data for more than one case branch of a choice is present.");
     EXPECT_EQ(r.badElement, "dgram");
+}
+
+TEST_F(Validate, RepeatedLeafIsFoundAmongManySiblings)
+{
+    std::string all;
+    for (int i = 0; i < 10; ++i) {
+        all += "<w" + std::to_string(i) + ">v</w" + std::to_string(i) + ">";
+    }
+    const std::string open = "<wide xmlns=\"urn:example:vt\">";
+    EXPECT_TRUE(rpc(open + all + "</wide>").valid);
+    for (const char *repeated : {"w0", "w8", "w9"}) {
+        Record r = rpc(open + all + "<" + repeated + ">v</" + repeated + "></wide>");
+        EXPECT_EQ(r.message, "Unexpected element: " + std::string(repeated) + ".") << repeated;
+    }
 }
 
 TEST_F(Validate, InvalidValuesAreReportedWithLongValuesCut)
