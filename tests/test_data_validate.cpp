@@ -73,6 +73,12 @@ const char *kModule = R"(<?xml version="1.0"?>
         <leaf name="a"><type name="empty"/></leaf>
         <leaf name="b"><type name="empty"/></leaf>
       </choice>
+      <list name="item">
+        <key value="n"/>
+        <leaf name="n"><type name="string"/></leaf>
+        <leaf name="note"><type name="string"/></leaf>
+        <leaf name="label"><type name="string"/><mandatory value="true"/></leaf>
+      </list>
     </input>
   </rpc>
   <rpc name="wide">
@@ -291,6 +297,12 @@ TEST_F(Validate, MandatoryLeavesAndChoices)
     EXPECT_EQ(r.badElement, "needs");
 
     EXPECT_TRUE(rpc("<needs xmlns=\"urn:example:vt\"><limits><max>1</max></limits><b/></needs>").valid);
+
+    // Each list entry is checked, the first one missing a mandatory leaf is reported.
+    r = rpc("<needs xmlns=\"urn:example:vt\"><limits><max>1</max></limits><b/>"
+            "<item><n>1</n><label>x</label></item><item><n>2</n><note>y</note></item></needs>");
+    EXPECT_EQ(r.message, "Missing element: label.");
+    EXPECT_EQ(r.path, "/vt:needs/item[n='2']");
 }
 
 TEST_F(Validate, ActionRequestsNeedExactlyOneAction)

@@ -3,7 +3,6 @@
 
 #include "data/kzd_internal.h"
 #include "runtime/kz_mem.h"
-#include "runtime/kz_small_vec.hpp"
 
 namespace {
 
@@ -58,27 +57,15 @@ constexpr CompleteFn kCompleteByKind[] = {
 /* Children of a list schema node that can add anything to an entry: disabled nodes, kinds
  * that are never completed and leaves without a default add nothing, so they are dropped once
  * for all entries. Everything else keeps its order and goes through KZD_PAS_CompleteSubTree. */
-using ChildList = kz::SmallVec<KzsNode *, 16>;
-
-uint32_t completable_children(KzsNode *schemaNode, ChildList &out)
+uint32_t completable_children(KzsNode *schemaNode, KzdChildList &out)
 {
-    try {
-        for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
-            const bool inert = c->kind <= KZS_NODE_KIND_MAX &&
-                               (!KZ_NODE_IsEnabled(c) || kCompleteByKind[c->kind] == skip ||
-                                (c->kind == KZS_NODE_LEAF && c->schemaInfo != nullptr &&
-                                 KZ_NODE_GetDefaultValueStr(c) == nullptr));
-            if (!inert) {
-                out.push_back(c);
-            }
-            if (c == schemaNode->lastChild) {
-                break;
-            }
-        }
-    } catch (const std::bad_alloc &) {
-        return KZ_ENOMEM;
-    }
-    return KZ_OK;
+    return kzd_children_where(schemaNode, out, [](KzsNode *c) {
+        const bool inert = c->kind <= KZS_NODE_KIND_MAX &&
+                           (!KZ_NODE_IsEnabled(c) || kCompleteByKind[c->kind] == skip ||
+                            (c->kind == KZS_NODE_LEAF && c->schemaInfo != nullptr &&
+                             KZ_NODE_GetDefaultValueStr(c) == nullptr));
+        return !inert;
+    });
 }
 
 /* The element's content becomes value. A plain non-empty value is one text node, made
@@ -303,27 +290,8 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForList(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
                                                 uint32_t *added)
 {
-    ChildList children;
-    bool listed = false;
-    for (xmlNode *e = kzd_first_child_element(parent); e != nullptr; e = kzd_next_element(e)) {
-        if (kzd_schema_of(e) != schemaNode) {
-            continue;
-        }
-        if (!listed) {
-            uint32_t rc = completable_children(schemaNode, children);
-            if (rc != KZ_OK) {
-                return rc;
-            }
-            listed = true;
-        }
-        for (KzsNode *c : children) {
-            uint32_t rc = KZD_PAS_CompleteSubTree(aux, e, c, added);
-            if (rc != KZ_OK) {
-                return rc;
-            }
-        }
-    }
-    return KZ_OK;
+    return kzd_for_each_entry_child(parent, schemaNode, completable_children,
+                                    [&](xmlNode *e, KzsNode *c) { return KZD_PAS_CompleteSubTree(aux, e, c, added); });
 }
 
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForChoice(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
