@@ -68,13 +68,30 @@ uint32_t completable_children(KzsNode *schemaNode, KzdChildList &out)
     });
 }
 
+/* A text node holding value. In a document with a dictionary the text is shared from it, as
+ * the parser shares names, instead of copied for every added element; libxml2 frees and
+ * replaces such texts knowing they belong to the dictionary. */
+xmlNode *new_text(xmlDoc *doc, const char *value)
+{
+    const auto *text = reinterpret_cast<const xmlChar *>(value);
+    const xmlChar *shared = doc != nullptr && doc->dict != nullptr ? xmlDictLookup(doc->dict, text, -1) : nullptr;
+    if (shared == nullptr) {
+        return xmlNewDocText(doc, text);
+    }
+    xmlNode *node = xmlNewDocText(doc, nullptr);
+    if (node != nullptr) {
+        node->content = const_cast<xmlChar *>(shared);
+    }
+    return node;
+}
+
 /* The element's content becomes value. A plain non-empty value is one text node, made
  * directly; anything else goes through libxml2's content parser (entity references, and no
  * text node at all for ""). */
 void set_text(xmlNode *element, const char *value)
 {
     if (value[0] != '\0' && std::strchr(value, '&') == nullptr) {
-        xmlNode *text = xmlNewDocText(element->doc, reinterpret_cast<const xmlChar *>(value));
+        xmlNode *text = new_text(element->doc, value);
         if (text != nullptr && xmlAddChild(element, text) == nullptr) {
             xmlFreeNode(text);
         }
