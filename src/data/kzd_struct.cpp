@@ -101,13 +101,32 @@ uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
     return KZ_OK;
 }
 
+/* Module names of unbound elements by their namespace, remembering the last namespace asked
+ * for: the elements of a request mostly share one declaration. */
+class ModuleNames {
+public:
+    const char *Of(KzdCheckAux *aux, const xmlNode *element)
+    {
+        if (element->ns == nullptr || element->ns != ns_) {
+            name_ = KZD_NODE_GetModuleName(aux->ctx, element);
+            ns_ = element->ns;
+        }
+        return name_;
+    }
+
+private:
+    const xmlNs *ns_ = nullptr;
+    const char *name_ = nullptr;
+};
+
 /* Steps of binding one child element, in order; the sibling checks use the parent's state. */
-uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state)
+uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state,
+                    ModuleNames &modules)
 {
     if (element->_private != nullptr) {
         return KZ_OK;
     }
-    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, KZD_NODE_GetModuleName(aux->ctx, element),
+    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, modules.Of(aux, element),
                                                            kzd_name(element));
     if (schema == nullptr) {
         return unexpected(aux, element);
@@ -167,6 +186,7 @@ uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
         return rc;
     }
     std::vector<Frame> stack;
+    ModuleNames modules;
     auto push = [&](xmlNode *e) {
         bool action = kzd_schema_of(e)->kind == KZS_NODE_ACTION;
         if (action) {
@@ -186,7 +206,7 @@ uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
             continue;
         }
         top.next = kzd_next_element(child);
-        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state);
+        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state, modules);
         if (rc != KZ_OK) {
             return rc;
         }
@@ -275,7 +295,8 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
             state.branches.Emplace(choice, branch);
         }
     }
-    uint32_t rc = bind_child(aux, element, parentSchema, state);
+    ModuleNames modules;
+    uint32_t rc = bind_child(aux, element, parentSchema, state, modules);
     return rc != KZ_OK ? rc : walk_children(aux, element);
 }
 
