@@ -81,6 +81,13 @@ const char *kModule = R"(<?xml version="1.0"?>
       </list>
     </input>
   </rpc>
+  <rpc name="order">
+    <input>
+      <leaf name="first"><type name="string"/><must condition="../second = ''"/></leaf>
+      <leaf name="flag"><type name="string"/><default value="off"/></leaf>
+      <leaf name="second"><when condition="../flag = 'on'"/><type name="string"/><default value="s"/></leaf>
+    </input>
+  </rpc>
   <rpc name="wide">
     <input>
       <leaf name="w0"><type name="string"/></leaf><leaf name="w1"><type name="string"/></leaf>
@@ -278,6 +285,33 @@ TEST_F(Validate, WhenFalseOnRequestElementIsAnError)
     EXPECT_EQ(r.tag, KZ_ERR_TAG_UNKNOWN_ELEMENT);
     EXPECT_EQ(r.message, "extra is not satisfied when condition.");
     EXPECT_EQ(r.badElement, "extra");
+}
+
+// Every when is settled, removing added elements whose when is false, before any must is
+// checked: a must sees the tree without them, and a false when anywhere wins over a false must
+// earlier in the document.
+TEST_F(Validate, WhensAreSettledBeforeMusts)
+{
+    struct Case {
+        const char *body;
+        const char *message; /* null: valid */
+    };
+    const Case cases[] = {
+        {"<first>1</first>", nullptr}, // the added second is removed before first's must
+        {"<first>1</first><flag>on</flag>", "first is not satisfied must condition."},
+        {"<first>1</first><flag>on</flag><second></second>", nullptr},
+        {"<first>1</first><second>x</second>", "second is not satisfied when condition."},
+        {"<first>1</first><flag>off</flag><second></second>", "second is not satisfied when condition."},
+    };
+    for (const Case &c : cases) {
+        Record r = rpc(std::string("<order xmlns=\"urn:example:vt\">") + c.body + "</order>");
+        EXPECT_EQ(r.valid, c.message == nullptr) << c.body;
+        if (c.message != nullptr) {
+            EXPECT_EQ(r.message, c.message) << c.body;
+        }
+    }
+    Record r = rpc(configure("<entry><id>bad</id></entry><entry><id>b</id><extra>y</extra></entry>"));
+    EXPECT_EQ(r.message, "extra is not satisfied when condition.");
 }
 
 TEST_F(Validate, MandatoryLeavesAndChoices)
