@@ -95,8 +95,8 @@ uint32_t kzd_for_each_entry_child(xmlNode *parent, KzsNode *list, uint32_t (*pic
         }
         if (!picked) {
             uint32_t rc = pick(list, children);
-            if (rc != KZ_OK) {
-                return rc;
+            if (rc != KZ_OK || children.empty()) {
+                return rc; /* nothing chosen: no entry needs a visit */
             }
             picked = true;
         }
