@@ -73,6 +73,28 @@ const char *kModule = R"(<?xml version="1.0"?>
         <leaf name="a"><type name="empty"/></leaf>
         <leaf name="b"><type name="empty"/></leaf>
       </choice>
+      <list name="item">
+        <key value="n"/>
+        <leaf name="n"><type name="string"/></leaf>
+        <leaf name="note"><type name="string"/></leaf>
+        <leaf name="label"><type name="string"/><mandatory value="true"/></leaf>
+      </list>
+    </input>
+  </rpc>
+  <rpc name="order">
+    <input>
+      <leaf name="first"><type name="string"/><must condition="../second = ''"/></leaf>
+      <leaf name="flag"><type name="string"/><default value="off"/></leaf>
+      <leaf name="second"><when condition="../flag = 'on'"/><type name="string"/><default value="s"/></leaf>
+    </input>
+  </rpc>
+  <rpc name="wide">
+    <input>
+      <leaf name="w0"><type name="string"/></leaf><leaf name="w1"><type name="string"/></leaf>
+      <leaf name="w2"><type name="string"/></leaf><leaf name="w3"><type name="string"/></leaf>
+      <leaf name="w4"><type name="string"/></leaf><leaf name="w5"><type name="string"/></leaf>
+      <leaf name="w6"><type name="string"/></leaf><leaf name="w7"><type name="string"/></leaf>
+      <leaf name="w8"><type name="string"/></leaf><leaf name="w9"><type name="string"/></leaf>
     </input>
   </rpc>
   <notification name="alarm">
@@ -209,6 +231,20 @@ TEST_F(Validate, StructureErrorsCarryTagMessagePathAndBadElement)
     EXPECT_EQ(r.badElement, "dgram");
 }
 
+TEST_F(Validate, RepeatedLeafIsFoundAmongManySiblings)
+{
+    std::string all;
+    for (int i = 0; i < 10; ++i) {
+        all += "<w" + std::to_string(i) + ">v</w" + std::to_string(i) + ">";
+    }
+    const std::string open = "<wide xmlns=\"urn:example:vt\">";
+    EXPECT_TRUE(rpc(open + all + "</wide>").valid);
+    for (const char *repeated : {"w0", "w8", "w9"}) {
+        Record r = rpc(open + all + "<" + repeated + ">v</" + repeated + "></wide>");
+        EXPECT_EQ(r.message, "Unexpected element: " + std::string(repeated) + ".") << repeated;
+    }
+}
+
 TEST_F(Validate, InvalidValuesAreReportedWithLongValuesCut)
 {
     Record r = rpc(configure("<level>101</level>"));
@@ -251,6 +287,33 @@ TEST_F(Validate, WhenFalseOnRequestElementIsAnError)
     EXPECT_EQ(r.badElement, "extra");
 }
 
+// Every when is settled, removing added elements whose when is false, before any must is
+// checked: a must sees the tree without them, and a false when anywhere wins over a false must
+// earlier in the document.
+TEST_F(Validate, WhensAreSettledBeforeMusts)
+{
+    struct Case {
+        const char *body;
+        const char *message; /* null: valid */
+    };
+    const Case cases[] = {
+        {"<first>1</first>", nullptr}, // the added second is removed before first's must
+        {"<first>1</first><flag>on</flag>", "first is not satisfied must condition."},
+        {"<first>1</first><flag>on</flag><second></second>", nullptr},
+        {"<first>1</first><second>x</second>", "second is not satisfied when condition."},
+        {"<first>1</first><flag>off</flag><second></second>", "second is not satisfied when condition."},
+    };
+    for (const Case &c : cases) {
+        Record r = rpc(std::string("<order xmlns=\"urn:example:vt\">") + c.body + "</order>");
+        EXPECT_EQ(r.valid, c.message == nullptr) << c.body;
+        if (c.message != nullptr) {
+            EXPECT_EQ(r.message, c.message) << c.body;
+        }
+    }
+    Record r = rpc(configure("<entry><id>bad</id></entry><entry><id>b</id><extra>y</extra></entry>"));
+    EXPECT_EQ(r.message, "extra is not satisfied when condition.");
+}
+
 TEST_F(Validate, MandatoryLeavesAndChoices)
 {
     Record r = rpc("<configure xmlns=\"urn:example:vt\"/>");
@@ -268,6 +331,12 @@ TEST_F(Validate, MandatoryLeavesAndChoices)
     EXPECT_EQ(r.badElement, "needs");
 
     EXPECT_TRUE(rpc("<needs xmlns=\"urn:example:vt\"><limits><max>1</max></limits><b/></needs>").valid);
+
+    // Each list entry is checked, the first one missing a mandatory leaf is reported.
+    r = rpc("<needs xmlns=\"urn:example:vt\"><limits><max>1</max></limits><b/>"
+            "<item><n>1</n><label>x</label></item><item><n>2</n><note>y</note></item></needs>");
+    EXPECT_EQ(r.message, "Missing element: label.");
+    EXPECT_EQ(r.path, "/vt:needs/item[n='2']");
 }
 
 TEST_F(Validate, ActionRequestsNeedExactlyOneAction)

@@ -163,6 +163,27 @@ TEST_F(XPathEval, LocationPaths)
     });
 }
 
+// Plain "path op literal-or-number" conditions take a shortcut; wrapped in parentheses they
+// take the general evaluator. Both must agree on every value shape and path step.
+TEST_F(XPathEval, ShortcutComparisonsAgreeWithTheGeneralEvaluator)
+{
+    const std::string longText(70, 'x');
+    const std::string conds[] = {
+        "a = 1", "a != '1'", "num > 9.5", "num <= '10'", "frac = 2.5", "frac < ' 3 '", "b = 'hello'", "b > 1",
+        "missing = ''", "missing < 1", "empty = ''", "empty >= 0", "../a = 1", "./a = 1", ". = 'deep'",
+        "../../b = 'hello'", "x:c/y:d = 'deep'", "c//d = 'later'", "c/* = ''", "list/name = \"x1\"",
+        "c = 'deeplater'", "b = '" + longText + "'", "a = 0.1e1", "a = 1.",
+    };
+    xmlNode *d = Child(Child(top_, "c"), "d");
+    for (xmlNode *at : {top_, d}) {
+        for (const std::string &cond : conds) {
+            EXPECT_EQ(KZ_XPATH_EvalCondition(root_, at, cond.c_str()),
+                      KZ_XPATH_EvalCondition(root_, at, ("(" + cond + ")").c_str()))
+                << cond << " at " << at->name;
+        }
+    }
+}
+
 TEST_F(XPathEval, Functions)
 {
     ExpectEval({

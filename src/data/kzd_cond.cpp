@@ -51,6 +51,74 @@ xmlNode *next_in_document(xmlNode *op, xmlNode *node, bool intoChildren)
     return next_skipping_children(op, node);
 }
 
+/* Evaluates every when below and at op in document order, removing (or reporting) the
+ * elements whose when is false; held(element) follows each element whose when holds, and
+ * removed() each removal. */
+template <typename Held, typename Removed>
+uint32_t walk_whens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
+{
+    xmlNode *node = op;
+    while (node != nullptr) {
+        uint32_t holds = 1;
+        uint32_t rc = KZD_PAS_EvalDataNodeWhenCond(aux, node, &holds);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        if (holds) {
+            held(node);
+            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
+            continue;
+        }
+        xmlNode *gone = nullptr;
+        rc = KZD_PAS_ProcDataNodeWhenCondNoPass(aux, node, &gone);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        xmlNode *next = next_skipping_children(op, gone);
+        if (aux->flags & KZD_CHECK_NOTIF) {
+            kzd_remove_element(gone);
+        } else {
+            KZD_PAS_DeleteDefaultAddNode(aux, gone);
+        }
+        removed();
+        node = next;
+    }
+    return KZ_OK;
+}
+
+/* Schema node whose musts the must walk checks at op: the input of an rpc or action, the
+ * notification itself; null when requests of this kind have no musts to check. */
+KzsNode *must_start(const KzdCheckAux *aux, xmlNode *op)
+{
+    KzsNode *start = kzd_schema_of(op);
+    if (start == nullptr) {
+        return nullptr;
+    }
+    if (aux->flags & KZD_CHECK_RPC) {
+        KzsNode *input = start->firstChild;
+        while (input != nullptr && input->kind != KZS_NODE_INPUT) {
+            input = input->next;
+        }
+        return input;
+    }
+    return (aux->flags & KZD_CHECK_NOTIF) != 0 ? start : nullptr;
+}
+
+/* Whether every must of schemaNode holds at element; evaluation only, nothing is reported. */
+bool musts_hold(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
+{
+    if (schemaNode == nullptr) {
+        return true;
+    }
+    for (uint16_t i = 0; i < schemaNode->mustCount; ++i) {
+        const char *cond = schemaNode->musts[i].cond;
+        if (cond == nullptr || kzd_eval_condition(aux, element, cond) != KZ_OK) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 extern "C" {
@@ -124,31 +192,7 @@ KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *el
 
 KZ_API uint32_t KZD_PAS_EvalDataTreeWhen(KzdCheckAux *aux, xmlNode *op)
 {
-    xmlNode *node = op;
-    while (node != nullptr) {
-        uint32_t holds = 1;
-        uint32_t rc = KZD_PAS_EvalDataNodeWhenCond(aux, node, &holds);
-        if (rc != KZ_OK) {
-            return rc;
-        }
-        if (holds) {
-            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
-            continue;
-        }
-        xmlNode *gone = nullptr;
-        rc = KZD_PAS_ProcDataNodeWhenCondNoPass(aux, node, &gone);
-        if (rc != KZ_OK) {
-            return rc;
-        }
-        xmlNode *next = next_skipping_children(op, gone);
-        if (aux->flags & KZD_CHECK_NOTIF) {
-            kzd_remove_element(gone);
-        } else {
-            KZD_PAS_DeleteDefaultAddNode(aux, gone);
-        }
-        node = next;
-    }
-    return KZ_OK;
+    return walk_whens(aux, op, [](xmlNode *) {}, [] {});
 }
 
 KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
@@ -191,20 +235,11 @@ KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element,
 
 KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op)
 {
-    KzsNode *start = kzd_schema_of(op);
-    if (start == nullptr) {
+    if (kzd_schema_of(op) == nullptr) {
         return KZ_EINVAL;
     }
-    if (aux->flags & KZD_CHECK_RPC) {
-        KzsNode *input = start->firstChild;
-        while (input != nullptr && input->kind != KZS_NODE_INPUT) {
-            input = input->next;
-        }
-        if (input == nullptr) {
-            return KZ_OK;
-        }
-        start = input;
-    } else if ((aux->flags & KZD_CHECK_NOTIF) == 0) {
+    KzsNode *start = must_start(aux, op);
+    if (start == nullptr) {
         return KZ_OK;
     }
     uint32_t rc = KZD_PAS_EvalDataNodeMustCond(aux, op, start);
@@ -234,8 +269,22 @@ KZ_API uint32_t KZD_PAS_EvalDataTreeWhenMust(KzdCheckAux *aux, xmlNode *op)
     if (op == nullptr || kzd_schema_of(op) == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t rc = KZD_PAS_EvalDataTreeWhen(aux, op);
-    return rc != KZ_OK ? rc : KZD_PAS_EvalDataTreeMust(aux, op);
+    /* Musts are checked along the when walk. While nothing is removed the tree they see is the
+     * final one, so if all of them hold the must walk would find the same and is not needed.
+     * Any removal or failing must leaves the decision, and the error record, to the must walk
+     * after all whens, as always. */
+    KzsNode *start = must_start(aux, op);
+    bool allHeld = start != nullptr && !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(op));
+    uint32_t rc = walk_whens(
+        aux, op,
+        [&](xmlNode *e) {
+            allHeld = allHeld && musts_hold(aux, e, e == op ? start : kzd_schema_of(e));
+        },
+        [&] { allHeld = false; });
+    if (rc != KZ_OK || allHeld) {
+        return rc;
+    }
+    return KZD_PAS_EvalDataTreeMust(aux, op);
 }
 
 } // extern "C"

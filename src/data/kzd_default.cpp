@@ -54,13 +54,44 @@ constexpr CompleteFn kCompleteByKind[] = {
     skip,                                 /* augment */
 };
 
+/* Children of a list schema node that can add anything to an entry: disabled nodes, kinds
+ * that are never completed and leaves without a default add nothing, so they are dropped once
+ * for all entries. Everything else keeps its order and goes through KZD_PAS_CompleteSubTree. */
+uint32_t completable_children(KzsNode *schemaNode, KzdChildList &out)
+{
+    return kzd_children_where(schemaNode, out, [](KzsNode *c) {
+        const bool inert = c->kind <= KZS_NODE_KIND_MAX &&
+                           (!KZ_NODE_IsEnabled(c) || kCompleteByKind[c->kind] == skip ||
+                            (c->kind == KZS_NODE_LEAF && c->schemaInfo != nullptr &&
+                             KZ_NODE_GetDefaultValueStr(c) == nullptr));
+        return !inert;
+    });
+}
+
+/* A text node holding value. In a document with a dictionary the text is shared from it, as
+ * the parser shares names, instead of copied for every added element; libxml2 frees and
+ * replaces such texts knowing they belong to the dictionary. */
+xmlNode *new_text(xmlDoc *doc, const char *value)
+{
+    const auto *text = reinterpret_cast<const xmlChar *>(value);
+    const xmlChar *shared = doc != nullptr && doc->dict != nullptr ? xmlDictLookup(doc->dict, text, -1) : nullptr;
+    if (shared == nullptr) {
+        return xmlNewDocText(doc, text);
+    }
+    xmlNode *node = xmlNewDocText(doc, nullptr);
+    if (node != nullptr) {
+        node->content = const_cast<xmlChar *>(shared);
+    }
+    return node;
+}
+
 /* The element's content becomes value. A plain non-empty value is one text node, made
  * directly; anything else goes through libxml2's content parser (entity references, and no
  * text node at all for ""). */
 void set_text(xmlNode *element, const char *value)
 {
     if (value[0] != '\0' && std::strchr(value, '&') == nullptr) {
-        xmlNode *text = xmlNewDocText(element->doc, reinterpret_cast<const xmlChar *>(value));
+        xmlNode *text = new_text(element->doc, value);
         if (text != nullptr && xmlAddChild(element, text) == nullptr) {
             xmlFreeNode(text);
         }
@@ -276,16 +307,8 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForList(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
                                                 uint32_t *added)
 {
-    for (xmlNode *e = kzd_first_child_element(parent); e != nullptr; e = kzd_next_element(e)) {
-        if (kzd_schema_of(e) != schemaNode) {
-            continue;
-        }
-        uint32_t rc = complete_children(aux, e, schemaNode, added);
-        if (rc != KZ_OK) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+    return kzd_for_each_entry_child(parent, schemaNode, completable_children,
+                                    [&](xmlNode *e, KzsNode *c) { return KZD_PAS_CompleteSubTree(aux, e, c, added); });
 }
 
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForChoice(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,

@@ -4,7 +4,10 @@
 
 #include <cstdarg>
 
+#include <new>
+
 #include "data/kzd_valid.h"
+#include "runtime/kz_small_vec.hpp"
 
 /* Schema node bound to an element by the structure pass. */
 inline KzsNode *kzd_schema_of(const xmlNode *element)
@@ -53,6 +56,58 @@ void kzd_for_each_element(xmlNode *element, Visit visit)
         }
         n = n == element ? nullptr : kzd_next_element(n);
     }
+}
+
+/* Schema children picked once for a list, then visited in every entry. */
+using KzdChildList = kz::SmallVec<KzsNode *, 16>;
+
+/* Appends the children of schemaNode for which keep holds, in schema order. */
+template <typename Keep>
+uint32_t kzd_children_where(KzsNode *schemaNode, KzdChildList &out, Keep keep)
+{
+    try {
+        for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
+            if (keep(c)) {
+                out.push_back(c);
+            }
+            if (c == schemaNode->lastChild) {
+                break;
+            }
+        }
+    } catch (const std::bad_alloc &) {
+        return KZ_ENOMEM;
+    }
+    return KZ_OK;
+}
+
+/* Calls visit(entry, child) for every instance entry of the list under parent and every
+ * child that pick chooses from the list's schema children (chosen once, at the first entry);
+ * stops at the first result other than KZ_OK and returns it. */
+template <typename Visit>
+uint32_t kzd_for_each_entry_child(xmlNode *parent, KzsNode *list, uint32_t (*pick)(KzsNode *, KzdChildList &),
+                                  Visit visit)
+{
+    KzdChildList children;
+    bool picked = false;
+    for (xmlNode *e = kzd_first_child_element(parent); e != nullptr; e = kzd_next_element(e)) {
+        if (kzd_schema_of(e) != list) {
+            continue;
+        }
+        if (!picked) {
+            uint32_t rc = pick(list, children);
+            if (rc != KZ_OK || children.empty()) {
+                return rc; /* nothing chosen: no entry needs a visit */
+            }
+            picked = true;
+        }
+        for (KzsNode *c : children) {
+            uint32_t rc = visit(e, c);
+            if (rc != KZ_OK) {
+                return rc;
+            }
+        }
+    }
+    return KZ_OK;
 }
 
 /* Makes the record if there is none yet, then sets its message and bad element (first value

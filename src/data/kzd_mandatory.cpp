@@ -28,6 +28,19 @@ constexpr CheckFn kCheckByKind[] = {
     skip,                                /* augment */
 };
 
+/* Children of a list schema node that can be missing from an entry: disabled nodes, kinds
+ * that are never checked and leaves, anydata and anyxml that are not mandatory are dropped
+ * once for all entries. */
+uint32_t checkable_children(KzsNode *schemaNode, KzdChildList &out)
+{
+    return kzd_children_where(schemaNode, out, [](KzsNode *c) {
+        if (c->kind > KZS_NODE_KIND_MAX || !KZ_NODE_IsEnabled(c) || kCheckByKind[c->kind] == skip) {
+            return false;
+        }
+        return kCheckByKind[c->kind] != KZD_PAS_CheckDataNodeWithMandatory || KZ_NODE_IsMandatory(c) != 0;
+    });
+}
+
 /* Creates a temporary element for schemaNode under element and asks whether its when
  * conditions hold; the element is always removed again. */
 uint32_t when_holds_if_present(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *holds,
@@ -130,16 +143,8 @@ KZ_API uint32_t KZD_PAS_CheckDataNodeWithMandatory(KzdCheckAux *aux, xmlNode *el
 
 KZ_API uint32_t KZD_PAS_CheckListMandatory(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode)
 {
-    for (xmlNode *e = kzd_first_child_element(element); e != nullptr; e = kzd_next_element(e)) {
-        if (kzd_schema_of(e) != schemaNode) {
-            continue;
-        }
-        uint32_t rc = KZD_PAS_CheckAllSchemaChildMandatory(aux, e, schemaNode);
-        if (rc != KZ_OK) {
-            return rc;
-        }
-    }
-    return KZ_OK;
+    return kzd_for_each_entry_child(element, schemaNode, checkable_children,
+                                    [&](xmlNode *e, KzsNode *c) { return KZD_PAS_CheckSchemaNodeMandatory(aux, e, c); });
 }
 
 KZ_API uint32_t KZD_PAS_CheckChoiceMandatory(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode)

@@ -1,6 +1,7 @@
 /* Structure pass: binds every element to its schema node and checks names, namespaces,
  * multiplicity, values, the action, element order and case exclusivity. */
 #include <cstring>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -17,35 +18,42 @@ constexpr size_t kValueShownMax = 256; /* longer values are cut in messages */
 constexpr size_t kValueShownCut = 253;
 
 /* Schema nodes seen under one parent, each with a value. Most parents have a few such
- * children, kept in a small inline array (no allocation per element); past that a hash map
- * keeps every lookup constant-time. */
+ * children, kept in a small inline array (no allocation, and nothing to initialise, per
+ * element); past that a hash map, made then, keeps every lookup constant-time. */
 template <typename V>
 class SeenMap {
 public:
     /* Stores value for key unless key is there; returns the stored value and whether it is new. */
     std::pair<V, bool> Emplace(const KzsNode *key, V value)
     {
-        if (spill_.empty()) {
+        if (spill_ == nullptr) {
             for (uint32_t i = 0; i < count_; ++i) {
-                if (inline_[i].first == key) {
-                    return {inline_[i].second, false};
+                if (inline_[i].key == key) {
+                    return {inline_[i].value, false};
                 }
             }
             if (count_ < kInline) {
                 inline_[count_++] = {key, value};
                 return {value, true};
             }
-            spill_.insert(inline_, inline_ + count_);
+            spill_ = std::make_unique<std::unordered_map<const KzsNode *, V>>();
+            for (const Slot &slot : inline_) {
+                spill_->emplace(slot.key, slot.value);
+            }
         }
-        auto seen = spill_.emplace(key, value);
+        auto seen = spill_->emplace(key, value);
         return {seen.first->second, seen.second};
     }
 
 private:
+    struct Slot {
+        const KzsNode *key;
+        V value;
+    };
     static constexpr uint32_t kInline = 8;
-    std::pair<const KzsNode *, V> inline_[kInline];
+    Slot inline_[kInline];
     uint32_t count_ = 0;
-    std::unordered_map<const KzsNode *, V> spill_;
+    std::unique_ptr<std::unordered_map<const KzsNode *, V>> spill_;
 };
 
 /* What the siblings bound so far under one parent have shown: single-instance schema nodes,
@@ -93,13 +101,32 @@ uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
     return KZ_OK;
 }
 
+/* Module names of unbound elements by their namespace, remembering the last namespace asked
+ * for: the elements of a request mostly share one declaration. */
+class ModuleNames {
+public:
+    const char *Of(KzdCheckAux *aux, const xmlNode *element)
+    {
+        if (element->ns == nullptr || element->ns != ns_) {
+            name_ = KZD_NODE_GetModuleName(aux->ctx, element);
+            ns_ = element->ns;
+        }
+        return name_;
+    }
+
+private:
+    const xmlNs *ns_ = nullptr;
+    const char *name_ = nullptr;
+};
+
 /* Steps of binding one child element, in order; the sibling checks use the parent's state. */
-uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state)
+uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state,
+                    ModuleNames &modules)
 {
     if (element->_private != nullptr) {
         return KZ_OK;
     }
-    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, KZD_NODE_GetModuleName(aux->ctx, element),
+    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, modules.Of(aux, element),
                                                            kzd_name(element));
     if (schema == nullptr) {
         return unexpected(aux, element);
@@ -159,6 +186,7 @@ uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
         return rc;
     }
     std::vector<Frame> stack;
+    ModuleNames modules;
     auto push = [&](xmlNode *e) {
         bool action = kzd_schema_of(e)->kind == KZS_NODE_ACTION;
         if (action) {
@@ -178,7 +206,7 @@ uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
             continue;
         }
         top.next = kzd_next_element(child);
-        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state);
+        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state, modules);
         if (rc != KZ_OK) {
             return rc;
         }
@@ -267,7 +295,8 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
             state.branches.Emplace(choice, branch);
         }
     }
-    uint32_t rc = bind_child(aux, element, parentSchema, state);
+    ModuleNames modules;
+    uint32_t rc = bind_child(aux, element, parentSchema, state, modules);
     return rc != KZ_OK ? rc : walk_children(aux, element);
 }
 

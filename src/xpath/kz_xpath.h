@@ -202,6 +202,8 @@ KZ_API uint32_t KZ_XPATH_EvalRelationalExpr(XpathEvalCtx *ctx, XpathObject *left
                                             uint32_t opCode);
 KZ_API uint32_t KZ_XPATH_EvalLogicExpr(XpathEvalCtx *ctx, XpathObject *left, XpathObject *right, uint32_t opCode);
 KZ_API uint32_t KZ_XPATH_EvalCompareExpr(XpathEvalCtx *ctx, XpathObject *left, XpathObject *right, uint32_t opCode);
+/* 1 when the comparison opCode holds between two values that are no nodes; reads them in place. */
+KZ_API uint32_t KZ_XPATH_CompareValues(const XpathObject *left, const XpathObject *right, uint32_t opCode);
 
 /* Objects and the object stack */
 KZ_API XpathObject *KZ_XPATH_NewObject(uint32_t type);
@@ -242,6 +244,9 @@ KZ_API uint32_t KZ_XPATH_ConvertStringToNumber(XpathObject *obj);
 KZ_API uint32_t KZ_XPATH_ConvertNodeToNumber(XpathObject *obj);
 KZ_API uint32_t KZ_XPATH_ConvertStringToBoolean(XpathObject *obj);
 KZ_API uint32_t KZ_XPATH_ConvertNumberToBoolean(XpathObject *obj);
+/* The element's value where it needs neither gathering nor rewriting: "" for no node, the text
+ * of a single text child; null otherwise (then KZ_XPATH_CopyElementNodeContent). */
+KZ_API const char *KZ_XPATH_PlainNodeValue(struct _xmlNode *node);
 /* New copy of the element's value (identityref values as module:name); "" when absent. */
 KZ_API char *KZ_XPATH_CopyElementNodeContent(struct _xmlNode *node);
 /* XPath number syntax (optional blanks and "-"); NaN for anything else. */

@@ -63,6 +63,103 @@ xmlNode *FindChildElement(xmlNode *parent, const char *name, uint32_t len)
     return nullptr;
 }
 
+/* The child element a name test selects from node (null stays null). Only the local name
+ * counts; "*" and "prefix:*" are taken literally as "*". */
+xmlNode *StepToChild(xmlNode *node, const XpathLex *lex, const XpathToken &test)
+{
+    if (node == nullptr) {
+        return nullptr;
+    }
+    const char *name = lex->expr + test.start;
+    uint32_t len = test.length;
+    const void *colon = std::memchr(name, ':', len);
+    if (colon != nullptr) {
+        uint32_t skip = static_cast<uint32_t>(static_cast<const char *>(colon) - name) + 1u;
+        name += skip;
+        len -= skip;
+    }
+    return FindChildElement(node, name, len);
+}
+
+/* ".." from node; it never climbs onto the node standing for the document root. */
+xmlNode *StepToParent(xmlNode *node, xmlNode *rootNode)
+{
+    return node != nullptr && node->parent != rootNode ? node->parent : node;
+}
+
+/* Literals and numbers of simple comparisons are read from a buffer of this size. */
+constexpr uint32_t kSimpleOperandMax = 64;
+
+/* The node a relative path of plain steps ("a/../b") selects from contextNode, through tokens
+ * [0, end); false when the tokens are not such a path. */
+bool WalkPlainPath(xmlNode *rootNode, xmlNode *contextNode, const XpathLex *lex, uint32_t end, xmlNode **out)
+{
+    if (end % 2 == 0) {
+        return false; /* steps and separators alternate, a step first and last */
+    }
+    xmlNode *node = contextNode;
+    for (uint32_t i = 0; i < end; i++) {
+        const XpathToken &t = lex->tokens[i];
+        if (i % 2 == 1) {
+            if (t.kind != KZ_XPATH_TOK_PATH) {
+                return false;
+            }
+        } else if (t.kind == KZ_XPATH_TOK_NAMETEST) {
+            node = StepToChild(node, lex, t);
+        } else if (t.kind == KZ_XPATH_TOK_DDOT) {
+            node = StepToParent(node, rootNode);
+        } else if (t.kind != KZ_XPATH_TOK_DOT) {
+            return false;
+        }
+    }
+    *out = node;
+    return true;
+}
+
+/* Conditions shaped "path op literal" or "path op number" (as "../id > 0"), the usual when and
+ * must, evaluated without the operator machinery and without allocating. False, with nothing
+ * decided, for any other shape or a value that is not plain text; the general evaluator then
+ * decides, with the same result. */
+bool EvalSimpleComparison(xmlNode *rootNode, xmlNode *contextNode, const XpathLex *lex, uint32_t *ret)
+{
+    if (lex->count < 3) {
+        return false;
+    }
+    const XpathToken &op = lex->tokens[lex->count - 2];
+    const XpathToken &operand = lex->tokens[lex->count - 1];
+    if ((op.kind != KZ_XPATH_TOK_EQUALITY && op.kind != KZ_XPATH_TOK_RELATIONAL) ||
+        (operand.kind != KZ_XPATH_TOK_LITERAL && operand.kind != KZ_XPATH_TOK_NUMBER)) {
+        return false;
+    }
+    const bool literal = operand.kind == KZ_XPATH_TOK_LITERAL;
+    const uint32_t length = literal ? operand.length - 2 : operand.length;
+    xmlNode *node = nullptr;
+    if (length >= kSimpleOperandMax || !WalkPlainPath(rootNode, contextNode, lex, lex->count - 2, &node)) {
+        return false;
+    }
+    const char *value = KZ_XPATH_PlainNodeValue(node);
+    if (value == nullptr) {
+        return false;
+    }
+    char text[kSimpleOperandMax];
+    std::memcpy(text, lex->expr + operand.start + (literal ? 1 : 0), length);
+    text[length] = '\0';
+    XpathObject left;
+    left.type = KZ_XPATH_OBJ_STRING;
+    left.val.str = const_cast<char *>(value); /* borrowed: compared in place, never freed */
+    XpathObject right;
+    if (literal) {
+        right.type = KZ_XPATH_OBJ_STRING;
+        right.val.str = text;
+    } else {
+        right.type = KZ_XPATH_OBJ_NUMBER;
+        right.val.number = KZ_XPATH_StrToNumber(text);
+    }
+    uint32_t opCode = KZ_XPATH_GetTokenOperationType(lex, lex->count - 2);
+    *ret = KZ_XPATH_CompareValues(&left, &right, opCode) != 0 ? KZ_OK : KZ_XPATH_FALSE;
+    return true;
+}
+
 bool CheckArgs(XpathEvalCtx *ctx, const XpathLex *lex, const uint32_t *pos)
 {
     return ctx != nullptr && lex != nullptr && pos != nullptr && ctx->exprTypeStack != nullptr &&
@@ -501,11 +598,7 @@ uint32_t KZ_XPATH_EvalDDot(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t *pos
     if (top == nullptr || top->type != KZ_XPATH_OBJ_NODE) {
         return KZ_EINVAL;
     }
-    xmlNode *node = top->val.node;
-    /* ".." never climbs onto the node standing for the document root. */
-    if (node != nullptr && node->parent != ctx->rootNode) {
-        top->val.node = node->parent;
-    }
+    top->val.node = StepToParent(top->val.node, ctx->rootNode);
     (*pos)++;
     return KZ_OK;
 }
@@ -538,18 +631,7 @@ uint32_t KZ_XPATH_EvalNameTest(XpathEvalCtx *ctx, const XpathLex *lex, uint32_t 
     if (top == nullptr || top->type != KZ_XPATH_OBJ_NODE) {
         return KZ_EINVAL;
     }
-    if (top->val.node != nullptr) {
-        const char *name = lex->expr + t->start;
-        uint32_t len = t->length;
-        /* Only the local name counts; "*" and "prefix:*" are taken literally as "*". */
-        const void *colon = std::memchr(name, ':', len);
-        if (colon != nullptr) {
-            uint32_t skip = static_cast<uint32_t>(static_cast<const char *>(colon) - name) + 1u;
-            name += skip;
-            len -= skip;
-        }
-        top->val.node = FindChildElement(top->val.node, name, len);
-    }
+    top->val.node = StepToChild(top->val.node, lex, *t);
     (*pos)++;
     return KZ_XPATH_SkipPredicate(ctx, lex, pos);
 }
@@ -627,8 +709,12 @@ uint32_t KZ_XPATH_EvalTokenizedCondition(xmlNode *rootNode, xmlNode *contextNode
     if (lex == nullptr) {
         return KZ_XPATH_ETOKENIZE;
     }
+    uint32_t ret;
+    if (EvalSimpleComparison(rootNode, contextNode, lex, &ret)) {
+        return ret;
+    }
     XpathEvalCtx ctx;
-    uint32_t ret = KZ_XPATH_InitEvalCtx(&ctx, rootNode, contextNode, lex->count);
+    ret = KZ_XPATH_InitEvalCtx(&ctx, rootNode, contextNode, lex->count);
     if (ret != KZ_OK) {
         return ret;
     }

@@ -68,21 +68,37 @@ char *DupText(const char *text)
 
 extern "C" {
 
-char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
+const char *KZ_XPATH_PlainNodeValue(xmlNode *node)
 {
     if (node == nullptr) {
-        return DupText("");
+        return "";
+    }
+    if (node->type != XML_ELEMENT_NODE) {
+        return nullptr;
+    }
+    auto *sn = static_cast<KzsNode *>(node->_private);
+    if (sn != nullptr && IsIdentityrefSchemaNode(sn)) {
+        return nullptr;
+    }
+    xmlNode *only = node->children;
+    if (only != nullptr && only->type == XML_TEXT_NODE && only->next == nullptr && only->content != nullptr) {
+        /* the common leaf: one text child is the whole content, no need to gather it */
+        return reinterpret_cast<const char *>(only->content);
+    }
+    return nullptr;
+}
+
+char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
+{
+    const char *plain = KZ_XPATH_PlainNodeValue(node);
+    if (plain != nullptr) {
+        return DupText(plain);
     }
     auto *sn = static_cast<KzsNode *>(node->_private);
     if (node->type == XML_ELEMENT_NODE && sn != nullptr && IsIdentityrefSchemaNode(sn)) {
         /* identityref values compare in module:identity form, whatever prefix the document used */
         char *value = KZD_NODE_GetValueContent(node, sn);
         return value != nullptr ? value : DupText("");
-    }
-    xmlNode *only = node->type == XML_ELEMENT_NODE ? node->children : nullptr;
-    if (only != nullptr && only->type == XML_TEXT_NODE && only->next == nullptr && only->content != nullptr) {
-        /* the common leaf: one text child is the whole content, no need to gather it */
-        return DupText(reinterpret_cast<const char *>(only->content));
     }
     xmlChar *content = xmlNodeGetContent(node);
     if (content == nullptr) {

@@ -73,6 +73,31 @@ bool NumbersEqual(double a, double b)
     return !std::isnan(a) && !std::isnan(b) && std::fabs(a - b) < DBL_EPSILON;
 }
 
+/* Truth and number of a value that is no node (a boolean, string or number), read in place. */
+bool ValueAsBoolean(const XpathObject &obj)
+{
+    switch (obj.type) {
+        case KZ_XPATH_OBJ_STRING:
+            return obj.val.str != nullptr && obj.val.str[0] != '\0';
+        case KZ_XPATH_OBJ_NUMBER:
+            return !std::isnan(obj.val.number) && !(std::fabs(obj.val.number) < DBL_EPSILON);
+        default:
+            return obj.val.boolean != 0;
+    }
+}
+
+double ValueAsNumber(const XpathObject &obj)
+{
+    switch (obj.type) {
+        case KZ_XPATH_OBJ_STRING:
+            return KZ_XPATH_StrToNumber(obj.val.str);
+        case KZ_XPATH_OBJ_NUMBER:
+            return obj.val.number;
+        default:
+            return obj.val.boolean != 0 ? 1.0 : 0.0;
+    }
+}
+
 } // namespace
 
 extern "C" {
@@ -285,7 +310,7 @@ uint32_t KZ_XPATH_ConvertBooleanToNumber(XpathObject *obj)
     if (obj == nullptr || obj->type != KZ_XPATH_OBJ_BOOLEAN) {
         return KZ_EINVAL;
     }
-    return SetNumber(obj, obj->val.boolean != 0 ? 1.0 : 0.0);
+    return SetNumber(obj, ValueAsNumber(*obj));
 }
 
 uint32_t KZ_XPATH_ConvertStringToNumber(XpathObject *obj)
@@ -293,7 +318,7 @@ uint32_t KZ_XPATH_ConvertStringToNumber(XpathObject *obj)
     if (obj == nullptr || obj->type != KZ_XPATH_OBJ_STRING) {
         return KZ_EINVAL;
     }
-    return SetNumber(obj, KZ_XPATH_StrToNumber(obj->val.str));
+    return SetNumber(obj, ValueAsNumber(*obj));
 }
 
 uint32_t KZ_XPATH_ConvertNodeToNumber(XpathObject *obj)
@@ -318,7 +343,7 @@ uint32_t KZ_XPATH_ConvertStringToBoolean(XpathObject *obj)
     if (obj == nullptr || obj->type != KZ_XPATH_OBJ_STRING) {
         return KZ_EINVAL;
     }
-    return SetBoolean(obj, obj->val.str != nullptr && obj->val.str[0] != '\0');
+    return SetBoolean(obj, ValueAsBoolean(*obj));
 }
 
 uint32_t KZ_XPATH_ConvertNumberToBoolean(XpathObject *obj)
@@ -326,8 +351,7 @@ uint32_t KZ_XPATH_ConvertNumberToBoolean(XpathObject *obj)
     if (obj == nullptr || obj->type != KZ_XPATH_OBJ_NUMBER) {
         return KZ_EINVAL;
     }
-    double v = obj->val.number;
-    return SetBoolean(obj, !std::isnan(v) && !(std::fabs(v) < DBL_EPSILON));
+    return SetBoolean(obj, ValueAsBoolean(*obj));
 }
 
 uint32_t KZ_XPATH_FuncBooleanInner(XpathObject *obj)
@@ -411,49 +435,37 @@ uint32_t KZ_XPATH_EvalCompareExpr(XpathEvalCtx *ctx, XpathObject *left, XpathObj
             }
         }
     }
-    bool result = false;
+    return KZ_XPATH_PushBooleanToObjStack(ctx->objectStack, KZ_XPATH_CompareValues(left, right, opCode) ? 1u : 0u);
+}
+
+uint32_t KZ_XPATH_CompareValues(const XpathObject *left, const XpathObject *right, uint32_t opCode)
+{
     if (KZ_XPATH_IsEqualityOperator(opCode)) {
         bool equal;
         if (left->type == KZ_XPATH_OBJ_BOOLEAN || right->type == KZ_XPATH_OBJ_BOOLEAN) {
-            KZ_XPATH_FuncBooleanInner(left);
-            KZ_XPATH_FuncBooleanInner(right);
-            equal = left->val.boolean == right->val.boolean;
+            equal = ValueAsBoolean(*left) == ValueAsBoolean(*right);
         } else if (left->type != KZ_XPATH_OBJ_NUMBER && right->type != KZ_XPATH_OBJ_NUMBER) {
             equal = std::strcmp(left->val.str, right->val.str) == 0;
         } else {
-            KZ_XPATH_FuncNumberInner(left);
-            KZ_XPATH_FuncNumberInner(right);
-            equal = NumbersEqual(left->val.number, right->val.number);
+            equal = NumbersEqual(ValueAsNumber(*left), ValueAsNumber(*right));
         }
-        result = opCode == KZ_XPATH_OP_EQ ? equal : !equal;
-    } else {
-        uint32_t ret = KZ_XPATH_FuncNumberInner(left);
-        if (ret == KZ_OK) {
-            ret = KZ_XPATH_FuncNumberInner(right);
-        }
-        if (ret != KZ_OK) {
-            return ret;
-        }
-        double a = left->val.number;
-        double b = right->val.number;
-        if (!std::isnan(a) && !std::isnan(b)) {
-            switch (opCode) {
-                case KZ_XPATH_OP_GT:
-                    result = a > b;
-                    break;
-                case KZ_XPATH_OP_LT:
-                    result = a < b;
-                    break;
-                case KZ_XPATH_OP_GE:
-                    result = a >= b;
-                    break;
-                default:
-                    result = a <= b;
-                    break;
-            }
-        }
+        return (opCode == KZ_XPATH_OP_EQ ? equal : !equal) ? 1u : 0u;
     }
-    return KZ_XPATH_PushBooleanToObjStack(ctx->objectStack, result ? 1u : 0u);
+    double a = ValueAsNumber(*left);
+    double b = ValueAsNumber(*right);
+    if (std::isnan(a) || std::isnan(b)) {
+        return 0;
+    }
+    switch (opCode) {
+        case KZ_XPATH_OP_GT:
+            return a > b ? 1u : 0u;
+        case KZ_XPATH_OP_LT:
+            return a < b ? 1u : 0u;
+        case KZ_XPATH_OP_GE:
+            return a >= b ? 1u : 0u;
+        default:
+            return a <= b ? 1u : 0u;
+    }
 }
 
 uint32_t KZ_XPATH_EvalLogicExpr(XpathEvalCtx *ctx, XpathObject *left, XpathObject *right, uint32_t opCode)
