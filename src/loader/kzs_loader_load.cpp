@@ -180,6 +180,7 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByPath(KzCtx *ctx, const char *path, const 
             return ret;
         }
     } else {
+        mod->srcPath = KZ_DICT_Insert(&ctx->dict, path); /* null only costs printing the source */
         *buildingInOut = mod;
     }
     KZ_CTX_ClearCurYinFile(ctx);
