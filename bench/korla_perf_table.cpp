@@ -20,6 +20,7 @@
 #include "korla.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
+#include "yang/kz_yang_read.h"
 
 namespace {
 
@@ -243,6 +244,51 @@ bool MemoryTable()
 }
 
 
+// The generated module read from its YANG text and from its YIN text: the
+// reader alone (text to YIN document, against libxml2's parse of the YIN
+// text) and the whole load (KZ_CTX_LoadYangMemory against KZ_CTX_LoadMemory).
+bool YangTable()
+{
+    std::printf("\nYANG vs YIN input (CPU ms, fastest of several runs taken in turns)\n");
+    std::printf("| %-20s | %9s | %9s | %6s | %9s | %9s | %6s | %15s |\n", "input", "read yang", "parse yin", "ratio",
+                "load yang", "load yin", "ratio", "KiB yang / yin");
+    std::printf("|----------------------|-----------|-----------|--------|-----------|-----------|--------|-----------------|\n");
+    const std::vector<std::string> noDirs;
+    std::vector<Pair> loads;
+    for (int scale : {1000, 10000, 100000}) {
+        int nodes = 0;
+        const std::string yin = kzbench::MakeModule(scale, &nodes);
+        const std::string yang = kzbench::MakeModule(scale, &nodes, true);
+        bool ok = true;
+        const Pair read = BestOfTurns(
+            RepsFor(scale),
+            [&] {
+                xmlDoc *doc = kz::yang::ReadYang(yang.data(), yang.size(), "", noDirs, nullptr);
+                ok = ok && doc != nullptr;
+                xmlFreeDoc(doc);
+            },
+            [&] { kzbench::XmlParse(yin); });
+        auto loadWith = [&ok](uint32_t (*load)(KzCtx *, const char *), const std::string &text) {
+            KzCtx *ctx = KZ_CTX_Create(0);
+            ok = ok && ctx != nullptr && load(ctx, text.c_str()) == KZ_OK;
+            KZ_CTX_Delete(ctx);
+        };
+        const Pair load = BestOfTurns(
+            RepsFor(scale), [&] { loadWith(KZ_CTX_LoadYangMemory, yang); }, [&] { loadWith(KZ_CTX_LoadMemory, yin); });
+        if (!ok) {
+            std::fprintf(stderr, "reading the %d-node module from YANG failed\n", nodes);
+            return false;
+        }
+        loads.push_back(load);
+        std::printf("| %-20s | %9.2f | %9.2f | %5.2fx | %9.2f | %9.2f | %5.2fx | %6zu / %-6zu |\n",
+                    (std::to_string(nodes) + " schema nodes").c_str(), read.korla, read.xml, read.korla / read.xml,
+                    load.korla, load.xml, load.korla / load.xml, yang.size() / 1024, yin.size() / 1024);
+    }
+    std::printf("growth 10k -> 100k: load yang %.2fx, load yin %.2fx (target <= 12x); ratio target <= 1x\n",
+                loads[2].korla / loads[1].korla, loads[2].xml / loads[1].xml);
+    return true;
+}
+
 // With "load N" or "validate N", performs just that one operation, for a profiler.
 int ProfileOne(const char *what, int scale)
 {
@@ -277,6 +323,7 @@ int main(int argc, char **argv)
     ok = LoadTable() && ok;
     ok = ValidateTable() && ok;
     ok = ValueTable() && ok;
+    ok = YangTable() && ok;
     xmlCleanupParser();
     return ok ? 0 : 1;
 }

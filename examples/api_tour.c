@@ -56,6 +56,15 @@ int main(int argc, char **argv)
     printf("loaded %s, revision %s\n", KZ_MOD_GetModuleName(sys), KZ_MOD_GetRevision(sys));
     KZ_MOD_IterScanTopmostNode(sys, print_top, NULL);
 
+    /* A module given as YANG text in memory (a search directory may hold .yang files too). */
+    if (KZ_CTX_LoadYangMemory(ctx, "module acme-site { yang-version 1.1; namespace urn:acme:site; prefix site;\n"
+                                   "  leaf name { type string { length 1..32; } }\n}\n") != KZ_OK) {
+        KZ_CTX_ScanAllSchemaLoadFail(ctx, print_diag, NULL);
+        KZ_CTX_Delete(ctx);
+        return 1;
+    }
+    printf("loaded %s from YANG text\n", KZ_MOD_GetModuleName(KZ_CTX_GetModuleByModName(ctx, "acme-site")));
+
     /* Schema queries and value checks on one leaf. */
     KzsNode *hostname = KZ_CTX_GetTargetNode(ctx, "/acme-system:system/hostname", NULL);
     printf("hostname: router-1 -> %u, -bad- -> %u\n", KZ_NODE_ValidateValue(hostname, KZ_VAL_INPUT_STRING, "router-1"),

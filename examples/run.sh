@@ -5,7 +5,7 @@
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 korla="${1:-$here/../build/tools/korla}"
-yin=(-p "$here/yin")
+yin=(-p "$here/yin" -p "$here/yang") # acme-system-ext is kept as YANG text
 
 "$korla" "${yin[@]}" check acme-system acme-system-ext acme-interfaces acme-routing acme-maintenance
 "$korla" "${yin[@]}" tree acme-maintenance

@@ -115,6 +115,7 @@ KZ_API void KZ_CTX_UnSetSearchDir(KzCtx *ctx, const char *path);
 /* Loading and unloading modules. */
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
+KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText);
 KZ_API uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName);
 
 /* Lookups (NULL when absent). */
@@ -153,6 +154,11 @@ KZ_API uint32_t KZ_CTX_ScanAllSchemaLoadFail(KzCtx *ctx, KzLoadFailScanCb callba
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
 /* Loads a module from a NUL-terminated YIN text; imports are not loaded. */
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
+/* The same from a NUL-terminated YANG text (RFC 7950 or RFC 6020 syntax).
+ * A syntax fault gives 22 and is recorded against the module name as
+ * "LINE:COLUMN: message"; extension definitions of imported modules are read
+ * from the search directories. */
+KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText);
 
 /* ==== Schema nodes and modules ==== */
 /* Node kinds returned by KZ_NODE_GetNodeType. */

@@ -44,7 +44,7 @@ KZ_XML_GetXmlDomSibOrParent KZ_XML_GetXmlNodeDefaultNs
 "
 # Named alongside the runtime but built by other areas: required once every
 # area is in (that is, whenever unresolved symbols are not tolerated).
-other_names="KZ_CTX_LoadModule KZ_CTX_LoadMemory KZ_CTX_UnloadModule KZ_XPATH_SplitTargetNodeXpath"
+other_names="KZ_CTX_LoadModule KZ_CTX_LoadMemory KZ_CTX_LoadYangMemory KZ_CTX_UnloadModule KZ_XPATH_SplitTargetNodeXpath"
 globals="g_kzMemMutex g_kzFirstProtectArr g_kzMemHandle g_kzMemPt g_kzMemFuncInit g_kzSecondProtectArr"
 
 table="$(nm -D --defined-only "$lib")"

@@ -18,6 +18,7 @@ protected:
     {
         Reopen(KZ_CTX_OPT_LOAD_IMPORTS);
         ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, KORLA_SOURCE_DIR "/examples/yin"), 0u);
+        ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, KORLA_SOURCE_DIR "/examples/yang"), 0u);
     }
 
     std::string AllDiagnostics()

@@ -98,7 +98,6 @@ TEST(LoaderLocation, OtherModulesAndNoCandidates)
     ScratchDir a;
     a.Write("m-extra.yin", "<module/>");
     a.Write("mm@@x.yin", "<module/>");
-    a.Write("m.yang", "module m {}");
     DirCtx dc({&a});
     EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m"), nullptr);
     DirCtx none({});

@@ -36,7 +36,7 @@ bool has(const ToolRun &r, const std::string &text)
     return r.out.find(text) != std::string::npos;
 }
 
-const std::string kDirs = "-p examples/yin ";
+const std::string kDirs = "-p examples/yin -p examples/yang ";
 const std::string kReq = "validate -m acme-system -m acme-maintenance examples/requests/";
 
 TEST(ToolCli, TreePrintsModulesWithFeatures)

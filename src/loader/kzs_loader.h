@@ -100,6 +100,15 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByPath(KzCtx *ctx, const char *path, const 
 KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const char *name,
                                              LoadAssister *assister);
 KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path);
+/* Reads a module file into its YIN document: YANG text when the path ends in
+ * ".yang", YIN otherwise.  A YANG syntax fault is recorded against moduleName
+ * as "FILE:LINE:COLUMN: message" and *reported set to 1. */
+KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, const char *moduleName,
+                                                 uint32_t *reported);
+/* Builds a module from YANG text in memory; NULL on a syntax fault, which is
+ * then recorded against the module name when the text names one. */
+KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, size_t length, const char *fileName,
+                                               const char *moduleName);
 KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file);
 KZ_API KzMod *KZS_LOADER_ParseYinContent(KzCtx *ctx, xmlDoc *doc, LoadAssister *assister);
 KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssister *assister);
@@ -137,6 +146,14 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDev
 
 #ifdef __cplusplus
 }
+
+#include <string>
+#include <vector>
+
+namespace kzs {
+/* The context's search directories, in order. */
+std::vector<std::string> SearchDirList(const KzCtx *ctx);
+} /* namespace kzs */
 #endif
 
 #endif /* KZS_LOADER_H */

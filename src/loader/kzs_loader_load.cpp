@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
+#include <string>
 
 #include <libxml/parser.h>
 
@@ -14,6 +16,7 @@
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_type.h"
+#include "yang/kz_yang_read.h"
 
 namespace {
 
@@ -57,6 +60,31 @@ void DiscardModule(KzCtx *ctx, KzMod *mod)
     } else {
         KZS_MOD_Free(mod);
     }
+}
+
+/* Registers the module of a document read from memory; a module of that
+ * name already loaded stays. */
+uint32_t LoadParsedDoc(KzCtx *ctx, DocPtr doc)
+{
+    if (doc == nullptr) {
+        return KZ_EINVAL;
+    }
+    KzMod *mod = KZS_LOADER_ParseYinContent(ctx, doc.get(), nullptr);
+    doc.reset();
+    if (mod == nullptr) {
+        return KZ_ERR;
+    }
+    if (KZ_CTX_GetModuleByModName(ctx, mod->name) != nullptr) {
+        KZS_MOD_Free(mod);
+        return KZ_OK;
+    }
+    uint32_t ret = KZS_LOADER_AppendModuleToCtx(ctx, mod, nullptr);
+    if (ret != KZ_OK) {
+        DiscardModule(ctx, mod);
+        return ret;
+    }
+    KZ_CTX_NotifyModuleChange(ctx, mod->name, 0, nullptr);
+    return KZ_OK;
 }
 
 } /* namespace */
@@ -108,6 +136,45 @@ KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
     return KZS_LOADER_ReadFileContentAsDoc(file.get());
 }
 
+KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, size_t length, const char *fileName,
+                                               const char *moduleName)
+{
+    if (ctx == nullptr || text == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::string error;
+        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error);
+        if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
+            KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
+        }
+        return doc;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, const char *moduleName,
+                                                 uint32_t *reported)
+{
+    *reported = 0;
+    const size_t len = std::strlen(path);
+    if (len < 5 || std::strcmp(path + len - 5, ".yang") != 0) {
+        return KZS_LOADER_ReadYinFileToXmlDoc(path);
+    }
+    try {
+        std::string text;
+        if (!kz::yang::ReadWholeFile(path, &text)) {
+            return nullptr;
+        }
+        xmlDoc *doc = KZS_LOADER_ReadYangTextToXmlDoc(ctx, text.data(), text.size(), path, moduleName);
+        *reported = doc == nullptr ? 1 : 0;
+        return doc;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
 KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssister *assister)
 {
     if (ctx == nullptr || root == nullptr || root->name == nullptr ||
@@ -150,9 +217,12 @@ KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const
     if (ctx == nullptr || path == nullptr) {
         return nullptr;
     }
-    DocPtr doc(KZS_LOADER_ReadYinFileToXmlDoc(path));
+    uint32_t reported = 0;
+    DocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path, name, &reported));
     if (doc == nullptr) {
-        KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+        if (reported == 0) {
+            KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+        }
         return nullptr;
     }
     return KZS_LOADER_ParseYinContent(ctx, doc.get(), assister);
@@ -344,25 +414,23 @@ KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
         return KZ_EINVAL;
     }
     DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText)));
-    if (doc == nullptr) {
+    return LoadParsedDoc(ctx, std::move(doc));
+}
+
+KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText)
+{
+    if (ctx == nullptr || yangText == nullptr) {
         return KZ_EINVAL;
     }
-    KzMod *mod = KZS_LOADER_ParseYinContent(ctx, doc.get(), nullptr);
-    doc.reset();
-    if (mod == nullptr) {
-        return KZ_ERR;
+    const size_t length = std::strlen(yangText);
+    std::string name;
+    try {
+        name = kz::yang::PeekYangModuleName(yangText, length);
+    } catch (const std::bad_alloc &) {
+        return KZ_ENOMEM;
     }
-    if (KZ_CTX_GetModuleByModName(ctx, mod->name) != nullptr) {
-        KZS_MOD_Free(mod); /* the module already loaded stays */
-        return KZ_OK;
-    }
-    uint32_t ret = KZS_LOADER_AppendModuleToCtx(ctx, mod, nullptr);
-    if (ret != KZ_OK) {
-        DiscardModule(ctx, mod);
-        return ret;
-    }
-    KZ_CTX_NotifyModuleChange(ctx, mod->name, 0, nullptr);
-    return KZ_OK;
+    DocPtr doc(KZS_LOADER_ReadYangTextToXmlDoc(ctx, yangText, length, "", name.c_str()));
+    return LoadParsedDoc(ctx, std::move(doc));
 }
 
 } /* extern "C" */

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <new>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include "loader/kzs_loader.h"
 #include "runtime/kz_mem.h"
+#include "yang/kz_yang_read.h"
 
 namespace {
 
@@ -179,6 +181,17 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
         (void)KZS_LOADER_FillFullNameWithRevision(dir, name, coll);
     }
     if (coll->count == 0) {
+        /* No YIN file: the module's YANG text, searched the same way. */
+        try {
+            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name);
+            if (!yang.empty()) {
+                (void)KZS_LOADER_AppendOnePathObj(coll, yang.c_str());
+            }
+        } catch (const std::bad_alloc &) {
+            /* not found, as far as this load can tell */
+        }
+    }
+    if (coll->count == 0) {
         KZS_LOADER_DestroyPathCollection(coll);
         return nullptr;
     }
@@ -340,3 +353,18 @@ KZ_API void KZS_LOADER_ClearLoadAssister(LoadAssister *assister)
 }
 
 } /* extern "C" */
+
+namespace kzs {
+
+std::vector<std::string> SearchDirList(const KzCtx *ctx)
+{
+    std::vector<std::string> dirs;
+    for (uint32_t i = 0; i < ctx->searchDirCount; i++) {
+        if (ctx->searchDirs[i] != nullptr) {
+            dirs.emplace_back(ctx->searchDirs[i]);
+        }
+    }
+    return dirs;
+}
+
+} /* namespace kzs */

@@ -1,0 +1,96 @@
+/* Locating a module's YANG file in the search directories. */
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "yang/kz_yang_read.h"
+
+namespace kz::yang {
+namespace {
+
+bool IsRegularFile(const std::string &path)
+{
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+/* "YYYY-MM-DD.yang": the part after '@' of a revision file name. */
+bool IsRevisionTail(const char *tail)
+{
+    static const char kShape[] = "dddd-dd-dd.yang";
+    for (std::size_t i = 0; i < sizeof(kShape) - 1; i++) {
+        const char c = tail[i];
+        if (kShape[i] == 'd' ? (c < '0' || c > '9') : c != kShape[i]) {
+            return false;
+        }
+    }
+    return tail[sizeof(kShape) - 1] == '\0';
+}
+
+/* The newest name@REVISION.yang in one directory, or "". */
+std::string NewestRevisionFile(const std::string &dir, const std::string &name)
+{
+    DIR *d = opendir(dir.c_str());
+    if (d == nullptr) {
+        return {};
+    }
+    std::string best;
+    for (struct dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
+        const char *file = ent->d_name;
+        if (std::strncmp(file, name.c_str(), name.size()) != 0 || file[name.size()] != '@' ||
+            !IsRevisionTail(file + name.size() + 1)) {
+            continue;
+        }
+        /* Same length and shape: the later date is the greater string. */
+        if ((best.empty() || std::strcmp(file, best.c_str()) > 0) && IsRegularFile(dir + "/" + file)) {
+            best = file;
+        }
+    }
+    closedir(d);
+    return best.empty() ? best : dir + "/" + best;
+}
+
+} /* namespace */
+
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name)
+{
+    if (name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
+        return {};
+    }
+    for (const std::string &dir : dirs) {
+        std::string plain = dir + "/" + name + ".yang";
+        if (IsRegularFile(plain)) {
+            return plain;
+        }
+        std::string newest = NewestRevisionFile(dir, name);
+        if (!newest.empty()) {
+            return newest;
+        }
+    }
+    return {};
+}
+
+bool ReadWholeFile(const char *path, std::string *out)
+{
+    struct Closer {
+        void operator()(FILE *f) const { std::fclose(f); }
+    };
+    std::unique_ptr<FILE, Closer> file(std::fopen(path, "rb"));
+    if (file == nullptr) {
+        return false;
+    }
+    out->clear();
+    char buf[65536];
+    for (;;) {
+        const std::size_t got = std::fread(buf, 1, sizeof(buf), file.get());
+        out->append(buf, got);
+        if (got < sizeof(buf)) {
+            return std::ferror(file.get()) == 0;
+        }
+    }
+}
+
+} /* namespace kz::yang */

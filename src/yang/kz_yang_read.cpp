@@ -1,0 +1,588 @@
+/* YANG statements to the YIN document: one pass over the text builds the
+ * libxml2 tree; then the prefixes get their namespaces and extension instances
+ * their argument form, both of which may depend on statements further on or
+ * on other modules. */
+#include "yang/kz_yang_read.h"
+
+#include <algorithm>
+#include <cstring>
+#include <climits>
+#include <memory>
+#include <new>
+#include <unordered_map>
+
+#include <libxml/dict.h>
+#include <libxml/parser.h>
+
+#include "runtime/kz_xml.h"
+#include "yang/kz_yang_lex.h"
+
+namespace kz::yang {
+namespace {
+
+constexpr const char *kYinNamespace = "urn:ietf:params:xml:ns:yang:yin:1";
+/* Namespace given to an import whose module cannot be found, so that its
+ * prefix still reaches the loader. */
+constexpr const char *kUnresolvedNamespace = "urn:korla:unresolved-module:";
+
+/* A keyword and the YIN form of its argument (arg nullptr: takes none). */
+struct KeywordForm {
+    const char *keyword;
+    const char *arg;
+    bool element;
+};
+
+/* Every RFC 7950 keyword, in strcmp order for the binary search. */
+constexpr KeywordForm kKeywords[] = {
+    {"action", "name", false},          {"anydata", "name", false},
+    {"anyxml", "name", false},          {"argument", "name", false},
+    {"augment", "target-node", false},  {"base", "name", false},
+    {"belongs-to", "module", false},    {"bit", "name", false},
+    {"case", "name", false},            {"choice", "name", false},
+    {"config", "value", false},         {"contact", "text", true},
+    {"container", "name", false},       {"default", "value", false},
+    {"description", "text", true},      {"deviate", "value", false},
+    {"deviation", "target-node", false}, {"enum", "name", false},
+    {"error-app-tag", "value", false},  {"error-message", "value", true},
+    {"extension", "name", false},       {"feature", "name", false},
+    {"fraction-digits", "value", false}, {"grouping", "name", false},
+    {"identity", "name", false},        {"if-feature", "name", false},
+    {"import", "module", false},        {"include", "module", false},
+    {"input", nullptr, false},          {"key", "value", false},
+    {"leaf", "name", false},            {"leaf-list", "name", false},
+    {"length", "value", false},         {"list", "name", false},
+    {"mandatory", "value", false},      {"max-elements", "value", false},
+    {"min-elements", "value", false},   {"modifier", "value", false},
+    {"module", "name", false},          {"must", "condition", false},
+    {"namespace", "uri", false},        {"notification", "name", false},
+    {"ordered-by", "value", false},     {"organization", "text", true},
+    {"output", nullptr, false},         {"path", "value", false},
+    {"pattern", "value", false},        {"position", "value", false},
+    {"prefix", "value", false},         {"presence", "value", false},
+    {"range", "value", false},          {"reference", "text", true},
+    {"refine", "target-node", false},   {"require-instance", "value", false},
+    {"revision", "date", false},        {"revision-date", "date", false},
+    {"rpc", "name", false},             {"status", "value", false},
+    {"submodule", "name", false},       {"type", "name", false},
+    {"typedef", "name", false},         {"unique", "tag", false},
+    {"units", "name", false},           {"uses", "name", false},
+    {"value", "value", false},          {"when", "condition", false},
+    {"yang-version", "value", false},   {"yin-element", "value", false},
+};
+constexpr std::size_t kKeywordCount = sizeof(kKeywords) / sizeof(kKeywords[0]);
+
+/* Index of a keyword in kKeywords, or kKeywordCount. */
+std::size_t FindKeyword(const char *text, std::size_t len)
+{
+    std::size_t lo = 0;
+    std::size_t hi = kKeywordCount;
+    while (lo < hi) {
+        const std::size_t mid = (lo + hi) / 2;
+        const char *kw = kKeywords[mid].keyword;
+        int cmp = std::strncmp(kw, text, len);
+        if (cmp == 0 && kw[len] != '\0') {
+            cmp = 1;
+        }
+        if (cmp == 0) {
+            return mid;
+        }
+        if (cmp < 0) {
+            lo = mid + 1;
+        } else {
+            hi = mid;
+        }
+    }
+    return kKeywordCount;
+}
+
+/* RFC 7950 identifier: a letter or '_', then letters, digits, '_', '-', '.'. */
+bool IsIdentifier(const char *s, std::size_t len)
+{
+    auto alpha = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+    if (len == 0 || !alpha(s[0])) {
+        return false;
+    }
+    for (std::size_t i = 1; i < len; i++) {
+        if (!alpha(s[i]) && !(s[i] >= '0' && s[i] <= '9') && s[i] != '-' && s[i] != '.') {
+            return false;
+        }
+    }
+    return true;
+}
+
+const char *Str(const xmlChar *s)
+{
+    return reinterpret_cast<const char *>(s);
+}
+const xmlChar *XStr(const char *s)
+{
+    return reinterpret_cast<const xmlChar *>(s);
+}
+
+bool IsYinElement(const xmlNode *node, const char *name)
+{
+    return node->type == XML_ELEMENT_NODE && node->ns != nullptr && node->ns->href != nullptr &&
+           std::strcmp(Str(node->ns->href), kYinNamespace) == 0 && std::strcmp(Str(node->name), name) == 0;
+}
+
+xmlNode *FirstYinChild(const xmlNode *node, const char *name)
+{
+    for (xmlNode *child = node->children; child != nullptr; child = child->next) {
+        if (IsYinElement(child, name)) {
+            return child;
+        }
+    }
+    return nullptr;
+}
+
+/* The argument attribute of a YIN child statement, or nullptr. */
+const char *ChildArg(const xmlNode *node, const char *child, const char *attr)
+{
+    const xmlNode *found = FirstYinChild(node, child);
+    return found != nullptr ? KZ_XML_GetTargetPropertyValue(found, attr) : nullptr;
+}
+
+struct DocFreer {
+    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
+};
+using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
+
+/* How an extension's argument is written in YIN. */
+struct ArgForm {
+    std::string name; /* empty: the extension takes no argument */
+    bool element = false;
+};
+
+/* What other modules' statements need from a module. */
+struct ModuleInfo {
+    std::string ns;
+    std::unordered_map<std::string, ArgForm> extensions;
+};
+
+void CollectModuleInfo(const xmlNode *root, ModuleInfo *info)
+{
+    for (const xmlNode *child = root->children; child != nullptr; child = child->next) {
+        if (IsYinElement(child, "namespace")) {
+            const char *uri = KZ_XML_GetTargetPropertyValue(child, "uri");
+            info->ns = uri != nullptr ? uri : "";
+        } else if (IsYinElement(child, "extension")) {
+            const char *name = KZ_XML_GetTargetPropertyValue(child, "name");
+            const xmlNode *argument = FirstYinChild(child, "argument");
+            if (name == nullptr) {
+                continue;
+            }
+            ArgForm form;
+            if (argument != nullptr) {
+                const char *argName = KZ_XML_GetTargetPropertyValue(argument, "name");
+                const char *yinElement = ChildArg(argument, "yin-element", "value");
+                form.name = argName != nullptr ? argName : "";
+                form.element = yinElement != nullptr && std::strcmp(yinElement, "true") == 0;
+            }
+            info->extensions.emplace(name, std::move(form));
+        }
+    }
+}
+
+/* An extension instance whose namespace and argument wait for the whole text. */
+struct PendingExtension {
+    xmlNode *node;
+    std::string prefix;
+    std::string arg;
+    bool hasArg;
+    std::size_t offset;
+};
+
+class Reader {
+public:
+    Reader(const char *text, std::size_t length, const std::vector<std::string> &dirs, bool resolveImports)
+        : text_(text), length_(length), lex_(text, length), dirs_(dirs), resolveImports_(resolveImports)
+    {
+    }
+
+    /* The document, or nullptr with Fault() set. */
+    xmlDoc *Run();
+    const LexFault &Fault() const { return fault_.message.empty() ? lex_.Fault() : fault_; }
+
+private:
+    bool Fail(std::size_t offset, std::string message)
+    {
+        fault_.offset = offset;
+        fault_.message = std::move(message);
+        return false;
+    }
+    bool ParseStatements();
+    bool ParseStatement();
+    xmlNode *NewStatementNode(std::size_t keyword, const char *kw, std::size_t len, std::size_t colon);
+    bool AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool element, const std::string &value);
+    bool ResolvePrefixes();
+    const ModuleInfo *FindModule(const std::string &name);
+    ArgForm FindExtension(const std::string &moduleName, const char *extension);
+
+    const char *text_;
+    std::size_t length_;
+    Lexer lex_;
+    const std::vector<std::string> &dirs_;
+    bool resolveImports_;
+    LexFault fault_;
+    DocPtr doc_;
+    xmlNs *yin_ = nullptr;
+    bool yang11_ = false;
+    std::string arg_;
+    std::vector<xmlNode *> open_;           /* statements whose block is open */
+    std::vector<std::size_t> openOffsets_;  /* where each block opened */
+    std::vector<PendingExtension> extensions_;
+    const xmlChar *names_[kKeywordCount] = {};
+    std::unordered_map<std::string, ModuleInfo> modules_; /* other modules, by name */
+    std::unordered_map<std::string, std::string> prefixModule_; /* prefix -> module name */
+    std::string ownModule_;
+    ModuleInfo own_;
+};
+
+xmlDoc *Reader::Run()
+{
+    const std::size_t bad = FindInvalidChar(text_, length_);
+    if (bad != length_) {
+        Fail(bad, "invalid UTF-8 or control character");
+        return nullptr;
+    }
+    doc_.reset(xmlNewDoc(XStr("1.0")));
+    if (doc_ == nullptr) {
+        Fail(0, "out of memory");
+        return nullptr;
+    }
+    doc_->dict = xmlDictCreate();
+    if (doc_->dict == nullptr) {
+        Fail(0, "out of memory");
+        return nullptr;
+    }
+    if (!ParseStatements() || (resolveImports_ && !ResolvePrefixes())) {
+        return nullptr;
+    }
+    return doc_.release();
+}
+
+bool Reader::ParseStatements()
+{
+    static constexpr char kBom[] = "\xEF\xBB\xBF";
+    if (length_ >= 3 && std::memcmp(text_, kBom, 3) == 0) {
+        lex_.Advance();
+        lex_.Advance();
+        lex_.Advance();
+    }
+    if (!lex_.SkipSeparators()) {
+        return false;
+    }
+    for (;;) {
+        if (lex_.AtEnd()) {
+            if (!open_.empty()) {
+                unsigned long line = 0;
+                unsigned long column = 0;
+                LineAndColumn(text_, openOffsets_.back(), &line, &column);
+                return Fail(lex_.Offset(), "missing \"}\" for the block of \"" + std::string(Str(open_.back()->name)) +
+                                               "\" opened at line " + std::to_string(line));
+            }
+            return xmlDocGetRootElement(doc_.get()) != nullptr || Fail(0, "no module or submodule statement");
+        }
+        if (lex_.Peek() == '}') {
+            if (open_.empty()) {
+                return Fail(lex_.Offset(), "unexpected \"}\"");
+            }
+            open_.pop_back();
+            openOffsets_.pop_back();
+            lex_.Advance();
+        } else if (open_.empty() && xmlDocGetRootElement(doc_.get()) != nullptr) {
+            return Fail(lex_.Offset(), "text after the end of the module");
+        } else if (!ParseStatement()) {
+            return false;
+        }
+        if (!lex_.SkipSeparators()) {
+            return false;
+        }
+    }
+}
+
+bool Reader::ParseStatement()
+{
+    const std::size_t offset = lex_.Offset();
+    const char *kw = nullptr;
+    std::size_t colon = 0;
+    const std::size_t len = lex_.ReadKeyword(&kw, &colon);
+    if (len == 0) {
+        return Fail(offset, lex_.Peek() == '"' || lex_.Peek() == '\'' ? "a keyword expected, not a string"
+                                                                     : std::string("a keyword expected before \"") +
+                                                                           lex_.Peek() + "\"");
+    }
+    std::size_t keyword = kKeywordCount;
+    if (colon == 0) {
+        keyword = FindKeyword(kw, len);
+        if (keyword == kKeywordCount) {
+            return Fail(offset, "unknown keyword \"" + std::string(kw, len) + "\"");
+        }
+    } else if (!IsIdentifier(kw, colon) || !IsIdentifier(kw + colon + 1, len - colon - 1)) {
+        return Fail(offset, "invalid extension keyword \"" + std::string(kw, len) + "\"");
+    }
+    const bool isRoot = xmlDocGetRootElement(doc_.get()) == nullptr;
+    if (isRoot && keyword != FindKeyword("module", 6) && keyword != FindKeyword("submodule", 9)) {
+        return Fail(offset, "a module or submodule statement expected");
+    }
+    if (open_.size() >= kMaxNestingDepth) {
+        return Fail(offset, "statements nested deeper than " + std::to_string(kMaxNestingDepth) + " levels");
+    }
+    if (!lex_.SkipSeparators()) {
+        return false;
+    }
+    const std::size_t argOffset = lex_.Offset();
+    const bool hasArg = lex_.AtArgument();
+    if (hasArg && !lex_.ReadArgument(yang11_, &arg_)) {
+        return false;
+    }
+    if (!lex_.SkipSeparators()) {
+        return false;
+    }
+    const KeywordForm *form = keyword != kKeywordCount ? &kKeywords[keyword] : nullptr;
+    if (form != nullptr && form->arg != nullptr && !hasArg) {
+        return Fail(lex_.Offset(), "missing argument of \"" + std::string(kw, len) + "\"");
+    }
+    if (form != nullptr && form->arg == nullptr && hasArg) {
+        return Fail(argOffset, "\"" + std::string(kw, len) + "\" takes no argument");
+    }
+    if (lex_.AtEnd() || (lex_.Peek() != ';' && lex_.Peek() != '{')) {
+        return Fail(lex_.Offset(), "missing \";\" or \"{\" after \"" + std::string(kw, len) + "\"");
+    }
+    xmlNode *node = NewStatementNode(keyword, kw, len, colon);
+    if (node == nullptr) {
+        return Fail(offset, "out of memory");
+    }
+    if (form == nullptr) {
+        extensions_.push_back({node, std::string(kw, colon), hasArg ? arg_ : std::string(), hasArg, offset});
+    } else if (hasArg && !AddArgument(node, yin_, form->arg, form->element, arg_)) {
+        return Fail(offset, "out of memory");
+    }
+    if (open_.size() == 1 && std::strcmp(form != nullptr ? form->keyword : "", "yang-version") == 0) {
+        yang11_ = arg_ == "1.1";
+    }
+    if (lex_.Peek() == '{') {
+        open_.push_back(node);
+        openOffsets_.push_back(lex_.Offset());
+    }
+    lex_.Advance();
+    return true;
+}
+
+xmlNode *Reader::NewStatementNode(std::size_t keyword, const char *kw, std::size_t len, std::size_t colon)
+{
+    xmlDoc *doc = doc_.get();
+    xmlNode *node = nullptr;
+    if (keyword == kKeywordCount) {
+        const std::string local(kw + colon + 1, len - colon - 1);
+        node = xmlNewDocNode(doc, nullptr, XStr(local.c_str()), nullptr);
+    } else {
+        if (names_[keyword] == nullptr) {
+            names_[keyword] = xmlDictLookup(doc->dict, XStr(kKeywords[keyword].keyword), -1);
+            if (names_[keyword] == nullptr) {
+                return nullptr;
+            }
+        }
+        node = xmlNewDocNodeEatName(doc, yin_, const_cast<xmlChar *>(names_[keyword]), nullptr);
+    }
+    if (node == nullptr) {
+        return nullptr;
+    }
+    if (open_.empty()) {
+        xmlDocSetRootElement(doc, node);
+        yin_ = xmlNewNs(node, XStr(kYinNamespace), nullptr);
+        if (yin_ == nullptr) {
+            return nullptr;
+        }
+        xmlSetNs(node, yin_);
+    } else {
+        xmlAddChild(open_.back(), node);
+    }
+    return node;
+}
+
+bool Reader::AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool element, const std::string &value)
+{
+    if (!element) {
+        return xmlNewProp(node, XStr(name), XStr(value.c_str())) != nullptr;
+    }
+    xmlNode *child = xmlNewDocNode(doc_.get(), ns, XStr(name), nullptr);
+    if (child == nullptr) {
+        return false;
+    }
+    xmlNode *content = xmlNewDocText(doc_.get(), XStr(value.c_str()));
+    if (content == nullptr) {
+        xmlFreeNode(child);
+        return false;
+    }
+    xmlAddChild(child, content);
+    /* The argument comes before the statement's sub-statements. */
+    if (node->children != nullptr) {
+        xmlAddPrevSibling(node->children, child);
+    } else {
+        xmlAddChild(node, child);
+    }
+    return true;
+}
+
+const ModuleInfo *Reader::FindModule(const std::string &name)
+{
+    auto cached = modules_.find(name);
+    if (cached != modules_.end()) {
+        return cached->second.ns.empty() ? nullptr : &cached->second;
+    }
+    ModuleInfo &info = modules_[name];
+    std::string text;
+    DocPtr doc;
+    for (const std::string &dir : dirs_) {
+        const std::string yin = dir + "/" + name + ".yin";
+        if (ReadWholeFile(yin.c_str(), &text) && text.size() <= static_cast<std::size_t>(INT_MAX)) {
+            doc.reset(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                                    XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+            break;
+        }
+    }
+    if (doc == nullptr) {
+        const std::string path = FindYangFile(dirs_, name.c_str());
+        if (!path.empty() && ReadWholeFile(path.c_str(), &text)) {
+            /* Only its own statements are needed: its imports are not followed. */
+            doc.reset(Reader(text.data(), text.size(), dirs_, false).Run());
+        }
+    }
+    const xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (root != nullptr) {
+        CollectModuleInfo(root, &info);
+    }
+    return info.ns.empty() ? nullptr : &info;
+}
+
+ArgForm Reader::FindExtension(const std::string &moduleName, const char *extension)
+{
+    const ModuleInfo *info = moduleName == ownModule_ ? &own_ : FindModule(moduleName);
+    if (info != nullptr) {
+        auto found = info->extensions.find(extension);
+        if (found != info->extensions.end()) {
+            return found->second;
+        }
+    }
+    /* A submodule's prefix also names what its module defines. */
+    if (moduleName == ownModule_ && !own_.ns.empty()) {
+        const xmlNode *root = xmlDocGetRootElement(doc_.get());
+        const char *parent = IsYinElement(root, "submodule") ? ChildArg(root, "belongs-to", "module") : nullptr;
+        if (parent != nullptr && (info = FindModule(parent)) != nullptr) {
+            auto found = info->extensions.find(extension);
+            if (found != info->extensions.end()) {
+                return found->second;
+            }
+        }
+    }
+    ArgForm unknown;
+    unknown.name = "value";
+    return unknown;
+}
+
+bool Reader::ResolvePrefixes()
+{
+    xmlNode *root = xmlDocGetRootElement(doc_.get());
+    CollectModuleInfo(root, &own_);
+    const char *name = KZ_XML_GetTargetPropertyValue(root, "name");
+    ownModule_ = name != nullptr ? name : "";
+    std::vector<std::pair<std::string, std::string>> prefixes; /* prefix, namespace, in declaration order */
+    if (IsYinElement(root, "module")) {
+        const char *prefix = ChildArg(root, "prefix", "value");
+        if (prefix != nullptr) {
+            prefixes.emplace_back(prefix, own_.ns);
+            prefixModule_.emplace(prefix, ownModule_);
+        }
+    } else if (const xmlNode *belongsTo = FirstYinChild(root, "belongs-to"); belongsTo != nullptr) {
+        const char *parent = KZ_XML_GetTargetPropertyValue(belongsTo, "module");
+        const char *prefix = ChildArg(belongsTo, "prefix", "value");
+        if (parent != nullptr && prefix != nullptr) {
+            const ModuleInfo *info = FindModule(parent);
+            own_.ns = info != nullptr ? info->ns : kUnresolvedNamespace + std::string(parent);
+            prefixes.emplace_back(prefix, own_.ns);
+            prefixModule_.emplace(prefix, ownModule_);
+        }
+    }
+    for (const xmlNode *child = root->children; child != nullptr; child = child->next) {
+        const char *module = IsYinElement(child, "import") ? KZ_XML_GetTargetPropertyValue(child, "module") : nullptr;
+        const char *prefix = module != nullptr ? ChildArg(child, "prefix", "value") : nullptr;
+        if (prefix == nullptr || !prefixModule_.emplace(prefix, module).second) {
+            continue;
+        }
+        const ModuleInfo *info = FindModule(module);
+        prefixes.emplace_back(prefix, info != nullptr ? info->ns : kUnresolvedNamespace + std::string(module));
+    }
+    std::unordered_map<std::string, xmlNs *> declared;
+    for (const auto &[prefix, ns] : prefixes) {
+        xmlNs *decl = xmlNewNs(root, XStr(ns.c_str()), XStr(prefix.c_str()));
+        if (decl != nullptr) {
+            declared.emplace(prefix, decl);
+        }
+    }
+    for (const PendingExtension &ext : extensions_) {
+        auto found = declared.find(ext.prefix);
+        if (found == declared.end()) {
+            return Fail(ext.offset, "unknown prefix \"" + ext.prefix + "\"");
+        }
+        xmlSetNs(ext.node, found->second);
+        if (!ext.hasArg) {
+            continue;
+        }
+        const ArgForm form = FindExtension(prefixModule_[ext.prefix], Str(ext.node->name));
+        /* An argument the definition does not declare keeps the same fallback form. */
+        const char *argName = form.name.empty() ? "value" : form.name.c_str();
+        if (!AddArgument(ext.node, found->second, argName, form.element, ext.arg)) {
+            return Fail(ext.offset, "out of memory");
+        }
+    }
+    return true;
+}
+
+} /* namespace */
+
+xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName, const std::vector<std::string> &dirs,
+                   std::string *error)
+{
+    try {
+        Reader reader(text, length, dirs, true);
+        xmlDoc *doc = reader.Run();
+        if (doc == nullptr && error != nullptr) {
+            unsigned long line = 0;
+            unsigned long column = 0;
+            LineAndColumn(text, reader.Fault().offset, &line, &column);
+            std::string where = (fileName != nullptr && fileName[0] != '\0') ? std::string(fileName) + ":" : "";
+            *error = where + std::to_string(line) + ":" + std::to_string(column) + ": " + reader.Fault().message;
+        }
+        return doc;
+    } catch (const std::bad_alloc &) {
+        if (error != nullptr) {
+            error->clear(); /* the message itself may not fit; an empty one still means failure */
+        }
+        return nullptr;
+    }
+}
+
+std::string PeekYangModuleName(const char *text, std::size_t length)
+{
+    try {
+        Lexer lex(text, length);
+        const char *kw = nullptr;
+        std::size_t colon = 0;
+        std::string name;
+        if (!lex.SkipSeparators()) {
+            return {};
+        }
+        const std::size_t len = lex.ReadKeyword(&kw, &colon);
+        const bool header = (len == 6 && std::memcmp(kw, "module", 6) == 0) ||
+                            (len == 9 && std::memcmp(kw, "submodule", 9) == 0);
+        if (!header || !lex.SkipSeparators() || !lex.AtArgument() || !lex.ReadArgument(false, &name)) {
+            return {};
+        }
+        return FindInvalidChar(name.data(), name.size()) == name.size() ? name : std::string();
+    } catch (const std::bad_alloc &) {
+        return {};
+    }
+}
+
+} /* namespace kz::yang */
