@@ -83,6 +83,42 @@ TEST(YangWrite, ArgumentsAreQuotedOnlyWhereNeeded)
     }
 }
 
+// Whatever the text, the YANG written for it reads back to the same string,
+// as an attribute argument and as a text element.
+TEST(YangWrite, ArgumentsReadBackUnchanged)
+{
+    for (const char *text : {"+", "a + b", "'", "\"", "\\", "\\n", "", "//", "*/", "  lead", "trail  ",
+                             "a  \n  b  ", "a\n\tb", "\t\n", " \n ", "a\n", "\n", "\n\n", "x\n\n  y\n",
+                             "\u00fc\n\u00fcber", "tab\tend", "'\"\n\\'"}) {
+        DocPtr doc(xmlNewDoc(BAD_CAST "1.0"));
+        xmlNode *root = xmlNewNode(nullptr, BAD_CAST "module");
+        xmlDocSetRootElement(doc.get(), root);
+        xmlSetNs(root, xmlNewNs(root, BAD_CAST "urn:ietf:params:xml:ns:yang:yin:1", nullptr));
+        xmlNewProp(root, BAD_CAST "name", BAD_CAST "m");
+        xmlNewProp(xmlNewChild(root, root->ns, BAD_CAST "namespace", nullptr), BAD_CAST "uri", BAD_CAST "urn:m");
+        xmlNewProp(xmlNewChild(root, root->ns, BAD_CAST "prefix", nullptr), BAD_CAST "value", BAD_CAST "m");
+        xmlNewTextChild(xmlNewChild(root, root->ns, BAD_CAST "description", nullptr), root->ns, BAD_CAST "text",
+                        BAD_CAST text);
+        xmlNewProp(xmlNewChild(root, root->ns, BAD_CAST "must", nullptr), BAD_CAST "condition", BAD_CAST text);
+        std::string yang;
+        ASSERT_EQ(kz::yang::WriteYang(doc.get(), {}, Append, &yang), KZ_OK);
+        std::string error;
+        DocPtr reread(kz::yang::ReadYang(yang.data(), yang.size(), "", {}, &error));
+        ASSERT_NE(reread, nullptr) << error << "\n" << yang;
+        const xmlNode *r = xmlDocGetRootElement(reread.get());
+        const xmlNode *description = r->children->next->next;
+        const xmlNode *must = description->next;
+        ASSERT_TRUE(description != nullptr && must != nullptr) << yang;
+        auto take = [](xmlChar *owned) {
+            std::string value = owned != nullptr ? reinterpret_cast<const char *>(owned) : "(none)";
+            xmlFree(owned);
+            return value;
+        };
+        EXPECT_EQ(take(xmlNodeGetContent(description)), text) << yang;
+        EXPECT_EQ(take(xmlGetProp(must, BAD_CAST "condition")), text) << yang;
+    }
+}
+
 TEST(YangWrite, ModuleLayoutWithTextsAndExtensionInstances)
 {
     const std::string yin =
