@@ -62,6 +62,12 @@ bool InNamespace(const xmlNode *node, const char *uri)
     return node->ns != nullptr && node->ns->href != nullptr && std::strcmp(Str(node->ns->href), uri) == 0;
 }
 
+/* Two elements in one namespace (each may declare it anew). */
+bool SameNamespace(const xmlNode *a, const xmlNode *b)
+{
+    return a->ns != nullptr && b->ns != nullptr && a->ns->href != nullptr && InNamespace(b, Str(a->ns->href));
+}
+
 bool IsYinElement(const xmlNode *node)
 {
     return node->type == XML_ELEMENT_NODE && InNamespace(node, kYinNamespaceUri);
@@ -259,7 +265,7 @@ private:
     {
         if (element) {
             for (const xmlNode *c = elem->children; c != nullptr; c = c->next) {
-                if (c->type == XML_ELEMENT_NODE && c->ns == elem->ns && std::strcmp(Str(c->name), name) == 0) {
+                if (c->type == XML_ELEMENT_NODE && SameNamespace(c, elem) && std::strcmp(Str(c->name), name) == 0) {
                     st->argElement = c;
                     st->arg = TextOf(c);
                     return st->hasArg = true;
@@ -290,7 +296,7 @@ private:
         while (first != nullptr && first->type != XML_ELEMENT_NODE) {
             first = first->next;
         }
-        if (first != nullptr && first->ns == elem->ns && first->properties == nullptr &&
+        if (first != nullptr && SameNamespace(first, elem) && first->properties == nullptr &&
             first->children != nullptr && !HasElementChild(first)) {
             st->argElement = first;
             st->arg = TextOf(first);
