@@ -1,6 +1,8 @@
 /* YIN documents written back as YANG text or as canonical YIN text. */
 #include "yang/kz_yang_write.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <unordered_map>
 #include <unordered_set>
@@ -65,7 +67,7 @@ bool InNamespace(const xmlNode *node, const char *uri)
 /* Two elements in one namespace (each may declare it anew). */
 bool SameNamespace(const xmlNode *a, const xmlNode *b)
 {
-    return a->ns != nullptr && b->ns != nullptr && a->ns->href != nullptr && InNamespace(b, Str(a->ns->href));
+    return a->ns != nullptr && a->ns->href != nullptr && InNamespace(b, Str(a->ns->href));
 }
 
 bool IsYinElement(const xmlNode *node)
