@@ -269,6 +269,7 @@ TEST_F(PrintModuleSource, StatusesOfTheCall)
     ASSERT_EQ(KZ_CTX_LoadModule(ctx, "acme-routing"), KZ_OK);
     ASSERT_EQ(KZ_CTX_LoadMemory(ctx, (kYinOpen + "><namespace uri=\"urn:m\"/><prefix value=\"m\"/></module>").c_str()),
               KZ_OK);
+    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, "module y { namespace urn:y; prefix y; }"), KZ_OK);
     std::string out;
     EXPECT_EQ(KZ_CTX_PrintModuleSource(nullptr, "m", KZ_SRC_FORMAT_YANG, Append, &out), KZ_EINVAL);
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, nullptr, KZ_SRC_FORMAT_YANG, Append, &out), KZ_EINVAL);
@@ -276,6 +277,7 @@ TEST_F(PrintModuleSource, StatusesOfTheCall)
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", 0, Append, &out), KZ_EINVAL);
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "no-such", KZ_SRC_FORMAT_YANG, Append, &out), KZ_ERR);
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, Append, &out), KZ_ENOENT);  // from memory
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "y", KZ_SRC_FORMAT_YIN, Append, &out), KZ_ENOENT);
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "acme-routing", KZ_SRC_FORMAT_YIN, Append, &out), KZ_ENOENT);
     EXPECT_EQ(out, "");
 }

@@ -1,7 +1,8 @@
 /* Writers of a module's YIN document (module or submodule element in the
  * YIN namespace, as the loader walks it): as YANG text, or as canonical YIN.
- * Both keep statements in document order and indent by two spaces; the text
- * goes out through a print callback in chunks. */
+ * Both keep statements in document order and indent by two spaces (comments
+ * are not statements and are left out); the text goes out through a print
+ * callback in chunks. */
 #ifndef KZ_YANG_WRITE_H
 #define KZ_YANG_WRITE_H
 
