@@ -267,6 +267,17 @@ public:
         return mod;
     }
 
+    // Loads every module; false at the first that cannot be loaded.
+    bool load_all(const std::vector<std::string> &names)
+    {
+        for (const auto &name : names) {
+            if (load(name) == nullptr) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     bool enable_features(const std::vector<std::string> &features)
     {
         for (const auto &f : features) {
@@ -460,12 +471,7 @@ int cmd_validate(Session &s, const Options &opt)
         fail_line("validate needs at least one file");
         return kExitUsage;
     }
-    for (const auto &m : modules) {
-        if (s.load(m) == nullptr) {
-            return kExitUsage;
-        }
-    }
-    if (!s.enable_features(opt.features)) {
+    if (!s.load_all(modules) || !s.enable_features(opt.features)) {
         return kExitUsage;
     }
     int status = kExitOk;
@@ -615,10 +621,8 @@ int cmd_convert(Session &s, const Options &opt)
         fail_line("convert needs at least one module");
         return kExitUsage;
     }
-    for (const auto &name : names) {
-        if (s.load(name) == nullptr) {
-            return kExitUsage;
-        }
+    if (!s.load_all(names)) {
+        return kExitUsage;
     }
     for (const auto &name : names) {
         uint32_t rc = KZ_CTX_PrintModuleSource(s.ctx(), name.c_str(), format, write_stdout, nullptr);
