@@ -248,6 +248,8 @@ TEST(YangRead, LoadYangMemory)
     KzCtx *ctx = KZ_CTX_Create(0);
     EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, "module mem { namespace urn:mem; prefix m; leaf l { type int8; } }"), 0u);
     EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/mem:l", nullptr), nullptr);
+    EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, "\xEF\xBB\xBFmodule bom { namespace urn:bom; prefix b; }"), 0u);
+    EXPECT_NE(KZ_CTX_GetModuleByModName(ctx, "bom"), nullptr);
     EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, "module broken {\n  leaf l { type int8; }\n"), 22u);
     EXPECT_EQ(kztest::LoadMessages(ctx, "broken"),
               std::vector<std::string>{"3:1: missing \"}\" for the block of \"module\" opened at line 1"});

@@ -102,7 +102,7 @@ KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const
 KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path);
 /* Reads a module file into its YIN document: YANG text when the path ends in
  * ".yang", YIN otherwise.  A YANG syntax fault is recorded against moduleName
- * as "FILE:LINE:COLUMN: message" and *reported set to 1. */
+ * as "FILE:LINE:COLUMN: message" and *reported (when not NULL) set to 1. */
 KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, const char *moduleName,
                                                  uint32_t *reported);
 /* Builds a module from YANG text in memory; NULL on a syntax fault, which is

@@ -157,6 +157,8 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
 KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, const char *moduleName,
                                                  uint32_t *reported)
 {
+    uint32_t unused = 0;
+    reported = reported != nullptr ? reported : &unused;
     *reported = 0;
     const size_t len = std::strlen(path);
     if (len < 5 || std::strcmp(path + len - 5, ".yang") != 0) {

@@ -562,8 +562,7 @@ KZ_API uint32_t KZS_LOADER_LoadSubModule(KzCtx *ctx, KzMod *mod, const char *sub
         ret = KZ_ENOENT;
     }
     if (ret == KZ_OK) {
-        uint32_t reported = 0;
-        DocGuard doc{KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path->path, mod->name, &reported)};
+        DocGuard doc{KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path->path, mod->name, nullptr)};
         xmlNode *root = doc.doc != nullptr ? xmlDocGetRootElement(doc.doc) : nullptr;
         if (root == nullptr || root->name == nullptr ||
             std::strcmp(reinterpret_cast<const char *>(root->name), "submodule") != 0) {

@@ -114,6 +114,13 @@ void LineAndColumn(const char *text, std::size_t offset, unsigned long *line, un
     *column = c;
 }
 
+Lexer::Lexer(const char *text, std::size_t length) : begin_(text), p_(text), end_(text + length)
+{
+    if (length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) {
+        p_ += 3;
+    }
+}
+
 bool Lexer::Fail(std::size_t offset, std::string message)
 {
     fault_.offset = offset;

@@ -16,7 +16,8 @@ struct LexFault {
 
 class Lexer {
 public:
-    Lexer(const char *text, std::size_t length) : begin_(text), p_(text), end_(text + length) {}
+    /* A UTF-8 byte order mark at the start is passed over. */
+    Lexer(const char *text, std::size_t length);
 
     /* Skips whitespace and comments.  False on an unterminated block comment. */
     bool SkipSeparators();

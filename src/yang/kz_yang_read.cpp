@@ -263,12 +263,6 @@ xmlDoc *Reader::Run()
 
 bool Reader::ParseStatements()
 {
-    static constexpr char kBom[] = "\xEF\xBB\xBF";
-    if (length_ >= 3 && std::memcmp(text_, kBom, 3) == 0) {
-        lex_.Advance();
-        lex_.Advance();
-        lex_.Advance();
-    }
     if (!lex_.SkipSeparators()) {
         return false;
     }
