@@ -35,8 +35,8 @@ uint32_t PrintSource(KzCtx *ctx, const KzMod *mod, uint32_t format, KzPrintOutpu
     if (mod->srcPath == nullptr || mod->mrgSrcCount > 1) {
         return KZ_ENOENT;
     }
-    uint32_t reported = 0; /* no module named: a fault is not recorded against the loaded one */
-    DocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, mod->srcPath, nullptr, &reported));
+    /* No module named: a fault is not recorded against the loaded module. */
+    DocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, mod->srcPath, nullptr, nullptr));
     if (doc == nullptr) {
         return KZ_EINVAL;
     }
