@@ -187,7 +187,7 @@ TEST(YangWrite, CanonicalYinIsStable)
 {
     const std::string yin = "<?xml version=\"1.0\"?>\n" + kYinOpen +
                             ">\n\n   <must condition=\"a &lt; 1&#10;and b\">  <error-message><value>x &amp; y\n"
-                            "  z</value></error-message></must><m:empty/><description><text>  </text></description>"
+                            "  z</value></error-message></must><m:empty><!-- c --></m:empty><description><text>  </text></description>"
                             "</module>";
     Written w = AsYin(yin);
     ASSERT_EQ(w.status, KZ_OK);

@@ -451,10 +451,13 @@ void PutQName(Sink &sink, const xmlNs *ns, const xmlChar *name)
     sink.Put(Str(name));
 }
 
-bool HasNonBlankText(const xmlNode *node)
+/* Whether the node has a text child that is not empty (with blankCounts)
+ * or holds more than white space. */
+bool HasText(const xmlNode *node, bool blankCounts)
 {
     for (const xmlNode *c = node->children; c != nullptr; c = c->next) {
-        if (IsTextNode(c) && c->content != nullptr && Str(c->content)[std::strspn(Str(c->content), " \t\r\n")] != 0) {
+        const char *text = IsTextNode(c) && c->content != nullptr ? Str(c->content) : "";
+        if (text[blankCounts ? 0 : std::strspn(text, " \t\r\n")] != '\0') {
             return true;
         }
     }
@@ -497,8 +500,8 @@ uint32_t PutElement(Sink &sink, const xmlNode *elem, unsigned depth, bool pretty
     }
     PutStartTag(sink, elem);
     const bool elements = HasElementChild(elem);
-    const bool text = HasNonBlankText(elem);
-    if (!elements && !text && elem->children == nullptr) {
+    const bool text = HasText(elem, false);
+    if (!elements && !HasText(elem, true)) {
         sink.Put(pretty ? "/>\n" : "/>");
         return KZ_OK;
     }
