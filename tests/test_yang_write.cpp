@@ -222,6 +222,13 @@ TEST(YangWrite, OddDocumentsAreRefusedOrWrittenAsTheyStand)
          "submodule {\n  leaf;\n  description;\n  text;\n}\n"},
         {"<module xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"><q:x xmlns:q=\"urn:q\" a=\"1\"/></module>", KZ_OK,
          "module {\n  q:x 1;\n}\n"},
+        // A submodule's own extension, found through its belongs-to prefix; the argument element comes second.
+        {"<submodule xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:p=\"urn:p\"><belongs-to module=\"m\">"
+         "<prefix value=\"p\"/></belongs-to><extension name=\"e\"><argument name=\"a\"><yin-element value=\"true\"/>"
+         "</argument></extension><p:e><p:z/><p:a>x</p:a></p:e></submodule>",
+         KZ_OK,
+         "submodule {\n  belongs-to m {\n    prefix p;\n  }\n\n  extension e {\n    argument a {\n"
+         "      yin-element true;\n    }\n  }\n\n  p:e x {\n    p:z;\n  }\n}\n"},
         {"<module xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"><x xmlns=\"urn:q\"/></module>", KZ_EINVAL, ""},
         {"<module xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"><x xmlns=\"\"/></module>", KZ_EINVAL, ""},
     };

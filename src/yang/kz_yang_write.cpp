@@ -105,8 +105,9 @@ bool IsTextNode(const xmlNode *node)
     return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
 }
 
-/* The text children of a node (or an attribute), joined. */
-std::string TextOf(const xmlNode *node)
+/* The text children of an element or an attribute, joined. */
+template <typename Node>
+std::string TextOf(const Node *node)
 {
     std::string text;
     for (const xmlNode *c = node->children; c != nullptr; c = c->next) {
@@ -211,23 +212,28 @@ private:
                 prefixes.insert(p);
             }
         };
-        add(ChildArgument(root_, "prefix", "value"));
         const xmlNode *belongsTo = FirstYinChild(root_, "belongs-to");
-        if (belongsTo != nullptr) {
-            add(ChildArgument(belongsTo, "prefix", "value"));
-        }
+        const char *own = ChildArgument(belongsTo != nullptr ? belongsTo : root_, "prefix", "value");
+        add(own);
         for (const xmlNode *c = root_->children; c != nullptr; c = c->next) {
             if (IsYinElement(c, "import")) {
                 add(ChildArgument(c, "prefix", "value"));
             }
         }
         for (const xmlNs *ns = root_->nsDef; ns != nullptr; ns = ns->next) {
-            if (ns->prefix != nullptr && ns->href != nullptr && prefixes.count(Str(ns->prefix)) != 0) {
-                prefixByUri_.emplace(Str(ns->href), Str(ns->prefix));
+            if (ns->prefix == nullptr || ns->href == nullptr || prefixes.count(Str(ns->prefix)) == 0) {
+                continue;
+            }
+            prefixByUri_.emplace(Str(ns->href), Str(ns->prefix));
+            /* The own prefix's namespace (a submodule has no namespace statement). */
+            if (own != nullptr && std::strcmp(own, Str(ns->prefix)) == 0) {
+                ownUri_ = Str(ns->href);
             }
         }
-        const char *own = ChildArgument(root_, "namespace", "uri");
-        ownUri_ = own != nullptr ? own : "";
+        const char *declared = ChildArgument(root_, "namespace", "uri");
+        if (ownUri_.empty() && declared != nullptr) {
+            ownUri_ = declared;
+        }
     }
 
     void CollectOwnExtensions()
@@ -241,11 +247,11 @@ private:
             const xmlNode *argument = FirstYinChild(c, "argument");
             const xmlAttr *argName = argument != nullptr ? FindAttribute(argument, "name") : nullptr;
             if (argName != nullptr) {
-                form.argName = TextOf(reinterpret_cast<const xmlNode *>(argName));
+                form.argName = TextOf(argName);
                 const char *yinElement = ChildArgument(argument, "yin-element", "value");
                 form.yinElement = yinElement != nullptr && std::strcmp(yinElement, "true") == 0;
             }
-            ownExtensions_.emplace(TextOf(reinterpret_cast<const xmlNode *>(name)), form);
+            ownExtensions_.emplace(TextOf(name), form);
         }
     }
 
@@ -277,7 +283,7 @@ private:
         }
         const xmlAttr *a = FindAttribute(elem, name);
         if (a != nullptr) {
-            st->arg = TextOf(reinterpret_cast<const xmlNode *>(a));
+            st->arg = TextOf(a);
             st->hasArg = true;
         }
         return st->hasArg;
@@ -289,7 +295,7 @@ private:
     {
         for (const xmlAttr *a = elem->properties; a != nullptr; a = a->next) {
             if (a->ns == nullptr) {
-                st->arg = TextOf(reinterpret_cast<const xmlNode *>(a));
+                st->arg = TextOf(a);
                 st->hasArg = true;
                 return;
             }
@@ -472,7 +478,7 @@ void PutStartTag(Sink &sink, const xmlNode *elem)
         sink.Put(' ');
         PutQName(sink, a->ns, a->name);
         sink.Put("=\"");
-        PutEscaped(sink, TextOf(reinterpret_cast<const xmlNode *>(a)), true);
+        PutEscaped(sink, TextOf(a), true);
         sink.Put('"');
     }
     for (const xmlNs *ns = elem->nsDef; ns != nullptr; ns = ns->next) {
