@@ -1,19 +1,13 @@
 /* A loaded module's source written back as YANG or YIN text.  The parsed
  * document is not kept with the module (it would cost far more than the
  * schema built from it): the file the module was read from is read again. */
-#include <cstring>
-#include <memory>
 #include <new>
 
 #include "loader/kzs_loader.h"
+#include "runtime/kz_xml.h"
 #include "yang/kz_yang_write.h"
 
 namespace {
-
-struct DocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
 /* Extension definitions of the modules loaded in the context. */
 kz::yang::ExtensionArgLookup ContextExtensions(KzCtx *ctx)
@@ -36,7 +30,7 @@ uint32_t PrintSource(KzCtx *ctx, const KzMod *mod, uint32_t format, KzPrintOutpu
         return KZ_ENOENT;
     }
     /* No module named: a fault is not recorded against the loaded module. */
-    DocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, mod->srcPath, nullptr, nullptr));
+    kz::XmlDocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, mod->srcPath, nullptr, nullptr));
     if (doc == nullptr) {
         return KZ_EINVAL;
     }
