@@ -73,6 +73,12 @@ int main(int argc, char **argv)
     /* The text tree of a module. */
     KZ_MOD_PrintModelTree(KZ_CTX_GetModuleByModName(ctx, "acme-maintenance"), print_chunk, NULL);
 
+    /* The file a module was read from, written as YANG (or YIN: KZ_SRC_FORMAT_YIN). */
+    if (KZ_CTX_PrintModuleSource(ctx, "acme-maintenance", KZ_SRC_FORMAT_YANG, print_chunk, NULL) != KZ_OK) {
+        KZ_CTX_Delete(ctx);
+        return 1;
+    }
+
     /* Validate a request; the error record belongs to the caller. */
     const char *request = "<restart xmlns=\"urn:acme:params:xml:ns:yang:acme-system\"><delay>7200</delay>"
                           "<reason>upgrade</reason></restart>";

@@ -1,8 +1,10 @@
-// Loads an arbitrary YIN text into a fresh context, prints what loaded and
-// tears everything down: any crash, leak or sanitizer report is a finding.
+// Writes an arbitrary YIN text back as YANG and YIN, loads it into a fresh
+// context, prints what loaded and tears everything down: any crash, leak or
+// sanitizer report is a finding.
 #include <libxml/parser.h>
 
 #include "fuzz_module.h"
+#include "yang/kz_yang_write.h"
 
 namespace {
 
@@ -23,6 +25,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     kzfuzz::SilenceLibxml();
     std::string text = kzfuzz::AsText(data, size);
+    xmlDoc *doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                                XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    if (doc != nullptr) {
+        kz::yang::WriteYang(doc, {}, Discard, nullptr);
+        kz::yang::WriteYin(doc, Discard, nullptr);
+        xmlFreeDoc(doc);
+    }
     // Option bits: keep descriptions and units so those paths run too.
     KzCtx *ctx = KZ_CTX_Create(0x2u | 0x8u);
     if (ctx == nullptr) {

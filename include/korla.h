@@ -443,6 +443,24 @@ KZ_API uint32_t KZ_MOD_PrintModelTree(KzMod *mod, KzPrintOutputCb output, void *
 /* Prints the branch from the module header through the node's ancestors down to its subtree. */
 KZ_API uint32_t KZ_NODE_PrintNodesTree(KzsNode *node, KzPrintOutputCb output, void *arg);
 
+/* ==== Module source writer ==== */
+#define KZ_SRC_FORMAT_YANG 1u /* RFC 7950 YANG text */
+#define KZ_SRC_FORMAT_YIN  2u /* YIN, RFC 7950 section 13 */
+/* Writes the source of a loaded module through output in the form format
+ * asks for, whether its file is .yang or .yin: statements in source order,
+ * two spaces per level; YANG arguments quoted only where needed, multi-line
+ * texts indented under their statement; YIN one element per line.  Writing
+ * YANG and reading it back gives the same YIN text.
+ * The parsed source is not kept with the module (it would cost more than the
+ * schema): the file the module was loaded from is read again, so the text is
+ * that file as it is now.  A module loaded from memory text (KZ_CTX_LoadMemory,
+ * KZ_CTX_LoadYangMemory), or merged from several files (name@@suffix), has no
+ * source file to read: 2.  22 for a null argument or an unknown format, 1 when
+ * the module is not loaded or output fails, 12 out of memory; 22 also when
+ * the file no longer holds a readable module. */
+KZ_API uint32_t KZ_CTX_PrintModuleSource(KzCtx *ctx, const char *moduleName, uint32_t format,
+                                         KzPrintOutputCb output, void *arg);
+
 #ifdef __cplusplus
 }
 #endif

@@ -119,6 +119,22 @@ TEST(ToolCli, ValueNamesTheMatchedTypedefOrTheFailedCheck)
     EXPECT_EQ(bad.out, "invalid: range check failed (status 28680)\n");
 }
 
+TEST(ToolCli, ConvertPrintsModulesAsYangOrYin)
+{
+    ToolRun yang = korla(kDirs + "convert acme-system");
+    EXPECT_EQ(yang.status, 0) << yang.out;
+    EXPECT_EQ(yang.out.rfind("module acme-system {\n  yang-version 1.1;\n  namespace urn:acme:params:xml:ns:yang:acme-system;\n", 0),
+              0u) << yang.out;
+
+    ToolRun yin = korla(kDirs + "convert -f yin acme-system acme-system-ext");
+    EXPECT_EQ(yin.status, 0) << yin.out;
+    EXPECT_TRUE(has(yin, "\n<module name=\"acme-system-ext\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"")) << yin.out;
+
+    ToolRun merged = korla(kDirs + "convert acme-routing");
+    EXPECT_EQ(merged.status, 1);
+    EXPECT_EQ(merged.out, "korla: no single source file for module: acme-routing\n");
+}
+
 TEST(ToolCli, BadInvocationsFailWithOneLine)
 {
     struct Case {
@@ -129,6 +145,9 @@ TEST(ToolCli, BadInvocationsFailWithOneLine)
         {kDirs + "validate -m acme-system /no/such/file.xml", "korla: cannot read file: /no/such/file.xml\n"},
         {"frobnicate", "korla: unknown command: frobnicate\n"},
         {kDirs + "value acme-system /acme-system:system/nothing 1", "korla: no leaf at path: /acme-system:system/nothing\n"},
+        {kDirs + "convert -f json acme-system", "korla: option -f needs yang or yin\n"},
+        {kDirs + "convert", "korla: convert needs at least one module\n"},
+        {kDirs + "convert no-such-module", "korla: unknown module: no-such-module\n"},
     };
     for (const auto &c : cases) {
         ToolRun r = korla(c.args);
@@ -136,7 +155,7 @@ TEST(ToolCli, BadInvocationsFailWithOneLine)
         EXPECT_EQ(r.out, c.message) << c.args;
     }
     EXPECT_EQ(korla("--version").out, "korla 0.1.0\n");
-    for (const char *cmd : {"tree", "check", "validate", "value"}) {
+    for (const char *cmd : {"tree", "check", "validate", "value", "convert"}) {
         ToolRun help = korla(std::string(cmd) + " --help");
         EXPECT_EQ(help.status, 0);
         EXPECT_TRUE(has(help, std::string("usage: korla"))) << cmd;

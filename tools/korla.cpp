@@ -4,6 +4,7 @@
 //   korla [-p DIR]... check MODULE...
 //   korla [-p DIR]... validate [--notification] [-m MODULE]... FILE...
 //   korla [-p DIR]... value MODULE PATH VALUE
+//   korla [-p DIR]... convert [-f yang|yin] MODULE...
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <sys/stat.h>
@@ -33,6 +34,8 @@ constexpr const char *kUsage =
     "  validate [--notification] [-m MODULE]... FILE...\n"
     "                                 validate rpc/action requests (or notifications)\n"
     "  value MODULE PATH VALUE        check one value against a leaf's type\n"
+    "  convert [-f yang|yin] MODULE...\n"
+    "                                 print the source of modules as YANG or YIN\n"
     "\n"
     "options:\n"
     "  -p DIR                 add a module search directory (repeatable)\n"
@@ -55,6 +58,9 @@ constexpr const char *kCommandHelp[][2] = {
     {"value", "usage: korla [-p DIR]... [--format text|json] value MODULE PATH VALUE\n"
               "Checks VALUE against the type of the leaf at PATH (\"/module:node/child\" or a\n"
               "prefixed path) and names the matched union member or typedef.\n"},
+    {"convert", "usage: korla [-p DIR]... convert [-f yang|yin] MODULE...\n"
+                "Loads each module (with its imports) and prints the file it was read from\n"
+                "as YANG (the default) or as YIN, in canonical layout.\n"},
 };
 
 constexpr const char *kTagNames[] = {
@@ -261,6 +267,17 @@ public:
         return mod;
     }
 
+    // Loads every module; false at the first that cannot be loaded.
+    bool load_all(const std::vector<std::string> &names)
+    {
+        for (const auto &name : names) {
+            if (load(name) == nullptr) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     bool enable_features(const std::vector<std::string> &features)
     {
         for (const auto &f : features) {
@@ -454,12 +471,7 @@ int cmd_validate(Session &s, const Options &opt)
         fail_line("validate needs at least one file");
         return kExitUsage;
     }
-    for (const auto &m : modules) {
-        if (s.load(m) == nullptr) {
-            return kExitUsage;
-        }
-    }
-    if (!s.enable_features(opt.features)) {
+    if (!s.load_all(modules) || !s.enable_features(opt.features)) {
         return kExitUsage;
     }
     int status = kExitOk;
@@ -585,6 +597,44 @@ int cmd_value(Session &s, const Options &opt)
     return rc == KZ_OK ? kExitOk : kExitInvalid;
 }
 
+int cmd_convert(Session &s, const Options &opt)
+{
+    uint32_t format = KZ_SRC_FORMAT_YANG;
+    std::vector<std::string> names;
+    for (size_t i = 0; i < opt.args.size(); ++i) {
+        const std::string &a = opt.args[i];
+        if (a == "-f") {
+            const std::string v = i + 1 < opt.args.size() ? opt.args[++i] : "";
+            if (v != "yang" && v != "yin") {
+                fail_line("option -f needs yang or yin");
+                return kExitUsage;
+            }
+            format = v == "yin" ? KZ_SRC_FORMAT_YIN : KZ_SRC_FORMAT_YANG;
+        } else if (!a.empty() && a[0] == '-') {
+            fail_line("unknown option: " + a);
+            return kExitUsage;
+        } else {
+            names.push_back(a);
+        }
+    }
+    if (names.empty()) {
+        fail_line("convert needs at least one module");
+        return kExitUsage;
+    }
+    if (!s.load_all(names)) {
+        return kExitUsage;
+    }
+    for (const auto &name : names) {
+        uint32_t rc = KZ_CTX_PrintModuleSource(s.ctx(), name.c_str(), format, write_stdout, nullptr);
+        if (rc != KZ_OK) {
+            fail_line(rc == KZ_ENOENT ? "no single source file for module: " + name
+                                      : "cannot print the source of module: " + name);
+            return kExitInvalid;
+        }
+    }
+    return kExitOk;
+}
+
 const char *command_help(const std::string &cmd)
 {
     for (const auto &h : kCommandHelp) {
@@ -638,6 +688,9 @@ int main(int argc, char **argv)
     }
     if (opt.command == "validate") {
         return cmd_validate(session, opt);
+    }
+    if (opt.command == "convert") {
+        return cmd_convert(session, opt);
     }
     return cmd_value(session, opt);
 }

@@ -5,13 +5,11 @@
 #include <memory>
 
 #include "data/kzd_internal.h"
+#include "runtime/kz_xml.h"
 
 namespace {
 
-struct DocFree {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+using DocPtr = kz::XmlDocPtr;
 
 /* Blank text nodes are dropped, as the structure pass expects element-only content. No
  * network access, no entity substitution and no parser chatter on stderr for documents that

@@ -43,13 +43,15 @@ using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
  * rather than the parser's global defaults: nothing shared is changed, and
- * element names come from the parser dictionary instead of a copy per node. */
+ * element names come from the parser dictionary instead of a copy per node.
+ * A malformed file is reported through the diagnostics, never on stderr. */
 xmlDoc *ParseXmlBuffer(const char *buf, size_t size)
 {
     if (size > static_cast<size_t>(INT_MAX)) {
         return nullptr;
     }
-    return xmlReadMemory(buf, static_cast<int>(size), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    return xmlReadMemory(buf, static_cast<int>(size), nullptr, nullptr,
+                         XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
 }
 
 /* A module that failed to be registered is either still in the registry (a
@@ -262,6 +264,7 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByPath(KzCtx *ctx, const char *path, const 
             return ret;
         }
     } else {
+        mod->srcPath = KZ_DICT_Insert(&ctx->dict, path); /* null only costs printing the source */
         *buildingInOut = mod;
     }
     KZ_CTX_ClearCurYinFile(ctx);

@@ -47,6 +47,7 @@ void KZS_MOD_DestroyNonNodeMember(KzMod *mod)
     DictDrop(dict, mod->revision);
     DictDrop(dict, mod->semVer);
     DictDrop(dict, mod->organization);
+    DictDrop(dict, mod->srcPath);
 
     FreeArrayAndClear(dict, mod->imports, mod->importCount, KZS_MOD_FreeImports);
     FreeArrayAndClear(dict, mod->includes, mod->includeCount, KZS_MOD_FreeIncludes);

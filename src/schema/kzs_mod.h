@@ -114,6 +114,7 @@ struct KzMod {
     uint16_t mrgSrcCount;
     const char **mrgSrcs;
     void *priv;
+    const char *srcPath; /* interned path of the file the module was read from; null from memory */
 };
 
 /* Semantic versions are kept to this many characters. */
