@@ -1,15 +1,12 @@
 /* The keyword table of RFC 7950 section 13.1. */
 #include "yang/kz_yang_keyword.h"
 
-#include <algorithm>
 #include <cstring>
-#include <iterator>
 
 namespace kz::yang {
-namespace {
 
 /* In strcmp order, for the binary search. */
-constexpr KeywordArgForm kForms[] = {
+const KeywordArgForm kKeywordForms[] = {
     {"action", "name", false},           {"anydata", "name", false},
     {"anyxml", "name", false},           {"argument", "name", false},
     {"augment", "target-node", false},   {"base", "name", false},
@@ -46,18 +43,38 @@ constexpr KeywordArgForm kForms[] = {
     {"yang-version", "value", false},    {"yin-element", "value", false},
 };
 
-} /* namespace */
+static_assert(sizeof(kKeywordForms) / sizeof(kKeywordForms[0]) == kKeywordCount, "keyword table size");
+
+std::size_t FindKeywordIndex(const char *text, std::size_t len)
+{
+    std::size_t lo = 0;
+    std::size_t hi = kKeywordCount;
+    while (lo < hi) {
+        const std::size_t mid = (lo + hi) / 2;
+        const char *kw = kKeywordForms[mid].keyword;
+        int cmp = std::strncmp(kw, text, len);
+        if (cmp == 0 && kw[len] != '\0') {
+            cmp = 1;
+        }
+        if (cmp == 0) {
+            return mid;
+        }
+        if (cmp < 0) {
+            lo = mid + 1;
+        } else {
+            hi = mid;
+        }
+    }
+    return kKeywordCount;
+}
 
 const KeywordArgForm *FindKeywordArgForm(const char *keyword)
 {
     if (keyword == nullptr) {
         return nullptr;
     }
-    const auto *end = std::end(kForms);
-    const auto *it = std::lower_bound(std::begin(kForms), end, keyword, [](const KeywordArgForm &f, const char *k) {
-        return std::strcmp(f.keyword, k) < 0;
-    });
-    return it != end && std::strcmp(it->keyword, keyword) == 0 ? it : nullptr;
+    const std::size_t i = FindKeywordIndex(keyword, std::strlen(keyword));
+    return i != kKeywordCount ? &kKeywordForms[i] : nullptr;
 }
 
 } /* namespace kz::yang */

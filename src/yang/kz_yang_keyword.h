@@ -3,6 +3,8 @@
 #ifndef KZ_YANG_KEYWORD_H
 #define KZ_YANG_KEYWORD_H
 
+#include <cstddef>
+
 namespace kz::yang {
 
 constexpr const char *kYinNamespaceUri = "urn:ietf:params:xml:ns:yang:yin:1";
@@ -14,6 +16,13 @@ struct KeywordArgForm {
     const char *arg;
     bool element;
 };
+
+/* Every RFC 7950 keyword, in strcmp order; kKeywordCount is its size. */
+extern const KeywordArgForm kKeywordForms[];
+constexpr std::size_t kKeywordCount = 68;
+
+/* Index of the keyword text[0..len) in kKeywordForms, or kKeywordCount. */
+std::size_t FindKeywordIndex(const char *text, std::size_t len);
 
 /* The form of a keyword, or nullptr for a word RFC 7950 does not define. */
 const KeywordArgForm *FindKeywordArgForm(const char *keyword);

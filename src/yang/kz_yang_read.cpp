@@ -15,85 +15,15 @@
 #include <libxml/parser.h>
 
 #include "runtime/kz_xml.h"
+#include "yang/kz_yang_keyword.h"
 #include "yang/kz_yang_lex.h"
 
 namespace kz::yang {
 namespace {
 
-constexpr const char *kYinNamespace = "urn:ietf:params:xml:ns:yang:yin:1";
 /* Namespace given to an import whose module cannot be found, so that its
  * prefix still reaches the loader. */
 constexpr const char *kUnresolvedNamespace = "urn:korla:unresolved-module:";
-
-/* A keyword and the YIN form of its argument (arg nullptr: takes none). */
-struct KeywordForm {
-    const char *keyword;
-    const char *arg;
-    bool element;
-};
-
-/* Every RFC 7950 keyword, in strcmp order for the binary search. */
-constexpr KeywordForm kKeywords[] = {
-    {"action", "name", false},          {"anydata", "name", false},
-    {"anyxml", "name", false},          {"argument", "name", false},
-    {"augment", "target-node", false},  {"base", "name", false},
-    {"belongs-to", "module", false},    {"bit", "name", false},
-    {"case", "name", false},            {"choice", "name", false},
-    {"config", "value", false},         {"contact", "text", true},
-    {"container", "name", false},       {"default", "value", false},
-    {"description", "text", true},      {"deviate", "value", false},
-    {"deviation", "target-node", false}, {"enum", "name", false},
-    {"error-app-tag", "value", false},  {"error-message", "value", true},
-    {"extension", "name", false},       {"feature", "name", false},
-    {"fraction-digits", "value", false}, {"grouping", "name", false},
-    {"identity", "name", false},        {"if-feature", "name", false},
-    {"import", "module", false},        {"include", "module", false},
-    {"input", nullptr, false},          {"key", "value", false},
-    {"leaf", "name", false},            {"leaf-list", "name", false},
-    {"length", "value", false},         {"list", "name", false},
-    {"mandatory", "value", false},      {"max-elements", "value", false},
-    {"min-elements", "value", false},   {"modifier", "value", false},
-    {"module", "name", false},          {"must", "condition", false},
-    {"namespace", "uri", false},        {"notification", "name", false},
-    {"ordered-by", "value", false},     {"organization", "text", true},
-    {"output", nullptr, false},         {"path", "value", false},
-    {"pattern", "value", false},        {"position", "value", false},
-    {"prefix", "value", false},         {"presence", "value", false},
-    {"range", "value", false},          {"reference", "text", true},
-    {"refine", "target-node", false},   {"require-instance", "value", false},
-    {"revision", "date", false},        {"revision-date", "date", false},
-    {"rpc", "name", false},             {"status", "value", false},
-    {"submodule", "name", false},       {"type", "name", false},
-    {"typedef", "name", false},         {"unique", "tag", false},
-    {"units", "name", false},           {"uses", "name", false},
-    {"value", "value", false},          {"when", "condition", false},
-    {"yang-version", "value", false},   {"yin-element", "value", false},
-};
-constexpr std::size_t kKeywordCount = sizeof(kKeywords) / sizeof(kKeywords[0]);
-
-/* Index of a keyword in kKeywords, or kKeywordCount. */
-std::size_t FindKeyword(const char *text, std::size_t len)
-{
-    std::size_t lo = 0;
-    std::size_t hi = kKeywordCount;
-    while (lo < hi) {
-        const std::size_t mid = (lo + hi) / 2;
-        const char *kw = kKeywords[mid].keyword;
-        int cmp = std::strncmp(kw, text, len);
-        if (cmp == 0 && kw[len] != '\0') {
-            cmp = 1;
-        }
-        if (cmp == 0) {
-            return mid;
-        }
-        if (cmp < 0) {
-            lo = mid + 1;
-        } else {
-            hi = mid;
-        }
-    }
-    return kKeywordCount;
-}
 
 /* RFC 7950 identifier: a letter or '_', then letters, digits, '_', '-', '.'. */
 bool IsIdentifier(const char *s, std::size_t len)
@@ -122,7 +52,7 @@ const xmlChar *XStr(const char *s)
 bool IsYinElement(const xmlNode *node, const char *name)
 {
     return node->type == XML_ELEMENT_NODE && node->ns != nullptr && node->ns->href != nullptr &&
-           std::strcmp(Str(node->ns->href), kYinNamespace) == 0 && std::strcmp(Str(node->name), name) == 0;
+           std::strcmp(Str(node->ns->href), kYinNamespaceUri) == 0 && std::strcmp(Str(node->name), name) == 0;
 }
 
 xmlNode *FirstYinChild(const xmlNode *node, const char *name)
@@ -355,7 +285,7 @@ bool Reader::ParseStatement()
     }
     std::size_t keyword = kKeywordCount;
     if (colon == 0) {
-        keyword = FindKeyword(kw, len);
+        keyword = FindKeywordIndex(kw, len);
         if (keyword == kKeywordCount) {
             return Fail(offset, "unknown keyword \"" + std::string(kw, len) + "\"");
         }
@@ -363,7 +293,7 @@ bool Reader::ParseStatement()
         return Fail(offset, "invalid extension keyword \"" + std::string(kw, len) + "\"");
     }
     const bool isRoot = xmlDocGetRootElement(doc_.get()) == nullptr;
-    if (isRoot && keyword != FindKeyword("module", 6) && keyword != FindKeyword("submodule", 9)) {
+    if (isRoot && keyword != FindKeywordIndex("module", 6) && keyword != FindKeywordIndex("submodule", 9)) {
         return Fail(offset, "a module or submodule statement expected");
     }
     if (open_.size() >= kMaxNestingDepth) {
@@ -380,7 +310,7 @@ bool Reader::ParseStatement()
     if (!lex_.SkipSeparators()) {
         return false;
     }
-    const KeywordForm *form = keyword != kKeywordCount ? &kKeywords[keyword] : nullptr;
+    const KeywordArgForm *form = keyword != kKeywordCount ? &kKeywordForms[keyword] : nullptr;
     if (form != nullptr && form->arg != nullptr && !hasArg) {
         return Fail(lex_.Offset(), "missing argument of \"" + std::string(kw, len) + "\"");
     }
@@ -419,7 +349,7 @@ xmlNode *Reader::NewStatementNode(std::size_t keyword, const char *kw, std::size
         node = xmlNewDocNode(doc, nullptr, XStr(local.c_str()), nullptr);
     } else {
         if (names_[keyword] == nullptr) {
-            names_[keyword] = xmlDictLookup(doc->dict, XStr(kKeywords[keyword].keyword), -1);
+            names_[keyword] = xmlDictLookup(doc->dict, XStr(kKeywordForms[keyword].keyword), -1);
             if (names_[keyword] == nullptr) {
                 return nullptr;
             }
@@ -431,7 +361,7 @@ xmlNode *Reader::NewStatementNode(std::size_t keyword, const char *kw, std::size
     }
     if (open_.empty()) {
         xmlDocSetRootElement(doc, node);
-        yin_ = xmlNewNs(node, XStr(kYinNamespace), nullptr);
+        yin_ = xmlNewNs(node, XStr(kYinNamespaceUri), nullptr);
         if (yin_ == nullptr) {
             return nullptr;
         }
