@@ -14,6 +14,7 @@
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
 #include "runtime/kz_diag.h"
+#include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_type.h"
@@ -152,7 +153,8 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     }
     try {
         std::string error;
-        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error);
+        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
+                                                kz::runtime::DirCacheOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
         }

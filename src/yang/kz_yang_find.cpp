@@ -1,11 +1,11 @@
 /* Locating a module's YANG file in the search directories. */
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "runtime/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
 namespace kz::yang {
@@ -31,15 +31,16 @@ bool IsRevisionTail(const char *tail)
 }
 
 /* The newest name@REVISION.yang in one directory, or "". */
-std::string NewestRevisionFile(const std::string &dir, const std::string &name)
+std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings)
 {
-    DIR *d = opendir(dir.c_str());
-    if (d == nullptr) {
+    std::vector<std::string> scratch;
+    const std::vector<std::string> *names = kz::runtime::ListAtNames(listings, dir, &scratch);
+    if (names == nullptr) {
         return {};
     }
     std::string best;
-    for (struct dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
-        const char *file = ent->d_name;
+    for (const std::string &entry : *names) {
+        const char *file = entry.c_str();
         if (std::strncmp(file, name.c_str(), name.size()) != 0 || file[name.size()] != '@' ||
             !IsRevisionTail(file + name.size() + 1)) {
             continue;
@@ -49,13 +50,12 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name)
             best = file;
         }
     }
-    closedir(d);
     return best.empty() ? best : dir + "/" + best;
 }
 
 } /* namespace */
 
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name)
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings)
 {
     if (name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return {};
@@ -65,7 +65,7 @@ std::string FindYangFile(const std::vector<std::string> &dirs, const char *name)
         if (IsRegularFile(plain)) {
             return plain;
         }
-        std::string newest = NewestRevisionFile(dir, name);
+        std::string newest = NewestRevisionFile(dir, name, listings);
         if (!newest.empty()) {
             return newest;
         }

@@ -238,8 +238,10 @@ struct PendingExtension {
 
 class Reader {
 public:
-    Reader(const char *text, std::size_t length, const std::vector<std::string> &dirs, bool resolveImports)
-        : text_(text), length_(length), lex_(text, length), dirs_(dirs), resolveImports_(resolveImports)
+    Reader(const char *text, std::size_t length, const std::vector<std::string> &dirs, KzDirCache *listings,
+           bool resolveImports)
+        : text_(text), length_(length), lex_(text, length), dirs_(dirs), listings_(listings),
+          resolveImports_(resolveImports)
     {
     }
 
@@ -269,6 +271,7 @@ private:
     std::size_t length_;
     Lexer lex_;
     const std::vector<std::string> &dirs_;
+    KzDirCache *listings_;
     bool resolveImports_;
     LexFault fault_;
     DocPtr doc_;
@@ -485,7 +488,7 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
         }
     }
     if (doc == nullptr) {
-        const std::string path = FindYangFile(dirs_, name.c_str());
+        const std::string path = FindYangFile(dirs_, name.c_str(), listings_);
         if (path.empty() || !ReadWholeFile(path.c_str(), &text)) {
             return nullptr;
         }
@@ -495,7 +498,7 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
             return info.ns.empty() ? nullptr : &info;
         }
         /* Only its own statements are needed: its imports are not followed. */
-        doc.reset(Reader(text.data(), text.size(), dirs_, false).Run());
+        doc.reset(Reader(text.data(), text.size(), dirs_, listings_, false).Run());
     }
     const xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (root != nullptr) {
@@ -590,10 +593,10 @@ bool Reader::ResolvePrefixes()
 } /* namespace */
 
 xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName, const std::vector<std::string> &dirs,
-                   std::string *error)
+                   std::string *error, KzDirCache *listings)
 {
     try {
-        Reader reader(text, length, dirs, true);
+        Reader reader(text, length, dirs, listings, true);
         xmlDoc *doc = reader.Run();
         if (doc == nullptr && error != nullptr) {
             unsigned long line = 0;
