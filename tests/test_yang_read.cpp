@@ -5,6 +5,9 @@
 
 #include <libxml/tree.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -240,6 +243,22 @@ TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
     const auto messages = kztest::LoadMessages(ctx, "bad");
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0], dir.File("bad.yang") + ":2:24: missing \";\" or \"{\" after \"type\"");
+    KZ_CTX_Delete(ctx);
+}
+
+TEST(YangRead, AFileAddedAfterALoadIsFoundByTheNext)
+{
+    ScratchDir dir;
+    dir.Write("a@2020-01-01.yang", "module a { namespace urn:a; prefix a; leaf x { type string; } }\n");
+    // A directory unchanged for long: its listing is kept for the next search.
+    const timespec old[2] = {{0, UTIME_OMIT}, {1000000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.Path().c_str(), old, 0), 0);
+    KzCtx *ctx = KZ_CTX_Create(0);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dir.Path().c_str()), 0u);
+    EXPECT_EQ(KZ_CTX_LoadModule(ctx, "a"), 0u);
+    dir.Write("b@2021-01-01.yang", "module b { namespace urn:b; prefix b; leaf y { type string; } }\n");
+    EXPECT_EQ(KZ_CTX_LoadModule(ctx, "b"), 0u);
+    EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/b:y", nullptr), nullptr);
     KZ_CTX_Delete(ctx);
 }
 

@@ -23,9 +23,10 @@ struct KzDirCache {
 namespace kz::runtime {
 namespace {
 
-/* A listing taken less than this long after the directory last changed is not
- * kept: file times advance in coarse ticks, so a later change could carry the
- * same time. */
+/* A listing taken less than this long after the directory's entries last
+ * changed is not kept: file times advance in coarse ticks, so a later change
+ * could carry the same time.  Any later change of entries moves the
+ * modification time to the present, away from an older one. */
 constexpr time_t kSettleSeconds = 2;
 
 bool SameTime(const timespec &a, const timespec &b)
@@ -72,8 +73,7 @@ const std::vector<std::string> *ListAtNames(KzDirCache *cache, const std::string
     }
     timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
-    const time_t newest = st.st_mtim.tv_sec > st.st_ctim.tv_sec ? st.st_mtim.tv_sec : st.st_ctim.tv_sec;
-    if (now.tv_sec - newest < kSettleSeconds) {
+    if (now.tv_sec - st.st_mtim.tv_sec < kSettleSeconds) {
         return scratch;
     }
     KzDirCache::Listing &l = cache->dirs[dir];
