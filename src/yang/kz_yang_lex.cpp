@@ -73,6 +73,27 @@ std::size_t Utf8Length(const unsigned char *p, const unsigned char *end)
     return len;
 }
 
+/* Past the leading eight-byte blocks of [p, end) that hold none of the bytes
+ * that end a stretch of double-quoted text (quote, backslash, CR, LF). */
+const char *SkipPlainQuoted(const char *p, const char *end)
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHigh = 0x8080808080808080u;
+    auto hasByte = [](std::uint64_t x, unsigned char b) {
+        const std::uint64_t y = x ^ (b * kOnes);
+        return ((y - kOnes) & ~y & kHigh) != 0;
+    };
+    while (end - p >= 8) {
+        std::uint64_t x;
+        std::memcpy(&x, p, sizeof(x));
+        if (hasByte(x, '"') || hasByte(x, '\\') || hasByte(x, '\n') || hasByte(x, '\r')) {
+            break;
+        }
+        p += 8;
+    }
+    return p;
+}
+
 } /* namespace */
 
 std::size_t FindInvalidChar(const char *text, std::size_t length)
@@ -241,6 +262,7 @@ bool Lexer::ReadDoubleQuoted(bool yang11, std::string *out)
         /* One append per stretch up to a quote, escape or line break; blanks
          * ending the stretch are remembered, as a line break drops them. */
         const char *run = p_;
+        p_ = SkipPlainQuoted(p_, end_);
         while (p_ != end_ && *p_ != '"' && *p_ != '\\' && *p_ != '\n' && *p_ != '\r') {
             ++p_;
         }
