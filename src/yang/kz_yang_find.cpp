@@ -83,13 +83,22 @@ bool ReadWholeFile(const char *path, std::string *out)
         return false;
     }
     out->clear();
-    char buf[65536];
+    /* Read straight into the string, sized from the file's length when it
+     * can be learnt; a file that grows meanwhile is still read to its end. */
+    struct stat st {};
+    std::size_t want = 65536;
+    if (fstat(fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
+        want = static_cast<std::size_t>(st.st_size) + 1;
+    }
     for (;;) {
-        const std::size_t got = std::fread(buf, 1, sizeof(buf), file.get());
-        out->append(buf, got);
-        if (got < sizeof(buf)) {
+        const std::size_t had = out->size();
+        out->resize(had + want);
+        const std::size_t got = std::fread(&(*out)[had], 1, want, file.get());
+        out->resize(had + got);
+        if (got < want) {
             return std::ferror(file.get()) == 0;
         }
+        want = 65536;
     }
 }
 
