@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "loader_test_util.h"
+#include "runtime/kz_dir_cache.h"
 #include "test_support.h"
 #include "yang/kz_yang_read.h"
 
@@ -246,19 +247,32 @@ TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
     KZ_CTX_Delete(ctx);
 }
 
-TEST(YangRead, AFileAddedAfterALoadIsFoundByTheNext)
+TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
 {
     ScratchDir dir;
-    dir.Write("a@2020-01-01.yang", "module a { namespace urn:a; prefix a; leaf x { type string; } }\n");
-    // A directory unchanged for long: its listing is kept for the next search.
+    // Files and directory unchanged for long: what was learnt of them is kept.
     const timespec old[2] = {{0, UTIME_OMIT}, {1000000000, 0}};
+    dir.Write("lib@2020-01-01.yang", "module lib { namespace urn:one; prefix l; }\n");
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.File("lib@2020-01-01.yang").c_str(), old, 0), 0);
     ASSERT_EQ(utimensat(AT_FDCWD, dir.Path().c_str(), old, 0), 0);
     KzCtx *ctx = KZ_CTX_Create(0);
-    ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dir.Path().c_str()), 0u);
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx, "a"), 0u);
-    dir.Write("b@2021-01-01.yang", "module b { namespace urn:b; prefix b; leaf y { type string; } }\n");
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx, "b"), 0u);
-    EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/b:y", nullptr), nullptr);
+    kz::yang::ImportFacts *facts = kz::yang::NewImportFacts();
+    ASSERT_NE(facts, nullptr);
+    auto importedNs = [&](const std::string &module) {
+        const std::string text = "module a { namespace urn:a; prefix a; import " + module + " { prefix l; } }\n";
+        DocPtr doc(kz::yang::ReadYang(text.data(), text.size(), "a.yang", {dir.Path()}, nullptr,
+                                      kz::runtime::DirCacheOf(ctx), facts));
+        xmlNs *ns = doc ? xmlSearchNs(doc.get(), xmlDocGetRootElement(doc.get()), BAD_CAST "l") : nullptr;
+        return ns != nullptr ? std::string(reinterpret_cast<const char *>(ns->href)) : std::string();
+    };
+    EXPECT_EQ(importedNs("lib"), "urn:one");
+    // Rewritten, and dated long ago again: the file's other times tell.
+    dir.Write("lib@2020-01-01.yang", "module lib { namespace urn:two; prefix l; }\n");
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.File("lib@2020-01-01.yang").c_str(), old, 0), 0);
+    EXPECT_EQ(importedNs("lib"), "urn:two");
+    dir.Write("new@2021-01-01.yang", "module new { namespace urn:new; prefix n; }\n");
+    EXPECT_EQ(importedNs("new"), "urn:new");
+    kz::yang::FreeImportFacts(facts);
     KZ_CTX_Delete(ctx);
 }
 

@@ -42,6 +42,16 @@ struct MemFreer {
 };
 using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
+/* The context's record of imported module files, made on first use. */
+kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
+{
+    if (ctx->importFacts == nullptr) {
+        ctx->importFacts = kz::yang::NewImportFacts();
+        ctx->freeImportFacts = ctx->importFacts != nullptr ? kz::yang::FreeImportFacts : nullptr;
+    }
+    return static_cast<kz::yang::ImportFacts *>(ctx->importFacts);
+}
+
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
  * rather than the parser's global defaults: nothing shared is changed, and
  * element names come from the parser dictionary instead of a copy per node. */
@@ -154,7 +164,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     try {
         std::string error;
         xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
-                                                kz::runtime::DirCacheOf(ctx));
+                                                kz::runtime::DirCacheOf(ctx), ImportFactsOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
         }

@@ -63,6 +63,9 @@ void KZ_CTX_Delete(KzCtx *ctx)
     KZ_CTX_DeInitModRelationTree(ctx);
     KZ_CTX_FreeSearchDirs(ctx);
     kz::runtime::FreeDirCache(ctx->dirCache);
+    if (ctx->freeImportFacts != nullptr) {
+        ctx->freeImportFacts(ctx->importFacts);
+    }
     KZ_DICT_Destroy(&ctx->dict);
     KZ_CTX_DeInitModuleTree(ctx);
     KZ_MemFree(ctx);

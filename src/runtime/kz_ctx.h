@@ -42,6 +42,8 @@ struct KzCtx {
     uint32_t loadStage;
     uint64_t devCoupleSeq; /* numbers deviation couplings so that unload undoes them newest first */
     KzDirCache *dirCache;  /* made on first search; NULL until then */
+    void *importFacts;     /* what the YANG reader learnt of imported module files; NULL until then */
+    void (*freeImportFacts)(void *facts);
 };
 
 /* One module that depends on the table's module. */
