@@ -90,6 +90,22 @@ double PeerValidateMs(const std::string &yin, const std::string &xml, int reps)
     return best;
 }
 
+bool PeerLoadFolder(const std::string &dir, const std::vector<std::string> &names)
+{
+    ly_log_options(0);
+    ly_ctx *ctx = nullptr;
+    if (ly_ctx_new(dir.c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &ctx) != LY_SUCCESS) {
+        return false;
+    }
+    const char *all[] = {"*", nullptr};
+    bool ok = true;
+    for (const std::string &name : names) {
+        ok = ly_ctx_load_module(ctx, name.c_str(), nullptr, all) != nullptr && ok;
+    }
+    ly_ctx_destroy(ctx);
+    return ok;
+}
+
 #else
 
 bool PeerBuilt()
@@ -105,6 +121,11 @@ double PeerLoadMs(const std::string &, int)
 double PeerValidateMs(const std::string &, const std::string &, int)
 {
     return -1;
+}
+
+bool PeerLoadFolder(const std::string &, const std::vector<std::string> &)
+{
+    return false;
 }
 
 #endif

@@ -5,6 +5,7 @@
 #define KORLA_PERF_PEER_H
 
 #include <string>
+#include <vector>
 
 namespace kzbench {
 
@@ -18,6 +19,10 @@ double PeerLoadMs(const std::string &yin, int reps);
 // Fastest of `reps` parses with validation of the rpc request `xml` against
 // the module `yin`, in CPU ms; negative when either is refused.
 double PeerValidateMs(const std::string &yin, const std::string &xml, int reps);
+
+// One load of every module in `names` from directory `dir` into a fresh peer
+// context, all features on, then the context freed; false when one is refused.
+bool PeerLoadFolder(const std::string &dir, const std::vector<std::string> &names);
 
 }  // namespace kzbench
 

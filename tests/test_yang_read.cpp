@@ -5,10 +5,14 @@
 
 #include <libxml/tree.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
 #include "loader_test_util.h"
+#include "runtime/kz_dir_cache.h"
 #include "test_support.h"
 #include "yang/kz_yang_read.h"
 
@@ -240,6 +244,35 @@ TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
     const auto messages = kztest::LoadMessages(ctx, "bad");
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0], dir.File("bad.yang") + ":2:24: missing \";\" or \"{\" after \"type\"");
+    KZ_CTX_Delete(ctx);
+}
+
+TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
+{
+    ScratchDir dir;
+    // Files and directory unchanged for long: what was learnt of them is kept.
+    const timespec old[2] = {{0, UTIME_OMIT}, {1000000000, 0}};
+    dir.Write("lib@2020-01-01.yang", "module lib { namespace urn:one; prefix l; }\n");
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.File("lib@2020-01-01.yang").c_str(), old, 0), 0);
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.Path().c_str(), old, 0), 0);
+    KzCtx *ctx = KZ_CTX_Create(0);
+    kz::yang::ImportFacts *facts = kz::yang::NewImportFacts();
+    ASSERT_NE(facts, nullptr);
+    auto importedNs = [&](const std::string &module) {
+        const std::string text = "module a { namespace urn:a; prefix a; import " + module + " { prefix l; } }\n";
+        DocPtr doc(kz::yang::ReadYang(text.data(), text.size(), "a.yang", {dir.Path()}, nullptr,
+                                      kz::runtime::DirCacheOf(ctx), facts));
+        xmlNs *ns = doc ? xmlSearchNs(doc.get(), xmlDocGetRootElement(doc.get()), BAD_CAST "l") : nullptr;
+        return ns != nullptr ? std::string(reinterpret_cast<const char *>(ns->href)) : std::string();
+    };
+    EXPECT_EQ(importedNs("lib"), "urn:one");
+    // Rewritten, and dated long ago again: the file's other times tell.
+    dir.Write("lib@2020-01-01.yang", "module lib { namespace urn:two; prefix l; }\n");
+    ASSERT_EQ(utimensat(AT_FDCWD, dir.File("lib@2020-01-01.yang").c_str(), old, 0), 0);
+    EXPECT_EQ(importedNs("lib"), "urn:two");
+    dir.Write("new@2021-01-01.yang", "module new { namespace urn:new; prefix n; }\n");
+    EXPECT_EQ(importedNs("new"), "urn:new");
+    kz::yang::FreeImportFacts(facts);
     KZ_CTX_Delete(ctx);
 }
 

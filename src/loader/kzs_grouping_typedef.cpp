@@ -2,6 +2,7 @@
  * typedefs at a module's top level only, so each scoped typedef moves there
  * (renamed only when its name is taken) and the type statements of its scope
  * that name it follow. */
+#include <cstring>
 #include <new>
 #include <string>
 #include <unordered_map>
@@ -59,8 +60,11 @@ private:
                 scope.emplace(own, Hoist(child, own));
             }
         }
-        scopes_.push_back(&scope);
-        if (IsYinElement(node, "type")) {
+        /* Only scopes that define typedefs are searched. */
+        if (!scope.empty()) {
+            scopes_.push_back(&scope);
+        }
+        if (!scopes_.empty() && IsYinElement(node, "type")) {
             Rename(node);
         }
         for (xmlNode *child = node->children; child != nullptr; child = child->next) {
@@ -68,7 +72,9 @@ private:
                 Walk(child, topLevelTypedef);
             }
         }
-        scopes_.pop_back();
+        if (!scope.empty()) {
+            scopes_.pop_back();
+        }
     }
 
     std::string Hoist(xmlNode *typedefElem, const std::string &name)
@@ -88,10 +94,11 @@ private:
     /* An unprefixed type name takes the name its innermost scoped typedef got. */
     void Rename(xmlNode *type)
     {
-        const char *name = KZ_XML_GetTargetPropertyValue(type, "name");
-        if (name == nullptr || std::string(name).find(':') != std::string::npos) {
+        const char *text = KZ_XML_GetTargetPropertyValue(type, "name");
+        if (text == nullptr || std::strchr(text, ':') != nullptr) {
             return;
         }
+        const std::string name(text);
         for (auto it = scopes_.rbegin(); it != scopes_.rend(); ++it) {
             auto found = (*it)->find(name);
             if (found != (*it)->end()) {

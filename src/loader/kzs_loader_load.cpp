@@ -14,6 +14,7 @@
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
 #include "runtime/kz_diag.h"
+#include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_type.h"
@@ -40,6 +41,16 @@ struct MemFreer {
     void operator()(void *p) const { KZ_MemFree(p); }
 };
 using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
+
+/* The context's record of imported module files, made on first use. */
+kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
+{
+    if (ctx->importFacts == nullptr) {
+        ctx->importFacts = kz::yang::NewImportFacts();
+        ctx->freeImportFacts = ctx->importFacts != nullptr ? kz::yang::FreeImportFacts : nullptr;
+    }
+    return static_cast<kz::yang::ImportFacts *>(ctx->importFacts);
+}
 
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
  * rather than the parser's global defaults: nothing shared is changed, and
@@ -154,7 +165,8 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     }
     try {
         std::string error;
-        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error);
+        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
+                                                kz::runtime::DirCacheOf(ctx), ImportFactsOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
         }

@@ -1,6 +1,5 @@
 /* Candidate files of a module in the search directories, and the assister
  * that decides which merge source is read next. */
-#include <dirent.h>
 #include <fnmatch.h>
 #include <sys/stat.h>
 
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "loader/kzs_loader.h"
+#include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "yang/kz_yang_read.h"
 
@@ -56,6 +56,41 @@ LoadSuffix *FindSuffix(LoadAssister *assister, const char *suffix)
         }
     }
     return nullptr;
+}
+
+/* The name@*.yin files of one directory, sorted, added to coll. */
+uint32_t FillWithRevision(const char *dir, const char *name, PathCollection *coll, KzDirCache *listings)
+{
+    if (dir == nullptr || name == nullptr || coll == nullptr) {
+        return KZ_EINVAL;
+    }
+    const std::string pattern = std::string(name) + "@*.yin";
+    std::vector<std::string> scratch;
+    const std::vector<std::string> *names = kz::runtime::ListAtNames(listings, dir, &scratch);
+    if (names == nullptr) {
+        return KZ_ENOENT;
+    }
+    std::vector<std::string> found;
+    for (const std::string &entry : *names) {
+        if (fnmatch(pattern.c_str(), entry.c_str(), 0) == 0) {
+            found.push_back(entry);
+        }
+    }
+    /* Directory order differs between file systems; sort so that a load is repeatable. */
+    std::sort(found.begin(), found.end());
+    const std::string prefix = std::string(dir) + "/";
+    for (const std::string &file : found) {
+        const std::string path = prefix + file;
+        if (!IsRegularFile(path.c_str())) {
+            continue;
+        }
+        (void)KZS_LOADER_AppendOnePathObj(coll, path.c_str());
+        /* Merge sources and other @ files of one module both present: stop here. */
+        if (coll->hasSuffixed == coll->hasPlain) {
+            return KZ_EINVAL;
+        }
+    }
+    return KZ_OK;
 }
 
 } /* namespace */
@@ -126,37 +161,9 @@ KZ_API uint32_t KZS_LOADER_FillFullNameWithNoRevision(const char *dir, const cha
 
 KZ_API uint32_t KZS_LOADER_FillFullNameWithRevision(const char *dir, const char *name, PathCollection *coll)
 {
-    if (dir == nullptr || name == nullptr || coll == nullptr) {
-        return KZ_EINVAL;
-    }
-    const std::string pattern = std::string(name) + "@*.yin";
-    DIR *d = opendir(dir);
-    if (d == nullptr) {
-        return KZ_ENOENT;
-    }
-    std::vector<std::string> found;
-    for (struct dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
-        if (fnmatch(pattern.c_str(), ent->d_name, 0) == 0) {
-            found.emplace_back(ent->d_name);
-        }
-    }
-    closedir(d);
-    /* Directory order differs between file systems; sort so that a load is repeatable. */
-    std::sort(found.begin(), found.end());
-    const std::string prefix = std::string(dir) + "/";
-    for (const std::string &file : found) {
-        const std::string path = prefix + file;
-        if (!IsRegularFile(path.c_str())) {
-            continue;
-        }
-        (void)KZS_LOADER_AppendOnePathObj(coll, path.c_str());
-        /* Merge sources and other @ files of one module both present: stop here. */
-        if (coll->hasSuffixed == coll->hasPlain) {
-            return KZ_EINVAL;
-        }
-    }
-    return KZ_OK;
+    return FillWithRevision(dir, name, coll, nullptr);
 }
+
 
 KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, const char *name)
 {
@@ -178,12 +185,12 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
         if (KZS_LOADER_FillFullNameWithNoRevision(dir, name, coll) == KZ_OK) {
             break;
         }
-        (void)KZS_LOADER_FillFullNameWithRevision(dir, name, coll);
+        (void)FillWithRevision(dir, name, coll, kz::runtime::DirCacheOf(ctx));
     }
     if (coll->count == 0) {
         /* No YIN file: the module's YANG text, searched the same way. */
         try {
-            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name);
+            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::runtime::DirCacheOf(ctx));
             if (!yang.empty()) {
                 (void)KZS_LOADER_AppendOnePathObj(coll, yang.c_str());
             }

@@ -5,6 +5,7 @@
 #include "couple/kzs_couple.h"
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_diag.h"
+#include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 
@@ -61,6 +62,10 @@ void KZ_CTX_Delete(KzCtx *ctx)
     DestroyEveryModule(ctx);
     KZ_CTX_DeInitModRelationTree(ctx);
     KZ_CTX_FreeSearchDirs(ctx);
+    kz::runtime::FreeDirCache(ctx->dirCache);
+    if (ctx->freeImportFacts != nullptr) {
+        ctx->freeImportFacts(ctx->importFacts);
+    }
     KZ_DICT_Destroy(&ctx->dict);
     KZ_CTX_DeInitModuleTree(ctx);
     KZ_MemFree(ctx);

@@ -12,6 +12,7 @@ extern "C" {
 typedef struct ErrMng ErrMng;
 typedef struct KzModTree KzModTree;           /* ordered map of modules (by name or namespace) */
 typedef struct KzRelationTree KzRelationTree; /* ordered map of RelationTbl by module name */
+typedef struct KzDirCache KzDirCache;         /* search directory listings (kz_dir_cache.h) */
 
 /* Relation kinds. */
 #define KZ_REL_AUGMENT 0u
@@ -40,6 +41,9 @@ struct KzCtx {
     uint32_t flags;
     uint32_t loadStage;
     uint64_t devCoupleSeq; /* numbers deviation couplings so that unload undoes them newest first */
+    KzDirCache *dirCache;  /* made on first search; NULL until then */
+    void *importFacts;     /* what the YANG reader learnt of imported module files; NULL until then */
+    void (*freeImportFacts)(void *facts);
 };
 
 /* One module that depends on the table's module. */

@@ -1,11 +1,11 @@
 /* Locating a module's YANG file in the search directories. */
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "runtime/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
 namespace kz::yang {
@@ -31,15 +31,16 @@ bool IsRevisionTail(const char *tail)
 }
 
 /* The newest name@REVISION.yang in one directory, or "". */
-std::string NewestRevisionFile(const std::string &dir, const std::string &name)
+std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings)
 {
-    DIR *d = opendir(dir.c_str());
-    if (d == nullptr) {
+    std::vector<std::string> scratch;
+    const std::vector<std::string> *names = kz::runtime::ListAtNames(listings, dir, &scratch);
+    if (names == nullptr) {
         return {};
     }
     std::string best;
-    for (struct dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
-        const char *file = ent->d_name;
+    for (const std::string &entry : *names) {
+        const char *file = entry.c_str();
         if (std::strncmp(file, name.c_str(), name.size()) != 0 || file[name.size()] != '@' ||
             !IsRevisionTail(file + name.size() + 1)) {
             continue;
@@ -49,13 +50,12 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name)
             best = file;
         }
     }
-    closedir(d);
     return best.empty() ? best : dir + "/" + best;
 }
 
 } /* namespace */
 
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name)
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings)
 {
     if (name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return {};
@@ -65,7 +65,7 @@ std::string FindYangFile(const std::vector<std::string> &dirs, const char *name)
         if (IsRegularFile(plain)) {
             return plain;
         }
-        std::string newest = NewestRevisionFile(dir, name);
+        std::string newest = NewestRevisionFile(dir, name, listings);
         if (!newest.empty()) {
             return newest;
         }
@@ -83,13 +83,22 @@ bool ReadWholeFile(const char *path, std::string *out)
         return false;
     }
     out->clear();
-    char buf[65536];
+    /* Read straight into the string, sized from the file's length when it
+     * can be learnt; a file that grows meanwhile is still read to its end. */
+    struct stat st {};
+    std::size_t want = 65536;
+    if (fstat(fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
+        want = static_cast<std::size_t>(st.st_size) + 1;
+    }
     for (;;) {
-        const std::size_t got = std::fread(buf, 1, sizeof(buf), file.get());
-        out->append(buf, got);
-        if (got < sizeof(buf)) {
+        const std::size_t had = out->size();
+        out->resize(had + want);
+        const std::size_t got = std::fread(&(*out)[had], 1, want, file.get());
+        out->resize(had + got);
+        if (got < want) {
             return std::ferror(file.get()) == 0;
         }
+        want = 65536;
     }
 }
 

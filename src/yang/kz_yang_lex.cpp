@@ -1,6 +1,7 @@
 /* Separators, comments, keywords and the three string forms of YANG text. */
 #include "yang/kz_yang_lex.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace kz::yang {
@@ -72,13 +73,50 @@ std::size_t Utf8Length(const unsigned char *p, const unsigned char *end)
     return len;
 }
 
+/* Past the leading eight-byte blocks of [p, end) that hold none of the bytes
+ * that end a stretch of double-quoted text (quote, backslash, CR, LF). */
+const char *SkipPlainQuoted(const char *p, const char *end)
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHigh = 0x8080808080808080u;
+    auto hasByte = [](std::uint64_t x, unsigned char b) {
+        const std::uint64_t y = x ^ (b * kOnes);
+        return ((y - kOnes) & ~y & kHigh) != 0;
+    };
+    while (end - p >= 8) {
+        std::uint64_t x;
+        std::memcpy(&x, p, sizeof(x));
+        if (hasByte(x, '"') || hasByte(x, '\\') || hasByte(x, '\n') || hasByte(x, '\r')) {
+            break;
+        }
+        p += 8;
+    }
+    return p;
+}
+
 } /* namespace */
 
 std::size_t FindInvalidChar(const char *text, std::size_t length)
 {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     const auto *end = p + length;
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHigh = 0x8080808080808080u;
     while (p != end) {
+        /* Eight printable ASCII bytes at a time: none below 0x20, none with
+         * the high bit, none equal to DEL; any other byte takes the slow path. */
+        while (end - p >= 8) {
+            std::uint64_t x;
+            std::memcpy(&x, p, sizeof(x));
+            const std::uint64_t del = x ^ (0x7F * kOnes);
+            if (((x | (x - 0x20 * kOnes) | ((del - kOnes) & ~del)) & kHigh) != 0) {
+                break;
+            }
+            p += 8;
+        }
+        if (p == end) {
+            break;
+        }
         const unsigned char c = *p;
         if (c >= 0x20 && c < 0x7F) {
             ++p;
@@ -221,14 +259,22 @@ bool Lexer::ReadDoubleQuoted(bool yang11, std::string *out)
     std::size_t blanksFrom = std::string::npos; /* start in *out of the blanks that may end a line */
     ++p_;
     for (;;) {
+        /* One append per stretch up to a quote, escape or line break; blanks
+         * ending the stretch are remembered, as a line break drops them. */
         const char *run = p_;
-        while (p_ != end_ && *p_ != '"' && *p_ != '\\' && *p_ != '\n' && *p_ != '\r' && *p_ != ' ' &&
-               *p_ != '\t') {
+        p_ = SkipPlainQuoted(p_, end_);
+        while (p_ != end_ && *p_ != '"' && *p_ != '\\' && *p_ != '\n' && *p_ != '\r') {
             ++p_;
         }
         if (p_ != run) {
+            const char *blanks = p_;
+            while (blanks != run && (blanks[-1] == ' ' || blanks[-1] == '\t')) {
+                --blanks;
+            }
+            if (blanks != run || blanksFrom == std::string::npos) {
+                blanksFrom = (blanks == p_) ? std::string::npos : out->size() + static_cast<std::size_t>(blanks - run);
+            }
             out->append(run, p_);
-            blanksFrom = std::string::npos;
         }
         if (p_ == end_) {
             return Fail(static_cast<std::size_t>(quote - begin_), "unterminated string");
@@ -237,14 +283,6 @@ bool Lexer::ReadDoubleQuoted(bool yang11, std::string *out)
         if (c == '"') {
             ++p_;
             return true;
-        }
-        if (c == ' ' || c == '\t') {
-            if (blanksFrom == std::string::npos) {
-                blanksFrom = out->size();
-            }
-            out->push_back(c);
-            ++p_;
-            continue;
         }
         if (c == '\\') {
             if (p_ + 1 == end_) {

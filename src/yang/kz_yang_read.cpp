@@ -11,6 +11,9 @@
 #include <new>
 #include <unordered_map>
 
+#include <sys/stat.h>
+#include <time.h>
+
 #include <libxml/dict.h>
 #include <libxml/parser.h>
 
@@ -90,6 +93,40 @@ struct ModuleInfo {
     bool complete = false; /* extensions read too, not only the namespace */
 };
 
+/* A module file's identity and times: a file whose stamp is unchanged and was
+ * last modified well before it was read keeps what was learnt from it (file
+ * times advance in coarse ticks, so only a rewrite within the tick of the
+ * previous one could keep the modification time). */
+struct FileStamp {
+    dev_t dev = 0;
+    ino_t ino = 0;
+    off_t size = 0;
+    timespec mtime {};
+    timespec ctime {};
+    bool operator==(const FileStamp &o) const
+    {
+        return dev == o.dev && ino == o.ino && size == o.size && mtime.tv_sec == o.mtime.tv_sec &&
+               mtime.tv_nsec == o.mtime.tv_nsec && ctime.tv_sec == o.ctime.tv_sec && ctime.tv_nsec == o.ctime.tv_nsec;
+    }
+};
+
+/* The stamp of path; false when it cannot be taken or is too recent to trust. */
+bool SettledStamp(const std::string &path, FileStamp *stamp)
+{
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) {
+        return false;
+    }
+    stamp->dev = st.st_dev;
+    stamp->ino = st.st_ino;
+    stamp->size = st.st_size;
+    stamp->mtime = st.st_mtim;
+    stamp->ctime = st.st_ctim;
+    timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec - st.st_mtim.tv_sec >= 2;
+}
+
 /* The namespace of a YANG module text, read statement by statement from the
  * top (it comes first, so the rest of the text is not read); "" when absent. */
 std::string PeekYangNamespace(const char *text, std::size_t length)
@@ -157,6 +194,18 @@ void CollectModuleInfo(const xmlNode *root, ModuleInfo *info)
     }
 }
 
+} /* namespace */
+
+struct ImportFacts {
+    struct Known {
+        FileStamp stamp;
+        ModuleInfo info;
+    };
+    std::unordered_map<std::string, Known> byPath; /* one per imported module file read */
+};
+
+namespace {
+
 /* An extension instance whose namespace and argument wait for the whole text. */
 struct PendingExtension {
     xmlNode *node;
@@ -168,8 +217,10 @@ struct PendingExtension {
 
 class Reader {
 public:
-    Reader(const char *text, std::size_t length, const std::vector<std::string> &dirs, bool resolveImports)
-        : text_(text), length_(length), lex_(text, length), dirs_(dirs), resolveImports_(resolveImports)
+    Reader(const char *text, std::size_t length, const std::vector<std::string> &dirs, KzDirCache *listings,
+           ImportFacts *facts, bool resolveImports)
+        : text_(text), length_(length), lex_(text, length), dirs_(dirs), listings_(listings), facts_(facts),
+          resolveImports_(resolveImports)
     {
     }
 
@@ -199,6 +250,8 @@ private:
     std::size_t length_;
     Lexer lex_;
     const std::vector<std::string> &dirs_;
+    KzDirCache *listings_;
+    ImportFacts *facts_;
     bool resolveImports_;
     LexFault fault_;
     DocPtr doc_;
@@ -415,17 +468,35 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
         }
     }
     if (doc == nullptr) {
-        const std::string path = FindYangFile(dirs_, name.c_str());
+        const std::string path = FindYangFile(dirs_, name.c_str(), listings_);
+        FileStamp stamp;
+        const bool settled = !path.empty() && facts_ != nullptr && SettledStamp(path, &stamp);
+        if (settled) {
+            auto known = facts_->byPath.find(path);
+            if (known != facts_->byPath.end() && known->second.stamp == stamp &&
+                (known->second.info.complete || !withExtensions)) {
+                info = known->second.info;
+                return info.ns.empty() ? nullptr : &info;
+            }
+        }
         if (path.empty() || !ReadWholeFile(path.c_str(), &text)) {
             return nullptr;
         }
         if (!withExtensions) {
             info.ns = PeekYangNamespace(text.data(), text.size());
             info.complete = false;
-            return info.ns.empty() ? nullptr : &info;
+        } else {
+            /* Only its own statements are needed: its imports are not followed. */
+            doc.reset(Reader(text.data(), text.size(), dirs_, listings_, nullptr, false).Run());
+            const xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
+            if (root != nullptr) {
+                CollectModuleInfo(root, &info);
+            }
         }
-        /* Only its own statements are needed: its imports are not followed. */
-        doc.reset(Reader(text.data(), text.size(), dirs_, false).Run());
+        if (settled) {
+            facts_->byPath[path] = ImportFacts::Known {stamp, info};
+        }
+        return info.ns.empty() ? nullptr : &info;
     }
     const xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (root != nullptr) {
@@ -520,10 +591,10 @@ bool Reader::ResolvePrefixes()
 } /* namespace */
 
 xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName, const std::vector<std::string> &dirs,
-                   std::string *error)
+                   std::string *error, KzDirCache *listings, ImportFacts *facts)
 {
     try {
-        Reader reader(text, length, dirs, true);
+        Reader reader(text, length, dirs, listings, facts, true);
         xmlDoc *doc = reader.Run();
         if (doc == nullptr && error != nullptr) {
             unsigned long line = 0;
@@ -539,6 +610,16 @@ xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName, c
         }
         return nullptr;
     }
+}
+
+ImportFacts *NewImportFacts()
+{
+    return new (std::nothrow) ImportFacts();
+}
+
+void FreeImportFacts(void *facts)
+{
+    delete static_cast<ImportFacts *>(facts);
 }
 
 std::string PeekYangModuleName(const char *text, std::size_t length)

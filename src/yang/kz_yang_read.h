@@ -10,6 +10,8 @@
 
 #include <libxml/tree.h>
 
+#include "runtime/kz_ctx.h"
+
 namespace kz::yang {
 
 /* Statements may nest this deep (the module statement is level 1); deeper
@@ -28,9 +30,18 @@ constexpr unsigned kMaxNestingDepth = 256;
  * or no such extension in it) still reads: its argument becomes an attribute
  * named "value" (the YIN form a missing yin-element gives), nothing is
  * reported.  A prefix that names neither the module nor an import is a
- * syntax fault. */
+ * syntax fault.  `listings` and `facts` (optional) keep what searching and
+ * reading imported modules learnt, for later reads. */
+struct ImportFacts;
 xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName,
-                   const std::vector<std::string> &dirs, std::string *error);
+                   const std::vector<std::string> &dirs, std::string *error, KzDirCache *listings = nullptr,
+                   ImportFacts *facts = nullptr);
+
+/* What reads learn of imported modules' YANG files (namespace, extension
+ * argument forms), kept by path while a file is unchanged, for later reads
+ * given the same object; nullptr when memory is short. */
+ImportFacts *NewImportFacts();
+void FreeImportFacts(void *facts);
 
 /* Name of the module or submodule a YANG text defines (the argument of its
  * first statement), or "" when the text does not start like one.  Cheap: reads
@@ -38,8 +49,9 @@ xmlDocPtr ReadYang(const char *text, std::size_t length, const char *fileName,
 std::string PeekYangModuleName(const char *text, std::size_t length);
 
 /* Path of a module's YANG file: in each directory in order, name.yang, then
- * the newest name@YYYY-MM-DD.yang there; "" when there is none. */
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name);
+ * the newest name@YYYY-MM-DD.yang there; "" when there is none.  `listings`
+ * (optional) keeps directory listings between searches. */
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings = nullptr);
 
 /* Reads a whole file into *out; false when it cannot be read. */
 bool ReadWholeFile(const char *path, std::string *out);

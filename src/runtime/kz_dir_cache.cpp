@@ -1,0 +1,101 @@
+/* Directory listings reused across loads (see kz_dir_cache.h). */
+#include "runtime/kz_dir_cache.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <time.h>
+
+#include <cstring>
+#include <new>
+#include <unordered_map>
+
+struct KzDirCache {
+    struct Listing {
+        dev_t dev = 0;
+        ino_t ino = 0;
+        timespec mtime {};
+        timespec ctime {};
+        std::vector<std::string> names;
+    };
+    std::unordered_map<std::string, Listing> dirs; /* one per search directory listed */
+};
+
+namespace kz::runtime {
+namespace {
+
+/* A listing taken less than this long after the directory's entries last
+ * changed is not kept: file times advance in coarse ticks, so a later change
+ * could carry the same time.  Any later change of entries moves the
+ * modification time to the present, away from an older one. */
+constexpr time_t kSettleSeconds = 2;
+
+bool SameTime(const timespec &a, const timespec &b)
+{
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool ReadAtNames(const std::string &dir, std::vector<std::string> *out)
+{
+    DIR *d = opendir(dir.c_str());
+    if (d == nullptr) {
+        return false;
+    }
+    out->clear();
+    for (const dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
+        if (std::strchr(ent->d_name, '@') != nullptr) {
+            out->emplace_back(ent->d_name);
+        }
+    }
+    closedir(d);
+    return true;
+}
+
+} /* namespace */
+
+const std::vector<std::string> *ListAtNames(KzDirCache *cache, const std::string &dir,
+                                            std::vector<std::string> *scratch)
+{
+    struct stat st {};
+    if (cache == nullptr || stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        return ReadAtNames(dir, scratch) ? scratch : nullptr;
+    }
+    auto found = cache->dirs.find(dir);
+    if (found != cache->dirs.end()) {
+        const KzDirCache::Listing &l = found->second;
+        if (l.dev == st.st_dev && l.ino == st.st_ino && SameTime(l.mtime, st.st_mtim) &&
+            SameTime(l.ctime, st.st_ctim)) {
+            return &l.names;
+        }
+        cache->dirs.erase(found);
+    }
+    if (!ReadAtNames(dir, scratch)) {
+        return nullptr;
+    }
+    timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (now.tv_sec - st.st_mtim.tv_sec < kSettleSeconds) {
+        return scratch;
+    }
+    KzDirCache::Listing &l = cache->dirs[dir];
+    l.dev = st.st_dev;
+    l.ino = st.st_ino;
+    l.mtime = st.st_mtim;
+    l.ctime = st.st_ctim;
+    l.names = *scratch;
+    return &l.names;
+}
+
+KzDirCache *DirCacheOf(KzCtx *ctx)
+{
+    if (ctx->dirCache == nullptr) {
+        ctx->dirCache = new (std::nothrow) KzDirCache();
+    }
+    return ctx->dirCache;
+}
+
+void FreeDirCache(KzDirCache *cache)
+{
+    delete cache;
+}
+
+} /* namespace kz::runtime */
