@@ -24,7 +24,6 @@
 namespace kz::loader {
 namespace {
 
-using OwnedDoc = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
 /* A condition built by the condition helpers, as a string; their null (out of memory) throws. */
 std::string TakeCondition(char *built)
@@ -164,7 +163,7 @@ bool RefineAllowed(const char *keyword, const xmlNode *target)
 
 /* A module or submodule document, and the names its prefixes stand for. */
 struct SourceDoc {
-    OwnedDoc owned{nullptr, xmlFreeDoc}; /* null for the document being loaded */
+    XmlDocPtr owned; /* null for the document being loaded */
     xmlNode *root = nullptr;
     PrefixScope scope;
     std::unordered_map<std::string, xmlNode *> groupings; /* top level, filled on first use */
@@ -175,7 +174,7 @@ class Expander {
 public:
     Expander(KzCtx *ctx, xmlDoc *doc) : ctx_(ctx)
     {
-        SourceDoc *self = Register(OwnedDoc(nullptr, xmlFreeDoc), xmlDocGetRootElement(doc));
+        SourceDoc *self = Register(XmlDocPtr(), xmlDocGetRootElement(doc));
         selfName_ = RootName(self->root);
         byName_[selfName_] = self;
     }
@@ -201,7 +200,7 @@ private:
         return name != nullptr ? name : "";
     }
 
-    SourceDoc *Register(OwnedDoc owned, xmlNode *root)
+    SourceDoc *Register(XmlDocPtr owned, xmlNode *root)
     {
         HoistScopedTypedefs(root);
         auto src = std::make_unique<SourceDoc>();
@@ -232,7 +231,7 @@ private:
             if (coll->objs[i].suffix[0] != '\0') {
                 continue;
             }
-            OwnedDoc doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx_, coll->objs[i].path, nullptr, nullptr), xmlFreeDoc);
+            XmlDocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx_, coll->objs[i].path, nullptr, nullptr));
             xmlNode *root = doc != nullptr ? xmlDocGetRootElement(doc.get()) : nullptr;
             if (root != nullptr && RootName(root) == name) {
                 src = Register(std::move(doc), root);

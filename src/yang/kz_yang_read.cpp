@@ -75,10 +75,6 @@ const char *ChildArg(const xmlNode *node, const char *child, const char *attr)
     return found != nullptr ? KZ_XML_GetTargetPropertyValue(found, attr) : nullptr;
 }
 
-struct DocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
 /* How an extension's argument is written in YIN. */
 struct ArgForm {
@@ -254,7 +250,7 @@ private:
     ImportFacts *facts_;
     bool resolveImports_;
     LexFault fault_;
-    DocPtr doc_;
+    XmlDocPtr doc_;
     xmlNs *yin_ = nullptr;
     bool yang11_ = false;
     std::string arg_;
@@ -458,7 +454,7 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
     ModuleInfo &info = modules_[name];
     info.complete = true;
     std::string text;
-    DocPtr doc;
+    XmlDocPtr doc;
     for (const std::string &dir : dirs_) {
         const std::string yin = dir + "/" + name + ".yin";
         if (ReadWholeFile(yin.c_str(), &text) && text.size() <= static_cast<std::size_t>(INT_MAX)) {
