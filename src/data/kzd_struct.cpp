@@ -67,8 +67,12 @@ uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, S
     if (element->_private != nullptr) {
         return KZ_OK;
     }
-    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, KZD_NODE_GetModuleName(aux->ctx, element),
-                                                           kzd_name(element));
+    /* An instance element binds only through the namespace of a loaded module: one in any
+     * other namespace (or none) is not read as belonging to its parent's module. */
+    const char *ns = KZ_XML_GetXmlNodeDefaultNs(element);
+    const KzMod *mod = ns != nullptr ? KZ_CTX_GetModuleByModNs(aux->ctx, ns) : nullptr;
+    KzsNode *schema =
+        mod != nullptr ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, mod->name, kzd_name(element)) : nullptr;
     if (schema == nullptr) {
         return unexpected(aux, element);
     }

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "data/kzd_internal.h"
+#include "runtime/kz_xml.h"
 
 namespace {
 
@@ -13,23 +14,39 @@ struct DocFree {
 };
 using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
 
-/* Blank text nodes are dropped, as the structure pass expects element-only content. No
- * network access, no entity substitution and no parser chatter on stderr for documents that
- * come from the wire. */
-DocPtr parse_text(const char *text)
+/* Blank text nodes are dropped, as the structure pass expects element-only content. Documents
+ * come from the wire: no DTD, no entity substitution, no network access (NETCONF messages have
+ * no use for a document type declaration, so one is refused before any of it is read). */
+DocPtr parse_text(const char *text, kz::xml::ParseReport *report)
 {
-    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-    size_t len = strlen(text);
-    if (len > static_cast<size_t>(INT32_MAX)) {
-        return nullptr;
-    }
-    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, kOptions));
+    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
+    return DocPtr(kz::xml::ParseMemory(text, strlen(text), kOptions, true, report));
 }
 
 KzdErrNode *generic_record(KzdCheckAux *aux)
 {
     return KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, KZ_ERR_TAG_OPERATION_FAILED,
                               nullptr);
+}
+
+/* A document refused before validation is a malformed message; the record is the one just
+ * reported, or the generic one when even that could not be made. */
+KzdErrNode *refused_record(KzdCheckAux *aux)
+{
+    return aux->err != nullptr ? aux->err : generic_record(aux);
+}
+
+/* Entities are never expanded, so a caller's tree that still holds references is refused. */
+bool refuse_entity_refs(KzdCheckAux *aux, xmlNode *top, KzdErrNode **err)
+{
+    const xmlNode *ref = kz::xml::FindEntityRef(top);
+    if (ref == nullptr) {
+        return false;
+    }
+    (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, ref->parent, nullptr, "Unexpected entity reference: %s.",
+                     kzd_name(ref));
+    *err = refused_record(aux);
+    return true;
 }
 
 /* Settles the default list and the record after a validation of a request. */
@@ -106,18 +123,27 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
 {
     KzdCheckAux aux;
     KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_RPC, defaultAddedCb, defaultAddedArg);
-    if (ctx == nullptr || data == nullptr) {
+    if (ctx == nullptr || data == nullptr || (dataKind != KZ_DATA_KIND_XMLTREE && dataKind != KZ_DATA_KIND_TEXT)) {
         return generic_record(&aux);
     }
     if (dataKind == KZ_DATA_KIND_XMLTREE) {
         auto *top = static_cast<xmlNode *>(data);
         aux.root = top->parent;
+        KzdErrNode *refused = nullptr;
+        if (refuse_entity_refs(&aux, top, &refused)) {
+            return refused;
+        }
         KZD_PAS_ClearXmlTreePrivate(top);
         KzdErrNode *err = finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
         KZD_PAS_ClearXmlTreePrivate(top);
         return err;
     }
-    DocPtr doc = parse_text(static_cast<const char *>(data));
+    kz::xml::ParseReport report;
+    DocPtr doc = parse_text(static_cast<const char *>(data), &report);
+    if (report.doctype) {
+        (void)kzd_report(&aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
+        return refused_record(&aux);
+    }
     xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (top == nullptr) {
         return generic_record(&aux);
@@ -131,7 +157,8 @@ KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNot
     if (ctx == nullptr || text == nullptr) {
         return KZ_EINVAL;
     }
-    DocPtr doc = parse_text(text);
+    kz::xml::ParseReport report;
+    DocPtr doc = parse_text(text, &report);
     xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (top == nullptr) {
         return KZ_EINVAL;

@@ -25,6 +25,7 @@ constexpr const char *kMsgUpdateTypedef = "Failed to update typedef statements."
 constexpr const char *kMsgCoupleAugment = "Failed to couple augment statements.";
 constexpr const char *kMsgCoupleDeviation = "Failed to couple deviation statements.";
 constexpr const char *kMsgLoadModule = "Failed to load module \"%s\".";
+constexpr const char *kMsgHeaderMissing = "Module \"%s\" has no %s.";
 
 struct FileCloser {
     void operator()(FILE *f) const { std::fclose(f); }
@@ -38,14 +39,58 @@ struct MemFreer {
 using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
- * rather than the parser's global defaults: nothing shared is changed, and
- * element names come from the parser dictionary instead of a copy per node. */
-xmlDoc *ParseXmlBuffer(const char *buf, size_t size)
+ * rather than the parser's global defaults: nothing shared is changed, the parser's
+ * complaints land in report instead of stderr, and element names come from the parser
+ * dictionary instead of a copy per node. */
+xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::xml::ParseReport *report)
 {
-    if (size > static_cast<size_t>(INT_MAX)) {
+    return kz::xml::ParseMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
+}
+
+/* Reads a whole module file, its size checked before anything is allocated for it. */
+xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
+{
+    if (file == nullptr || std::fseek(file, 0, SEEK_END) != 0) {
         return nullptr;
     }
-    return xmlReadMemory(buf, static_cast<int>(size), nullptr, nullptr, XML_PARSE_NOBLANKS | XML_PARSE_NONET);
+    const long size = std::ftell(file);
+    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
+        return nullptr;
+    }
+    if (static_cast<unsigned long>(size) > KZ_CTX_MODULE_FILE_MAX) {
+        (void)kz_snprintf_s(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
+                            size, KZ_CTX_MODULE_FILE_MAX);
+        return nullptr;
+    }
+    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
+    if (buf == nullptr) {
+        return nullptr;
+    }
+    const size_t got = std::fread(buf.get(), 1, static_cast<size_t>(size), file);
+    buf.get()[got] = '\0';
+    return ParseXmlBuffer(buf.get(), got, report);
+}
+
+xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
+{
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
+    if (file == nullptr) {
+        return nullptr;
+    }
+    (void)std::setvbuf(file.get(), nullptr, _IOFBF, BUFSIZ);
+    return ReadFileAsDoc(file.get(), report);
+}
+
+/* The read failure, followed by what the parser (or the size check) said about it. */
+void RecordReadFailure(KzCtx *ctx, const char *name, const kz::xml::ParseReport &report)
+{
+    if (report.message[0] == '\0') {
+        KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+    } else if (report.line > 0) {
+        KZ_CTX_AddModError(ctx, name, "%s Line %d: %s", kMsgReadContent, report.line, report.message);
+    } else {
+        KZ_CTX_AddModError(ctx, name, "%s %s", kMsgReadContent, report.message);
+    }
 }
 
 /* A module that failed to be registered is either still in the registry (a
@@ -57,6 +102,25 @@ void DiscardModule(KzCtx *ctx, KzMod *mod)
     } else {
         KZS_MOD_Free(mod);
     }
+}
+
+bool IsEmpty(const char *s)
+{
+    return s == nullptr || s[0] == '\0';
+}
+
+/* A module enters the registry only with a name, a namespace and a prefix: the registry
+ * and every namespace lookup are keyed by them. */
+uint32_t CheckHeaderComplete(KzCtx *ctx, const KzMod *mod)
+{
+    const char *missing = IsEmpty(mod->name) ? "name" : IsEmpty(mod->ns) ? "namespace" : IsEmpty(mod->prefix) ? "prefix"
+                                                                                                       : nullptr;
+    if (missing == nullptr) {
+        return KZ_OK;
+    }
+    const char *name = mod->name != nullptr ? mod->name : "";
+    KZ_CTX_AddModError(ctx, name, kMsgHeaderMissing, name, missing);
+    return KZ_EINVAL;
 }
 
 } /* namespace */
@@ -76,23 +140,8 @@ KZ_API uint32_t KZS_LOADER_CheckParsedModNameMatched(const char *nameAttr, const
 
 KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file)
 {
-    if (file == nullptr) {
-        return nullptr;
-    }
-    if (std::fseek(file, 0, SEEK_END) != 0) {
-        return nullptr;
-    }
-    const long size = std::ftell(file);
-    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
-        return nullptr;
-    }
-    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
-    if (buf == nullptr) {
-        return nullptr;
-    }
-    const size_t got = std::fread(buf.get(), 1, static_cast<size_t>(size), file);
-    buf.get()[got] = '\0';
-    return ParseXmlBuffer(buf.get(), got);
+    kz::xml::ParseReport report;
+    return ReadFileAsDoc(file, &report);
 }
 
 KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
@@ -100,12 +149,8 @@ KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
     if (path == nullptr) {
         return nullptr;
     }
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
-    if (file == nullptr) {
-        return nullptr;
-    }
-    (void)std::setvbuf(file.get(), nullptr, _IOFBF, BUFSIZ);
-    return KZS_LOADER_ReadFileContentAsDoc(file.get());
+    kz::xml::ParseReport report;
+    return ReadYinFile(path, &report);
 }
 
 KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssister *assister)
@@ -150,9 +195,10 @@ KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const
     if (ctx == nullptr || path == nullptr) {
         return nullptr;
     }
-    DocPtr doc(KZS_LOADER_ReadYinFileToXmlDoc(path));
+    kz::xml::ParseReport report;
+    DocPtr doc(ReadYinFile(path, &report));
     if (doc == nullptr) {
-        KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+        RecordReadFailure(ctx, name, report);
         return nullptr;
     }
     return KZS_LOADER_ParseYinContent(ctx, doc.get(), assister);
@@ -250,7 +296,10 @@ KZ_API uint32_t KZS_LOADER_AppendModuleToCtx(KzCtx *ctx, KzMod *mod, LoadAssiste
         return KZ_EINVAL;
     }
     if (KZ_CTX_GetModuleByModName(ctx, mod->name) == nullptr) {
-        uint32_t ret = KZ_CTX_AddModuleNode(ctx, mod);
+        uint32_t ret = CheckHeaderComplete(ctx, mod);
+        if (ret == KZ_OK) {
+            ret = KZ_CTX_AddModuleNode(ctx, mod);
+        }
         if (ret != KZ_OK) {
             return ret;
         }
@@ -320,7 +369,7 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByModName(KzCtx *ctx, const char *name)
 
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName)
 {
-    if (ctx == nullptr || moduleName == nullptr) {
+    if (ctx == nullptr || KZ_CTX_IsValidModuleName(moduleName) == 0) {
         return KZ_EINVAL;
     }
     uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
@@ -342,7 +391,8 @@ KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
     if (ctx == nullptr || yinText == nullptr) {
         return KZ_EINVAL;
     }
-    DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText)));
+    kz::xml::ParseReport report;
+    DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
     if (doc == nullptr) {
         return KZ_EINVAL;
     }

@@ -13,6 +13,11 @@
 #include "loader/kzs_loader.h"
 #include "runtime/kz_mem.h"
 
+/* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
+static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
+                  KZS_LOADER_PATH_MAX,
+              "a search directory must leave room for every module file name");
+
 namespace {
 
 bool IsRegularFile(const char *path)
@@ -158,8 +163,9 @@ KZ_API uint32_t KZS_LOADER_FillFullNameWithRevision(const char *dir, const char 
 
 KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, const char *name)
 {
-    /* A module name is one file-name component: no way out of the search directories. */
-    if (ctx == nullptr || name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
+    /* A module name is a YANG identifier: no way out of the search directories, and
+     * nothing that the directory scan would read as a file pattern. */
+    if (ctx == nullptr || KZ_CTX_IsValidModuleName(name) == 0) {
         return nullptr;
     }
     auto *coll = static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection)));
