@@ -6,6 +6,7 @@
 
 #include "data/kzd_internal.h"
 #include "runtime/kz_xml.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -84,38 +85,40 @@ KZ_API void KZD_PAS_ClearXmlTreePrivate(xmlNode *element)
 
 KZ_API uint32_t KZD_PAS_ValidateDataTree(KzdCheckAux *aux, xmlNode *top)
 {
-    if (top == nullptr) {
-        return KZ_EINVAL;
-    }
-    uint32_t rc = KZD_PAS_FlushTreeWithSchema(aux, top);
-    if (rc != KZ_OK) {
-        return rc;
-    }
-    const uint32_t actionMount = KZD_CHECK_ACTION | KZD_CHECK_MOUNT_SEEN;
-    if ((aux->flags & actionMount) == actionMount) {
-        return KZ_OK;
-    }
-    xmlNode *op = top;
-    if (aux->flags & KZD_CHECK_ACTION) {
-        if (aux->actionElement == nullptr) {
-            if (aux->err == nullptr) {
-                aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
-                                              KZ_ERR_TAG_UNKNOWN_ELEMENT, nullptr);
-            }
-            KZD_ERR_SetErrorMsg(aux->err, "Unexpected element: %s.", "action");
-            KZD_ERR_SetBadElement(aux->err, "action");
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (top == nullptr) {
             return KZ_EINVAL;
         }
-        op = aux->actionElement;
-    }
-    rc = KZD_PAS_CompleteTree(aux, op, aux->flags);
-    if (rc == KZ_OK) {
-        rc = KZD_PAS_EvalDataTreeWhenMust(aux, op);
-    }
-    if (rc == KZ_OK) {
-        rc = KZ_PAS_CheckTreeMandatory(aux, op);
-    }
-    return rc;
+        uint32_t rc = KZD_PAS_FlushTreeWithSchema(aux, top);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        const uint32_t actionMount = KZD_CHECK_ACTION | KZD_CHECK_MOUNT_SEEN;
+        if ((aux->flags & actionMount) == actionMount) {
+            return KZ_OK;
+        }
+        xmlNode *op = top;
+        if (aux->flags & KZD_CHECK_ACTION) {
+            if (aux->actionElement == nullptr) {
+                if (aux->err == nullptr) {
+                    aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
+                                                  KZ_ERR_TAG_UNKNOWN_ELEMENT, nullptr);
+                }
+                KZD_ERR_SetErrorMsg(aux->err, "Unexpected element: %s.", "action");
+                KZD_ERR_SetBadElement(aux->err, "action");
+                return KZ_EINVAL;
+            }
+            op = aux->actionElement;
+        }
+        rc = KZD_PAS_CompleteTree(aux, op, aux->flags);
+        if (rc == KZ_OK) {
+            rc = KZD_PAS_EvalDataTreeWhenMust(aux, op);
+        }
+        if (rc == KZ_OK) {
+            rc = KZ_PAS_CheckTreeMandatory(aux, op);
+        }
+        return rc;
+    });
 }
 
 KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
@@ -154,36 +157,38 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
 
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb, void *resultArg)
 {
-    if (ctx == nullptr || text == nullptr) {
-        return KZ_EINVAL;
-    }
-    kz::xml::ParseReport report;
-    DocPtr doc = parse_text(text, &report);
-    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
-    if (top == nullptr) {
-        return KZ_EINVAL;
-    }
-    KzdCheckAux aux;
-    KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
-    aux.root = reinterpret_cast<xmlNode *>(doc.get());
-    uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
-    kzd_cond_cache_free(&aux);
-    KZD_PAS_ClearDefaultNodeList(&aux, 0);
-    KZ_FreeErrNode(aux.err);
-    if (rc != KZ_OK) {
-        return KZ_EINVAL;
-    }
-    xmlChar *dumped = nullptr;
-    int size = 0;
-    xmlDocDumpFormatMemoryEnc(doc.get(), &dumped, &size, "UTF-8", 1);
-    doc.reset();
-    if (dumped == nullptr || size <= 0) {
+    return kz::Guarded(KZ_EINVAL, [&]() -> uint32_t {
+        if (ctx == nullptr || text == nullptr) {
+            return KZ_EINVAL;
+        }
+        kz::xml::ParseReport report;
+        DocPtr doc = parse_text(text, &report);
+        xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+        if (top == nullptr) {
+            return KZ_EINVAL;
+        }
+        KzdCheckAux aux;
+        KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
+        aux.root = reinterpret_cast<xmlNode *>(doc.get());
+        uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
+        kzd_cond_cache_free(&aux);
+        KZD_PAS_ClearDefaultNodeList(&aux, 0);
+        KZ_FreeErrNode(aux.err);
+        if (rc != KZ_OK) {
+            return KZ_EINVAL;
+        }
+        xmlChar *dumped = nullptr;
+        int size = 0;
+        xmlDocDumpFormatMemoryEnc(doc.get(), &dumped, &size, "UTF-8", 1);
+        doc.reset();
+        if (dumped == nullptr || size <= 0) {
+            xmlFree(dumped);
+            return KZ_EINVAL;
+        }
+        uint32_t result = resultCb != nullptr ? resultCb(reinterpret_cast<const char *>(dumped), resultArg) : KZ_OK;
         xmlFree(dumped);
-        return KZ_EINVAL;
-    }
-    uint32_t result = resultCb != nullptr ? resultCb(reinterpret_cast<const char *>(dumped), resultArg) : KZ_OK;
-    xmlFree(dumped);
-    return result;
+        return result;
+    });
 }
 
 } // extern "C"

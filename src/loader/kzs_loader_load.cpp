@@ -14,6 +14,7 @@
 #include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 #include "types/kzt_type.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -369,49 +370,53 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByModName(KzCtx *ctx, const char *name)
 
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName)
 {
-    if (ctx == nullptr || KZ_CTX_IsValidModuleName(moduleName) == 0) {
-        return KZ_EINVAL;
-    }
-    uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
-    if (ret != KZ_OK) {
-        if (KZ_CTX_GetErrNodeByModName(ctx, moduleName) == nullptr) {
-            KZ_CTX_AddModError(ctx, moduleName, kMsgLoadModule, moduleName);
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || KZ_CTX_IsValidModuleName(moduleName) == 0) {
+            return KZ_EINVAL;
         }
-        return ret;
-    }
-    if ((ctx->flags & KZ_CTX_OPT_LOAD_IMPORTS) != 0) {
-        return KZS_LOADER_LoadModuleImportedNames(ctx, moduleName);
-    }
-    KZ_CTX_NotifyModuleChange(ctx, moduleName, 0, nullptr);
-    return KZ_OK;
+        uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
+        if (ret != KZ_OK) {
+            if (KZ_CTX_GetErrNodeByModName(ctx, moduleName) == nullptr) {
+                KZ_CTX_AddModError(ctx, moduleName, kMsgLoadModule, moduleName);
+            }
+            return ret;
+        }
+        if ((ctx->flags & KZ_CTX_OPT_LOAD_IMPORTS) != 0) {
+            return KZS_LOADER_LoadModuleImportedNames(ctx, moduleName);
+        }
+        KZ_CTX_NotifyModuleChange(ctx, moduleName, 0, nullptr);
+        return KZ_OK;
+    });
 }
 
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
 {
-    if (ctx == nullptr || yinText == nullptr) {
-        return KZ_EINVAL;
-    }
-    kz::xml::ParseReport report;
-    DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
-    if (doc == nullptr) {
-        return KZ_EINVAL;
-    }
-    KzMod *mod = KZS_LOADER_ParseYinContent(ctx, doc.get(), nullptr);
-    doc.reset();
-    if (mod == nullptr) {
-        return KZ_ERR;
-    }
-    if (KZ_CTX_GetModuleByModName(ctx, mod->name) != nullptr) {
-        KZS_MOD_Free(mod); /* the module already loaded stays */
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || yinText == nullptr) {
+            return KZ_EINVAL;
+        }
+        kz::xml::ParseReport report;
+        DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
+        if (doc == nullptr) {
+            return KZ_EINVAL;
+        }
+        KzMod *mod = KZS_LOADER_ParseYinContent(ctx, doc.get(), nullptr);
+        doc.reset();
+        if (mod == nullptr) {
+            return KZ_ERR;
+        }
+        if (KZ_CTX_GetModuleByModName(ctx, mod->name) != nullptr) {
+            KZS_MOD_Free(mod); /* the module already loaded stays */
+            return KZ_OK;
+        }
+        uint32_t ret = KZS_LOADER_AppendModuleToCtx(ctx, mod, nullptr);
+        if (ret != KZ_OK) {
+            DiscardModule(ctx, mod);
+            return ret;
+        }
+        KZ_CTX_NotifyModuleChange(ctx, mod->name, 0, nullptr);
         return KZ_OK;
-    }
-    uint32_t ret = KZS_LOADER_AppendModuleToCtx(ctx, mod, nullptr);
-    if (ret != KZ_OK) {
-        DiscardModule(ctx, mod);
-        return ret;
-    }
-    KZ_CTX_NotifyModuleChange(ctx, mod->name, 0, nullptr);
-    return KZ_OK;
+    });
 }
 
 } /* extern "C" */
