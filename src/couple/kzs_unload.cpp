@@ -9,6 +9,7 @@
 #include "couple/kzs_couple_int.h"
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_mem.h"
+#include "runtime/kz_alloc.hpp"
 #include "runtime/kz_guard.hpp"
 
 namespace {
@@ -30,13 +31,13 @@ uint32_t CollectUnloadSet(KzCtx *ctx, KzMod *root, std::vector<KzMod *> &set)
             if (ret != 0) {
                 return ret;
             }
+            kz::MemPtr<const char *> owned(names);
             for (uint32_t j = 0; j < count && names != nullptr; j++) {
                 KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[j]);
                 if (dep != nullptr && !Contains(set, dep)) {
                     set.push_back(dep);
                 }
             }
-            KZ_MemFree(names);
         }
     }
     return 0;

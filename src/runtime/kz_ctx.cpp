@@ -13,14 +13,12 @@ namespace {
 
 constexpr uint32_t kModNameBufSize = 65; /* 64 characters and the NUL */
 
+/* Each augment gives its nodes back from wherever they sit now, which needs no path
+ * lookup and so cannot fail for want of memory halfway through. */
 void UnCoupleEveryAugment(KzCtx *ctx)
 {
     for (KzMod *mod = KZ_CTX_GetFirstModule(ctx); mod != nullptr; mod = KZ_CTX_GetNextModule(ctx, mod)) {
-        for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-            if ((aug->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0) {
-                (void)KZS_NODE_UnCoupleAugmentNode(aug);
-            }
-        }
+        KZS_MOD_UnCoupleAllAugments(mod);
     }
 }
 
