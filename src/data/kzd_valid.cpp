@@ -63,6 +63,38 @@ KzdErrNode *finish_request(KzdCheckAux *aux, uint32_t rc)
     return aux->err != nullptr ? aux->err : generic_record(aux);
 }
 
+/* The request checks; a null record means valid. */
+KzdErrNode *validate_request(KzdCheckAux *aux, uint32_t dataKind, void *data)
+{
+    if (aux->ctx == nullptr || data == nullptr || (dataKind != KZ_DATA_KIND_XMLTREE && dataKind != KZ_DATA_KIND_TEXT)) {
+        return generic_record(aux);
+    }
+    if (dataKind == KZ_DATA_KIND_XMLTREE) {
+        auto *top = static_cast<xmlNode *>(data);
+        aux->root = top->parent;
+        KzdErrNode *refused = nullptr;
+        if (refuse_entity_refs(aux, top, &refused)) {
+            return refused;
+        }
+        KZD_PAS_ClearXmlTreePrivate(top);
+        KzdErrNode *err = finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
+        KZD_PAS_ClearXmlTreePrivate(top);
+        return err;
+    }
+    kz::xml::ParseReport report;
+    DocPtr doc = parse_text(static_cast<const char *>(data), &report);
+    if (report.doctype) {
+        (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
+        return refused_record(aux);
+    }
+    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (top == nullptr) {
+        return generic_record(aux);
+    }
+    aux->root = reinterpret_cast<xmlNode *>(doc.get());
+    return finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
+}
+
 } // namespace
 
 extern "C" {
@@ -126,33 +158,20 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
 {
     KzdCheckAux aux;
     KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_RPC, defaultAddedCb, defaultAddedArg);
-    if (ctx == nullptr || data == nullptr || (dataKind != KZ_DATA_KIND_XMLTREE && dataKind != KZ_DATA_KIND_TEXT)) {
-        return generic_record(&aux);
-    }
-    if (dataKind == KZ_DATA_KIND_XMLTREE) {
-        auto *top = static_cast<xmlNode *>(data);
-        aux.root = top->parent;
-        KzdErrNode *refused = nullptr;
-        if (refuse_entity_refs(&aux, top, &refused)) {
-            return refused;
-        }
-        KZD_PAS_ClearXmlTreePrivate(top);
-        KzdErrNode *err = finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
-        KZD_PAS_ClearXmlTreePrivate(top);
+    /* The passes run guarded themselves; what can still throw here (the path of a refused
+     * tree) comes before anything was added, so the generic record is all there is to give. */
+    bool finished = false;
+    KzdErrNode *err = kz::Guarded(static_cast<KzdErrNode *>(nullptr), [&]() -> KzdErrNode * {
+        KzdErrNode *made = validate_request(&aux, dataKind, data);
+        finished = true;
+        return made;
+    });
+    if (finished) {
         return err;
     }
-    kz::xml::ParseReport report;
-    DocPtr doc = parse_text(static_cast<const char *>(data), &report);
-    if (report.doctype) {
-        (void)kzd_report(&aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
-        return refused_record(&aux);
-    }
-    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
-    if (top == nullptr) {
-        return generic_record(&aux);
-    }
-    aux.root = reinterpret_cast<xmlNode *>(doc.get());
-    return finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
+    KZ_FreeErrNode(aux.err);
+    aux.err = nullptr;
+    return generic_record(&aux);
 }
 
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb, void *resultArg)
