@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "loader/kzs_loader.h"
 #include "runtime/kz_mem.h"
+#include "runtime/kz_guard.hpp"
 
 /* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
 static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
@@ -19,6 +21,10 @@ static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOAD
               "a search directory must leave room for every module file name");
 
 namespace {
+
+struct DirCloser {
+    void operator()(DIR *d) const { closedir(d); }
+};
 
 bool IsRegularFile(const char *path)
 {
@@ -129,36 +135,38 @@ KZ_API uint32_t KZS_LOADER_FillFullNameWithNoRevision(const char *dir, const cha
 
 KZ_API uint32_t KZS_LOADER_FillFullNameWithRevision(const char *dir, const char *name, PathCollection *coll)
 {
-    if (dir == nullptr || name == nullptr || coll == nullptr) {
-        return KZ_EINVAL;
-    }
-    const std::string pattern = std::string(name) + "@*.yin";
-    DIR *d = opendir(dir);
-    if (d == nullptr) {
-        return KZ_ENOENT;
-    }
-    std::vector<std::string> found;
-    for (struct dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
-        if (fnmatch(pattern.c_str(), ent->d_name, 0) == 0) {
-            found.emplace_back(ent->d_name);
-        }
-    }
-    closedir(d);
-    /* Directory order differs between file systems; sort so that a load is repeatable. */
-    std::sort(found.begin(), found.end());
-    const std::string prefix = std::string(dir) + "/";
-    for (const std::string &file : found) {
-        const std::string path = prefix + file;
-        if (!IsRegularFile(path.c_str())) {
-            continue;
-        }
-        (void)KZS_LOADER_AppendOnePathObj(coll, path.c_str());
-        /* Merge sources and other @ files of one module both present: stop here. */
-        if (coll->hasSuffixed == coll->hasPlain) {
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (dir == nullptr || name == nullptr || coll == nullptr) {
             return KZ_EINVAL;
         }
-    }
-    return KZ_OK;
+        const std::string pattern = std::string(name) + "@*.yin";
+        std::unique_ptr<DIR, DirCloser> d(opendir(dir));
+        if (d == nullptr) {
+            return KZ_ENOENT;
+        }
+        std::vector<std::string> found;
+        for (struct dirent *ent = readdir(d.get()); ent != nullptr; ent = readdir(d.get())) {
+            if (fnmatch(pattern.c_str(), ent->d_name, 0) == 0) {
+                found.emplace_back(ent->d_name);
+            }
+        }
+        d.reset();
+        /* Directory order differs between file systems; sort so that a load is repeatable. */
+        std::sort(found.begin(), found.end());
+        const std::string prefix = std::string(dir) + "/";
+        for (const std::string &file : found) {
+            const std::string path = prefix + file;
+            if (!IsRegularFile(path.c_str())) {
+                continue;
+            }
+            (void)KZS_LOADER_AppendOnePathObj(coll, path.c_str());
+            /* Merge sources and other @ files of one module both present: stop here. */
+            if (coll->hasSuffixed == coll->hasPlain) {
+                return KZ_EINVAL;
+            }
+        }
+        return KZ_OK;
+    });
 }
 
 KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, const char *name)

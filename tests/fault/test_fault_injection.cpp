@@ -81,10 +81,16 @@ const char *kBase = R"(<module name="fa" xmlns="urn:ietf:params:xml:ns:yang:yin:
   <notification name="ev"><leaf name="t"><type name="string"/></leaf></notification>
 </module>)";
 
-const char *kExt = R"(<module name="fb" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:fb="urn:fb" xmlns:fa="urn:fa">
+/* fb is stored as two merge sources, so that a load also scans and merges. */
+const char *kExtCore = R"(<module name="fb" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:fb="urn:fb" xmlns:fa="urn:fa">
   <namespace uri="urn:fb"/><prefix value="fb"/>
   <import module="fa"><prefix value="fa"/></import>
   <augment target-node="/fa:op/fa:input"><leaf name="extra"><type name="uint8"/></leaf></augment>
+</module>)";
+
+const char *kExtDev = R"(<module name="fb" xmlns="urn:ietf:params:xml:ns:yang:yin:1" xmlns:fb="urn:fb" xmlns:fa="urn:fa">
+  <namespace uri="urn:fb"/><prefix value="fb"/>
+  <import module="fa"><prefix value="fa"/></import>
   <deviation target-node="/fa:sys/fa:loc"><deviate value="not-supported"/></deviation>
   <deviation target-node="/fa:sys/fa:contact"><deviate value="add"><must condition=". != 'x'"/></deviate></deviation>
 </module>)";
@@ -132,12 +138,14 @@ protected:
         ASSERT_NE(mkdtemp(tmpl), nullptr);
         dir_ = tmpl;
         Write("fa.yin", kBase);
-        Write("fb.yin", kExt);
+        Write("fb@@core.yin", kExtCore);
+        Write("fb@@dev.yin", kExtDev);
     }
     static void TearDownTestSuite()
     {
         std::remove((dir_ + "/fa.yin").c_str());
-        std::remove((dir_ + "/fb.yin").c_str());
+        std::remove((dir_ + "/fb@@core.yin").c_str());
+        std::remove((dir_ + "/fb@@dev.yin").c_str());
         rmdir(dir_.c_str());
     }
     static void Write(const char *name, const char *text)
