@@ -5,7 +5,7 @@
 #ifndef KZ_GUARD_HPP
 #define KZ_GUARD_HPP
 
-#include <type_traits>
+#include <utility>
 
 namespace kz {
 
