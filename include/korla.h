@@ -415,10 +415,13 @@ typedef void (*KzDefaultAddedCb)(struct _xmlNode *added, void *arg);
 typedef uint32_t (*KzNotifResultCb)(const char *text, void *arg);
 
 /* Validates an rpc or action request.  NULL when valid, otherwise one error
- * record that the caller frees with KZ_FreeErrNode. */
+ * record that the caller frees with KZ_FreeErrNode.  A text with a document
+ * type declaration, or a tree holding entity references, is refused with tag
+ * KZ_ERR_TAG_MALFORMED_MESSAGE; an unknown data kind gets the generic record. */
 KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
                                               KzDefaultAddedCb defaultAddedCb, void *defaultAddedArg);
-/* Validates a notification text: 0 (or resultCb's result) when valid, 22 otherwise. */
+/* Validates a notification text: 0 (or resultCb's result) when valid, 22 otherwise
+ * (a document type declaration included). */
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb,
                                              void *resultArg);
 
