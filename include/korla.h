@@ -110,12 +110,19 @@ KZ_API void KZ_CTX_SetReloadModuleCbFunc(KzCtx *ctx, KzReloadModuleCbFunc func);
 KZ_API void KZ_CTX_SetExtInstFilterCbFunc(KzCtx *ctx, KzExtInstFilterCbFunc func);
 
 /* Search directories: absolute paths of existing directories, searched in the
- * order added.  20 for a relative or missing directory, 22 for NULL. */
+ * order added.  20 for a relative or missing directory, 22 for NULL or for a
+ * path longer than KZ_CTX_SEARCH_DIR_MAX characters (trailing '/' removed). */
+#define KZ_CTX_SEARCH_DIR_MAX 175u
 KZ_API uint32_t KZ_CTX_SetSearchDir(KzCtx *ctx, const char *path);
 /* A NULL path removes every directory. */
 KZ_API void KZ_CTX_UnSetSearchDir(KzCtx *ctx, const char *path);
 
-/* Loading and unloading modules. */
+/* Loading and unloading modules.  A module file larger than
+ * KZ_CTX_MODULE_FILE_MAX bytes is not read (22, with a diagnostic); a module
+ * name must be a YANG identifier of at most KZ_CTX_MODULE_NAME_MAX characters
+ * (22 otherwise, nothing searched). */
+#define KZ_CTX_MODULE_FILE_MAX (64u * 1024u * 1024u)
+#define KZ_CTX_MODULE_NAME_MAX 64u
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName);
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText);
 KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText);
@@ -417,10 +424,13 @@ typedef void (*KzDefaultAddedCb)(struct _xmlNode *added, void *arg);
 typedef uint32_t (*KzNotifResultCb)(const char *text, void *arg);
 
 /* Validates an rpc or action request.  NULL when valid, otherwise one error
- * record that the caller frees with KZ_FreeErrNode. */
+ * record that the caller frees with KZ_FreeErrNode.  A text with a document
+ * type declaration, or a tree holding entity references, is refused with tag
+ * KZ_ERR_TAG_MALFORMED_MESSAGE; an unknown data kind gets the generic record. */
 KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
                                               KzDefaultAddedCb defaultAddedCb, void *defaultAddedArg);
-/* Validates a notification text: 0 (or resultCb's result) when valid, 22 otherwise. */
+/* Validates a notification text: 0 (or resultCb's result) when valid, 22 otherwise
+ * (a document type declaration included). */
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb,
                                              void *resultArg);
 

@@ -72,8 +72,9 @@ TEST_F(LoaderLoad, UnreadableAndWrongRootFiles)
 {
     dir_.Write("broken.yin", "<module name=\"broken\"");
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "broken"), 22u);
-    EXPECT_EQ(Messages(ctx_, "broken"), Names({"Failed to read content from the yin file.",
-                                               "Failed to parse module \"broken\" from the yin file."}));
+    EXPECT_EQ(Messages(ctx_, "broken"),
+              Names({"Failed to read content from the yin file. Line 1: attributes construct error",
+                     "Failed to parse module \"broken\" from the yin file."}));
 
     dir_.Write("sub.yin", "<submodule name=\"sub\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "sub"), 22u);

@@ -99,13 +99,13 @@ TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
     EXPECT_EQ(mod->description, nullptr); /* kept only with the context option */
 }
 
-TEST_F(LoaderModule, DescriptionKeptWithOptionAndNamespaceMayBeMissing)
+TEST_F(LoaderModule, DescriptionKeptWithOption)
 {
     Reopen(KZ_CTX_OPT_KEEP_DESCRIPTION);
-    KzMod *mod = LoadText(ModuleText("m", "<prefix value='m'/><description><text>about</text></description>"));
+    KzMod *mod = LoadText(
+        ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><description><text>about</text></description>"));
     ASSERT_NE(mod, nullptr) << status_;
     EXPECT_STREQ(mod->description, "about");
-    EXPECT_EQ(mod->ns, nullptr);
     EXPECT_EQ(mod->yangVersion, 0u);
 }
 

@@ -13,6 +13,19 @@
 
 namespace {
 
+/* The deviation stage for the life of a scope: back to parsing on every way out,
+ * a container's std::bad_alloc included. */
+class DeviateStage {
+public:
+    explicit DeviateStage(KzCtx *ctx) : ctx_(ctx) { KZ_CTX_SetLoadStage(ctx_, KZ_LOAD_STAGE_DEVIATE); }
+    ~DeviateStage() { KZ_CTX_SetLoadStage(ctx_, KZ_LOAD_STAGE_PARSE); }
+    DeviateStage(const DeviateStage &) = delete;
+    DeviateStage &operator=(const DeviateStage &) = delete;
+
+private:
+    KzCtx *ctx_;
+};
+
 enum UndoKind : uint32_t {
     UNDO_FLAGS,       // node flags word
     UNDO_LEAF_DFLT,   // leaf default
@@ -1169,12 +1182,13 @@ uint32_t KZS_MOD_CoupleDeviation(KzMod *mod, KzsDeviation *dev)
     undo->devMod = mod;
     dev->undo = undo;
 
-    KZ_CTX_SetLoadStage(ctx, KZ_LOAD_STAGE_DEVIATE);
     uint32_t ret = 0;
-    for (uint16_t i = 0; i < dev->deviateCount && ret == 0; i++) {
-        ret = KZS_MOD_CoupleDeviate(mod, dev, &dev->deviates[i], target);
+    {
+        DeviateStage stage(ctx);
+        for (uint16_t i = 0; i < dev->deviateCount && ret == 0; i++) {
+            ret = KZS_MOD_CoupleDeviate(mod, dev, &dev->deviates[i], target);
+        }
     }
-    KZ_CTX_SetLoadStage(ctx, KZ_LOAD_STAGE_PARSE);
 
     if (ret != 0) {
         // A deviation applies whole or not at all: what its earlier deviates

@@ -9,6 +9,7 @@
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_diag.h"
 #include "runtime/kz_mem.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -647,18 +648,20 @@ uint32_t KZS_MOD_MergeTreeNodeData(KzMod *dst, KzMod *src)
 
 uint32_t KZS_MOD_MergeTwoModuleInSameCtx(KzMod *dst, KzMod *src)
 {
-    if (dst == nullptr || src == nullptr || dst->ctx == nullptr || dst->ctx != src->ctx) {
-        return KZ_EINVAL;
-    }
-    uint32_t ret = KZS_MOD_MergeGlobalDefData(dst, src);
-    if (ret != 0) {
-        KZ_CTX_AddModError(dst->ctx, dst->name, "%s", "Failed to merge global definitions.");
-        return ret;
-    }
-    ret = KZS_MOD_MergeTreeNodeData(dst, src);
-    if (ret != 0) {
-        KZ_CTX_AddModError(dst->ctx, dst->name, "%s", "Failed to merge schema tree.");
-        return ret;
-    }
-    return 0;
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (dst == nullptr || src == nullptr || dst->ctx == nullptr || dst->ctx != src->ctx) {
+            return KZ_EINVAL;
+        }
+        uint32_t ret = KZS_MOD_MergeGlobalDefData(dst, src);
+        if (ret != 0) {
+            KZ_CTX_AddModError(dst->ctx, dst->name, "%s", "Failed to merge global definitions.");
+            return ret;
+        }
+        ret = KZS_MOD_MergeTreeNodeData(dst, src);
+        if (ret != 0) {
+            KZ_CTX_AddModError(dst->ctx, dst->name, "%s", "Failed to merge schema tree.");
+            return ret;
+        }
+        return 0;
+    });
 }

@@ -9,6 +9,8 @@
 #include "couple/kzs_couple_int.h"
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_mem.h"
+#include "runtime/kz_alloc.hpp"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -29,13 +31,13 @@ uint32_t CollectUnloadSet(KzCtx *ctx, KzMod *root, std::vector<KzMod *> &set)
             if (ret != 0) {
                 return ret;
             }
+            kz::MemPtr<const char *> owned(names);
             for (uint32_t j = 0; j < count && names != nullptr; j++) {
                 KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[j]);
                 if (dep != nullptr && !Contains(set, dep)) {
                     set.push_back(dep);
                 }
             }
-            KZ_MemFree(names);
         }
     }
     return 0;
@@ -71,68 +73,70 @@ void KZS_MOD_UnCoupleAllAugments(KzMod *mod)
 
 uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
 {
-    if (ctx == nullptr || moduleName == nullptr) {
-        return KZ_EINVAL;
-    }
-    KzMod *root = KZ_CTX_GetModuleByModName(ctx, moduleName);
-    if (root == nullptr) {
-        return KZ_ERR;
-    }
-    std::vector<KzMod *> set;
-    uint32_t ret = CollectUnloadSet(ctx, root, set);
-    if (ret != 0) {
-        return ret;
-    }
-    if (ctx->reloadModuleCbFunc != nullptr) {
-        for (KzMod *mod : set) {
-            ctx->reloadModuleCbFunc(ctx, mod->name);
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || moduleName == nullptr) {
+            return KZ_EINVAL;
         }
-    }
-
-    // Deviations first, while every node they changed is still where they
-    // found it.  Deviations of other modules coupled later come off too and
-    // are coupled again at the end, on the schema without the set.
-    std::vector<KzsDevRef> devs;
-    for (KzMod *mod : set) {
-        for (uint16_t i = 0; i < mod->deviationCount; i++) {
-            if ((mod->deviations[i].flags & KZS_DEVIATION_FLAG_COUPLED) != 0) {
-                devs.push_back({mod, &mod->deviations[i]});
+        KzMod *root = KZ_CTX_GetModuleByModName(ctx, moduleName);
+        if (root == nullptr) {
+            return KZ_ERR;
+        }
+        std::vector<KzMod *> set;
+        uint32_t ret = CollectUnloadSet(ctx, root, set);
+        if (ret != 0) {
+            return ret;
+        }
+        if (ctx->reloadModuleCbFunc != nullptr) {
+            for (KzMod *mod : set) {
+                ctx->reloadModuleCbFunc(ctx, mod->name);
             }
         }
-    }
-    std::vector<const char *> touched;
-    std::vector<KzsDevRef> redo = kzs_couple_undo_deviations(ctx, devs, &touched);
-    std::vector<const char *> restored; // interned names of modules that stay
-    for (const char *name : touched) {
-        KzMod *owner = KZ_CTX_GetModuleByModName(ctx, name);
-        if (owner != nullptr && !Contains(set, owner)) {
-            restored.push_back(owner->name);
-        }
-    }
 
-    // Augments give their nodes back; the nodes' current parents are used,
-    // not the target paths, which nested augments may no longer resolve.
-    for (KzMod *mod : set) {
-        KZS_MOD_UnCoupleAllAugments(mod);
-    }
-    for (KzMod *mod : set) {
-        DropRelations(ctx, mod);
-    }
-    for (KzMod *mod : set) {
-        RelationTbl *tbl = KZ_CTX_FindModRelationTbl(ctx, mod->name);
-        if (tbl != nullptr) {
-            KZ_CTX_DeleteModRelationTbl(ctx, tbl);
+        // Deviations first, while every node they changed is still where they
+        // found it.  Deviations of other modules coupled later come off too and
+        // are coupled again at the end, on the schema without the set.
+        std::vector<KzsDevRef> devs;
+        for (KzMod *mod : set) {
+            for (uint16_t i = 0; i < mod->deviationCount; i++) {
+                if ((mod->deviations[i].flags & KZS_DEVIATION_FLAG_COUPLED) != 0) {
+                    devs.push_back({mod, &mod->deviations[i]});
+                }
+            }
         }
-    }
-    // Dependants first, the module asked for last.
-    for (size_t i = set.size(); i-- > 0;) {
-        KZ_CTX_DestroyModuleNode(ctx, set[i]);
-    }
-    // Nodes that a not-supported had removed are back: what stays loaded and
-    // was built on them couples again, augments first, then the deviations
-    // taken off above in their first order, then any still waiting.
-    kzs_couple_recouple_restored(ctx, restored, false);
-    kzs_couple_redo_deviations(redo);
-    kzs_couple_recouple_restored(ctx, restored, true);
-    return 0;
+        std::vector<const char *> touched;
+        std::vector<KzsDevRef> redo = kzs_couple_undo_deviations(ctx, devs, &touched);
+        std::vector<const char *> restored; // interned names of modules that stay
+        for (const char *name : touched) {
+            KzMod *owner = KZ_CTX_GetModuleByModName(ctx, name);
+            if (owner != nullptr && !Contains(set, owner)) {
+                restored.push_back(owner->name);
+            }
+        }
+
+        // Augments give their nodes back; the nodes' current parents are used,
+        // not the target paths, which nested augments may no longer resolve.
+        for (KzMod *mod : set) {
+            KZS_MOD_UnCoupleAllAugments(mod);
+        }
+        for (KzMod *mod : set) {
+            DropRelations(ctx, mod);
+        }
+        for (KzMod *mod : set) {
+            RelationTbl *tbl = KZ_CTX_FindModRelationTbl(ctx, mod->name);
+            if (tbl != nullptr) {
+                KZ_CTX_DeleteModRelationTbl(ctx, tbl);
+            }
+        }
+        // Dependants first, the module asked for last.
+        for (size_t i = set.size(); i-- > 0;) {
+            KZ_CTX_DestroyModuleNode(ctx, set[i]);
+        }
+        // Nodes that a not-supported had removed are back: what stays loaded and
+        // was built on them couples again, augments first, then the deviations
+        // taken off above in their first order, then any still waiting.
+        kzs_couple_recouple_restored(ctx, restored, false);
+        kzs_couple_redo_deviations(redo);
+        kzs_couple_recouple_restored(ctx, restored, true);
+        return 0;
+    });
 }

@@ -105,10 +105,17 @@ uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
  * for: the elements of a request mostly share one declaration. */
 class ModuleNames {
 public:
+    /* An instance element binds only through the namespace of a loaded module: one in any
+     * other namespace (or none) is not read as belonging to its parent's module. */
     const char *Of(KzdCheckAux *aux, const xmlNode *element)
     {
-        if (element->ns == nullptr || element->ns != ns_) {
-            name_ = KZD_NODE_GetModuleName(aux->ctx, element);
+        if (element->ns == nullptr) {
+            return nullptr;
+        }
+        if (element->ns != ns_) {
+            const char *uri = KZ_XML_GetXmlNodeDefaultNs(element);
+            const KzMod *mod = uri != nullptr ? KZ_CTX_GetModuleByModNs(aux->ctx, uri) : nullptr;
+            name_ = mod != nullptr ? mod->name : nullptr;
             ns_ = element->ns;
         }
         return name_;
@@ -126,8 +133,9 @@ uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, S
     if (element->_private != nullptr) {
         return KZ_OK;
     }
-    KzsNode *schema = KZS_NODE_FindChildDataTreeNodeByName(parentSchema, modules.Of(aux, element),
-                                                           kzd_name(element));
+    const char *module = modules.Of(aux, element);
+    KzsNode *schema =
+        module != nullptr ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, module, kzd_name(element)) : nullptr;
     if (schema == nullptr) {
         return unexpected(aux, element);
     }

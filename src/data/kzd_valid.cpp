@@ -6,28 +6,45 @@
 
 #include "data/kzd_internal.h"
 #include "runtime/kz_xml.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
 using DocPtr = kz::XmlDocPtr;
 
-/* Blank text nodes are dropped, as the structure pass expects element-only content. No
- * network access, no entity substitution and no parser chatter on stderr for documents that
- * come from the wire. */
-DocPtr parse_text(const char *text)
+/* Blank text nodes are dropped, as the structure pass expects element-only content. Documents
+ * come from the wire: no DTD, no entity substitution, no network access (NETCONF messages have
+ * no use for a document type declaration, so one is refused before any of it is read). */
+DocPtr parse_text(const char *text, kz::xml::ParseReport *report)
 {
-    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-    size_t len = strlen(text);
-    if (len > static_cast<size_t>(INT32_MAX)) {
-        return nullptr;
-    }
-    return DocPtr(xmlReadMemory(text, static_cast<int>(len), nullptr, nullptr, kOptions));
+    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
+    return DocPtr(kz::xml::ParseMemory(text, strlen(text), kOptions, true, report));
 }
 
 KzdErrNode *generic_record(KzdCheckAux *aux)
 {
     return KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, KZ_ERR_TAG_OPERATION_FAILED,
                               nullptr);
+}
+
+/* A document refused before validation is a malformed message; the record is the one just
+ * reported, or the generic one when even that could not be made. */
+KzdErrNode *refused_record(KzdCheckAux *aux)
+{
+    return aux->err != nullptr ? aux->err : generic_record(aux);
+}
+
+/* Entities are never expanded, so a caller's tree that still holds references is refused. */
+bool refuse_entity_refs(KzdCheckAux *aux, xmlNode *top, KzdErrNode **err)
+{
+    const xmlNode *ref = kz::xml::FindEntityRef(top);
+    if (ref == nullptr) {
+        return false;
+    }
+    (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, ref->parent, nullptr, "Unexpected entity reference: %s.",
+                     kzd_name(ref));
+    *err = refused_record(aux);
+    return true;
 }
 
 /* Settles the default list and the record after a validation of a request. */
@@ -41,6 +58,38 @@ KzdErrNode *finish_request(KzdCheckAux *aux, uint32_t rc)
     }
     KZD_PAS_ClearDefaultNodeList(aux, 0);
     return aux->err != nullptr ? aux->err : generic_record(aux);
+}
+
+/* The request checks; a null record means valid. */
+KzdErrNode *validate_request(KzdCheckAux *aux, uint32_t dataKind, void *data)
+{
+    if (aux->ctx == nullptr || data == nullptr || (dataKind != KZ_DATA_KIND_XMLTREE && dataKind != KZ_DATA_KIND_TEXT)) {
+        return generic_record(aux);
+    }
+    if (dataKind == KZ_DATA_KIND_XMLTREE) {
+        auto *top = static_cast<xmlNode *>(data);
+        aux->root = top->parent;
+        KzdErrNode *refused = nullptr;
+        if (refuse_entity_refs(aux, top, &refused)) {
+            return refused;
+        }
+        KZD_PAS_ClearXmlTreePrivate(top);
+        KzdErrNode *err = finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
+        KZD_PAS_ClearXmlTreePrivate(top);
+        return err;
+    }
+    kz::xml::ParseReport report;
+    DocPtr doc = parse_text(static_cast<const char *>(data), &report);
+    if (report.doctype) {
+        (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
+        return refused_record(aux);
+    }
+    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+    if (top == nullptr) {
+        return generic_record(aux);
+    }
+    aux->root = reinterpret_cast<xmlNode *>(doc.get());
+    return finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
 }
 
 } // namespace
@@ -65,38 +114,40 @@ KZ_API void KZD_PAS_ClearXmlTreePrivate(xmlNode *element)
 
 KZ_API uint32_t KZD_PAS_ValidateDataTree(KzdCheckAux *aux, xmlNode *top)
 {
-    if (top == nullptr) {
-        return KZ_EINVAL;
-    }
-    uint32_t rc = KZD_PAS_FlushTreeWithSchema(aux, top);
-    if (rc != KZ_OK) {
-        return rc;
-    }
-    const uint32_t actionMount = KZD_CHECK_ACTION | KZD_CHECK_MOUNT_SEEN;
-    if ((aux->flags & actionMount) == actionMount) {
-        return KZ_OK;
-    }
-    xmlNode *op = top;
-    if (aux->flags & KZD_CHECK_ACTION) {
-        if (aux->actionElement == nullptr) {
-            if (aux->err == nullptr) {
-                aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
-                                              KZ_ERR_TAG_UNKNOWN_ELEMENT, nullptr);
-            }
-            KZD_ERR_SetErrorMsg(aux->err, "Unexpected element: %s.", "action");
-            KZD_ERR_SetBadElement(aux->err, "action");
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (top == nullptr) {
             return KZ_EINVAL;
         }
-        op = aux->actionElement;
-    }
-    rc = KZD_PAS_CompleteTree(aux, op, aux->flags);
-    if (rc == KZ_OK) {
-        rc = KZD_PAS_EvalDataTreeWhenMust(aux, op);
-    }
-    if (rc == KZ_OK) {
-        rc = KZ_PAS_CheckTreeMandatory(aux, op);
-    }
-    return rc;
+        uint32_t rc = KZD_PAS_FlushTreeWithSchema(aux, top);
+        if (rc != KZ_OK) {
+            return rc;
+        }
+        const uint32_t actionMount = KZD_CHECK_ACTION | KZD_CHECK_MOUNT_SEEN;
+        if ((aux->flags & actionMount) == actionMount) {
+            return KZ_OK;
+        }
+        xmlNode *op = top;
+        if (aux->flags & KZD_CHECK_ACTION) {
+            if (aux->actionElement == nullptr) {
+                if (aux->err == nullptr) {
+                    aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
+                                                  KZ_ERR_TAG_UNKNOWN_ELEMENT, nullptr);
+                }
+                KZD_ERR_SetErrorMsg(aux->err, "Unexpected element: %s.", "action");
+                KZD_ERR_SetBadElement(aux->err, "action");
+                return KZ_EINVAL;
+            }
+            op = aux->actionElement;
+        }
+        rc = KZD_PAS_CompleteTree(aux, op, aux->flags);
+        if (rc == KZ_OK) {
+            rc = KZD_PAS_EvalDataTreeWhenMust(aux, op);
+        }
+        if (rc == KZ_OK) {
+            rc = KZ_PAS_CheckTreeMandatory(aux, op);
+        }
+        return rc;
+    });
 }
 
 KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, void *data,
@@ -104,57 +155,56 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
 {
     KzdCheckAux aux;
     KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_RPC, defaultAddedCb, defaultAddedArg);
-    if (ctx == nullptr || data == nullptr) {
-        return generic_record(&aux);
-    }
-    if (dataKind == KZ_DATA_KIND_XMLTREE) {
-        auto *top = static_cast<xmlNode *>(data);
-        aux.root = top->parent;
-        KZD_PAS_ClearXmlTreePrivate(top);
-        KzdErrNode *err = finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
-        KZD_PAS_ClearXmlTreePrivate(top);
+    /* The passes run guarded themselves; what can still throw here (the path of a refused
+     * tree) comes before anything was added, so the generic record is all there is to give. */
+    bool finished = false;
+    KzdErrNode *err = kz::Guarded(static_cast<KzdErrNode *>(nullptr), [&]() -> KzdErrNode * {
+        KzdErrNode *made = validate_request(&aux, dataKind, data);
+        finished = true;
+        return made;
+    });
+    if (finished) {
         return err;
     }
-    DocPtr doc = parse_text(static_cast<const char *>(data));
-    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
-    if (top == nullptr) {
-        return generic_record(&aux);
-    }
-    aux.root = reinterpret_cast<xmlNode *>(doc.get());
-    return finish_request(&aux, KZD_PAS_ValidateDataTree(&aux, top));
+    KZ_FreeErrNode(aux.err);
+    aux.err = nullptr;
+    return generic_record(&aux);
 }
 
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb, void *resultArg)
 {
-    if (ctx == nullptr || text == nullptr) {
-        return KZ_EINVAL;
-    }
-    DocPtr doc = parse_text(text);
-    xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
-    if (top == nullptr) {
-        return KZ_EINVAL;
-    }
-    KzdCheckAux aux;
-    KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
-    aux.root = reinterpret_cast<xmlNode *>(doc.get());
-    uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
-    kzd_cond_cache_free(&aux);
-    KZD_PAS_ClearDefaultNodeList(&aux, 0);
-    KZ_FreeErrNode(aux.err);
-    if (rc != KZ_OK) {
-        return KZ_EINVAL;
-    }
-    xmlChar *dumped = nullptr;
-    int size = 0;
-    xmlDocDumpFormatMemoryEnc(doc.get(), &dumped, &size, "UTF-8", 1);
-    doc.reset();
-    if (dumped == nullptr || size <= 0) {
+    return kz::Guarded(KZ_EINVAL, [&]() -> uint32_t {
+        if (ctx == nullptr || text == nullptr) {
+            return KZ_EINVAL;
+        }
+        kz::xml::ParseReport report;
+        DocPtr doc = parse_text(text, &report);
+        xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+        if (top == nullptr) {
+            return KZ_EINVAL;
+        }
+        KzdCheckAux aux;
+        KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
+        aux.root = reinterpret_cast<xmlNode *>(doc.get());
+        uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
+        kzd_cond_cache_free(&aux);
+        KZD_PAS_ClearDefaultNodeList(&aux, 0);
+        KZ_FreeErrNode(aux.err);
+        if (rc != KZ_OK) {
+            return KZ_EINVAL;
+        }
+        xmlChar *dumped = nullptr;
+        int size = 0;
+        xmlDocDumpFormatMemoryEnc(doc.get(), &dumped, &size, "UTF-8", 1);
+        doc.reset();
+        if (dumped == nullptr || size <= 0) {
+            xmlFree(dumped);
+            return KZ_EINVAL;
+        }
+        uint32_t result = resultCb != nullptr ? resultCb(reinterpret_cast<const char *>(dumped), resultArg) : KZ_OK;
         xmlFree(dumped);
-        return KZ_EINVAL;
-    }
-    uint32_t result = resultCb != nullptr ? resultCb(reinterpret_cast<const char *>(dumped), resultArg) : KZ_OK;
-    xmlFree(dumped);
-    return result;
+        return result;
+    });
 }
 
 } // extern "C"

@@ -19,6 +19,7 @@
 #include "runtime/kz_xml.h"
 #include "types/kzt_type.h"
 #include "yang/kz_yang_read.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -30,17 +31,14 @@ constexpr const char *kMsgUpdateTypedef = "Failed to update typedef statements."
 constexpr const char *kMsgCoupleAugment = "Failed to couple augment statements.";
 constexpr const char *kMsgCoupleDeviation = "Failed to couple deviation statements.";
 constexpr const char *kMsgLoadModule = "Failed to load module \"%s\".";
+constexpr const char *kMsgHeaderMissing = "Module \"%s\" has no %s.";
 
 struct FileCloser {
     void operator()(FILE *f) const { std::fclose(f); }
 };
-struct DocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
 struct MemFreer {
     void operator()(void *p) const { KZ_MemFree(p); }
 };
-using DocPtr = std::unique_ptr<xmlDoc, DocFreer>;
 
 /* The context's record of imported module files, made on first use. */
 kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
@@ -53,16 +51,58 @@ kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
 }
 
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
- * rather than the parser's global defaults: nothing shared is changed, and
- * element names come from the parser dictionary instead of a copy per node.
- * A malformed file is reported through the diagnostics, never on stderr. */
-xmlDoc *ParseXmlBuffer(const char *buf, size_t size)
+ * rather than the parser's global defaults: nothing shared is changed, the parser's
+ * complaints land in report instead of stderr, and element names come from the parser
+ * dictionary instead of a copy per node. */
+xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::xml::ParseReport *report)
 {
-    if (size > static_cast<size_t>(INT_MAX)) {
+    return kz::xml::ParseMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
+}
+
+/* Reads a whole module file, its size checked before anything is allocated for it. */
+xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
+{
+    if (file == nullptr || std::fseek(file, 0, SEEK_END) != 0) {
         return nullptr;
     }
-    return xmlReadMemory(buf, static_cast<int>(size), nullptr, nullptr,
-                         XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    const long size = std::ftell(file);
+    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
+        return nullptr;
+    }
+    if (static_cast<unsigned long>(size) > KZ_CTX_MODULE_FILE_MAX) {
+        (void)kz_snprintf_s(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
+                            size, KZ_CTX_MODULE_FILE_MAX);
+        return nullptr;
+    }
+    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
+    if (buf == nullptr) {
+        return nullptr;
+    }
+    const size_t got = std::fread(buf.get(), 1, static_cast<size_t>(size), file);
+    buf.get()[got] = '\0';
+    return ParseXmlBuffer(buf.get(), got, report);
+}
+
+xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
+{
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
+    if (file == nullptr) {
+        return nullptr;
+    }
+    (void)std::setvbuf(file.get(), nullptr, _IOFBF, BUFSIZ);
+    return ReadFileAsDoc(file.get(), report);
+}
+
+/* The read failure, followed by what the parser (or the size check) said about it. */
+void RecordReadFailure(KzCtx *ctx, const char *name, const kz::xml::ParseReport &report)
+{
+    if (report.message[0] == '\0') {
+        KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
+    } else if (report.line > 0) {
+        KZ_CTX_AddModError(ctx, name, "%s Line %d: %s", kMsgReadContent, report.line, report.message);
+    } else {
+        KZ_CTX_AddModError(ctx, name, "%s %s", kMsgReadContent, report.message);
+    }
 }
 
 /* A module that failed to be registered is either still in the registry (a
@@ -78,7 +118,7 @@ void DiscardModule(KzCtx *ctx, KzMod *mod)
 
 /* Registers the module of a document read from memory; a module of that
  * name already loaded stays. */
-uint32_t LoadParsedDoc(KzCtx *ctx, DocPtr doc)
+uint32_t LoadParsedDoc(KzCtx *ctx, kz::XmlDocPtr doc)
 {
     if (doc == nullptr) {
         return KZ_EINVAL;
@@ -108,6 +148,25 @@ const char *ModuleNameOf(xmlDoc *doc)
     return root != nullptr ? KZ_XML_GetTargetPropertyValue(root, "name") : nullptr;
 }
 
+bool IsEmpty(const char *s)
+{
+    return s == nullptr || s[0] == '\0';
+}
+
+/* A module enters the registry only with a name, a namespace and a prefix: the registry
+ * and every namespace lookup are keyed by them. */
+uint32_t CheckHeaderComplete(KzCtx *ctx, const KzMod *mod)
+{
+    const char *missing = IsEmpty(mod->name) ? "name" : IsEmpty(mod->ns) ? "namespace" : IsEmpty(mod->prefix) ? "prefix"
+                                                                                                       : nullptr;
+    if (missing == nullptr) {
+        return KZ_OK;
+    }
+    const char *name = mod->name != nullptr ? mod->name : "";
+    KZ_CTX_AddModError(ctx, name, kMsgHeaderMissing, name, missing);
+    return KZ_EINVAL;
+}
+
 } /* namespace */
 
 extern "C" {
@@ -125,23 +184,8 @@ KZ_API uint32_t KZS_LOADER_CheckParsedModNameMatched(const char *nameAttr, const
 
 KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file)
 {
-    if (file == nullptr) {
-        return nullptr;
-    }
-    if (std::fseek(file, 0, SEEK_END) != 0) {
-        return nullptr;
-    }
-    const long size = std::ftell(file);
-    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
-        return nullptr;
-    }
-    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
-    if (buf == nullptr) {
-        return nullptr;
-    }
-    const size_t got = std::fread(buf.get(), 1, static_cast<size_t>(size), file);
-    buf.get()[got] = '\0';
-    return ParseXmlBuffer(buf.get(), got);
+    kz::xml::ParseReport report;
+    return ReadFileAsDoc(file, &report);
 }
 
 KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
@@ -149,12 +193,8 @@ KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
     if (path == nullptr) {
         return nullptr;
     }
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
-    if (file == nullptr) {
-        return nullptr;
-    }
-    (void)std::setvbuf(file.get(), nullptr, _IOFBF, BUFSIZ);
-    return KZS_LOADER_ReadFileContentAsDoc(file.get());
+    kz::xml::ParseReport report;
+    return ReadYinFile(path, &report);
 }
 
 KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, size_t length, const char *fileName,
@@ -183,7 +223,13 @@ KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, c
     reported = reported != nullptr ? reported : &unused;
     *reported = 0;
     if (!kz::loader::IsYangPath(path)) {
-        return KZS_LOADER_ReadYinFileToXmlDoc(path);
+        kz::xml::ParseReport report;
+        xmlDoc *doc = path != nullptr ? ReadYinFile(path, &report) : nullptr;
+        if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
+            RecordReadFailure(ctx, moduleName, report);
+            *reported = 1;
+        }
+        return doc;
     }
     try {
         std::string text;
@@ -241,7 +287,7 @@ KZ_API KzMod *KZS_LOADER_ReadFilePathToNyMod(KzCtx *ctx, const char *path, const
         return nullptr;
     }
     uint32_t reported = 0;
-    DocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path, name, &reported));
+    kz::XmlDocPtr doc(KZS_LOADER_ReadModuleFileToXmlDoc(ctx, path, name, &reported));
     if (doc == nullptr) {
         if (reported == 0) {
             KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
@@ -347,7 +393,10 @@ KZ_API uint32_t KZS_LOADER_AppendModuleToCtx(KzCtx *ctx, KzMod *mod, LoadAssiste
         return KZ_EINVAL;
     }
     if (KZ_CTX_GetModuleByModName(ctx, mod->name) == nullptr) {
-        uint32_t ret = KZ_CTX_AddModuleNode(ctx, mod);
+        uint32_t ret = CheckHeaderComplete(ctx, mod);
+        if (ret == KZ_OK) {
+            ret = KZ_CTX_AddModuleNode(ctx, mod);
+        }
         if (ret != KZ_OK) {
             return ret;
         }
@@ -417,52 +466,54 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByModName(KzCtx *ctx, const char *name)
 
 KZ_API uint32_t KZ_CTX_LoadModule(KzCtx *ctx, const char *moduleName)
 {
-    if (ctx == nullptr || moduleName == nullptr) {
-        return KZ_EINVAL;
-    }
-    uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
-    if (ret != KZ_OK) {
-        if (KZ_CTX_GetErrNodeByModName(ctx, moduleName) == nullptr) {
-            KZ_CTX_AddModError(ctx, moduleName, kMsgLoadModule, moduleName);
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || KZ_CTX_IsValidModuleName(moduleName) == 0) {
+            return KZ_EINVAL;
         }
-        return ret;
-    }
-    if ((ctx->flags & KZ_CTX_OPT_LOAD_IMPORTS) != 0) {
-        return KZS_LOADER_LoadModuleImportedNames(ctx, moduleName);
-    }
-    KZ_CTX_NotifyModuleChange(ctx, moduleName, 0, nullptr);
-    return KZ_OK;
+        uint32_t ret = KZS_LOADER_LoadModuleByModName(ctx, moduleName);
+        if (ret != KZ_OK) {
+            if (KZ_CTX_GetErrNodeByModName(ctx, moduleName) == nullptr) {
+                KZ_CTX_AddModError(ctx, moduleName, kMsgLoadModule, moduleName);
+            }
+            return ret;
+        }
+        if ((ctx->flags & KZ_CTX_OPT_LOAD_IMPORTS) != 0) {
+            return KZS_LOADER_LoadModuleImportedNames(ctx, moduleName);
+        }
+        KZ_CTX_NotifyModuleChange(ctx, moduleName, 0, nullptr);
+        return KZ_OK;
+    });
 }
 
 KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
 {
-    if (ctx == nullptr || yinText == nullptr) {
-        return KZ_EINVAL;
-    }
-    DocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText)));
-    if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), false, ModuleNameOf(doc.get()))) {
-        return KZ_ERR;
-    }
-    return LoadParsedDoc(ctx, std::move(doc));
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || yinText == nullptr) {
+            return KZ_EINVAL;
+        }
+        kz::xml::ParseReport report;
+        kz::XmlDocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
+        if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), false, ModuleNameOf(doc.get()))) {
+            return KZ_ERR;
+        }
+        return LoadParsedDoc(ctx, std::move(doc));
+    });
 }
 
 KZ_API uint32_t KZ_CTX_LoadYangMemory(KzCtx *ctx, const char *yangText)
 {
-    if (ctx == nullptr || yangText == nullptr) {
-        return KZ_EINVAL;
-    }
-    const size_t length = std::strlen(yangText);
-    std::string name;
-    try {
-        name = kz::yang::PeekYangModuleName(yangText, length);
-    } catch (const std::bad_alloc &) {
-        return KZ_ENOMEM;
-    }
-    DocPtr doc(KZS_LOADER_ReadYangTextToXmlDoc(ctx, yangText, length, "", name.c_str()));
-    if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), true, name.c_str())) {
-        return KZ_ERR;
-    }
-    return LoadParsedDoc(ctx, std::move(doc));
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (ctx == nullptr || yangText == nullptr) {
+            return KZ_EINVAL;
+        }
+        const size_t length = std::strlen(yangText);
+        const std::string name = kz::yang::PeekYangModuleName(yangText, length);
+        kz::XmlDocPtr doc(KZS_LOADER_ReadYangTextToXmlDoc(ctx, yangText, length, "", name.c_str()));
+        if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), true, name.c_str())) {
+            return KZ_ERR;
+        }
+        return LoadParsedDoc(ctx, std::move(doc));
+    });
 }
 
 } /* extern "C" */

@@ -7,6 +7,7 @@
 #include <new>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,18 @@
 #include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "yang/kz_yang_read.h"
+#include "runtime/kz_guard.hpp"
+
+/* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
+static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
+                  KZS_LOADER_PATH_MAX,
+              "a search directory must leave room for every module file name");
 
 namespace {
+
+struct DirCloser {
+    void operator()(DIR *d) const { closedir(d); }
+};
 
 bool IsRegularFile(const char *path)
 {
@@ -161,14 +172,15 @@ KZ_API uint32_t KZS_LOADER_FillFullNameWithNoRevision(const char *dir, const cha
 
 KZ_API uint32_t KZS_LOADER_FillFullNameWithRevision(const char *dir, const char *name, PathCollection *coll)
 {
-    return FillWithRevision(dir, name, coll, nullptr);
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t { return FillWithRevision(dir, name, coll, nullptr); });
 }
 
 
 KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, const char *name)
 {
-    /* A module name is one file-name component: no way out of the search directories. */
-    if (ctx == nullptr || name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
+    /* A module name is a YANG identifier: no way out of the search directories, and
+     * nothing that the directory scan would read as a file pattern. */
+    if (ctx == nullptr || KZ_CTX_IsValidModuleName(name) == 0) {
         return nullptr;
     }
     auto *coll = static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection)));

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -448,33 +449,37 @@ KZ_API uint32_t KZS_NODE_PrintAncestorNodes(KzsNode *node, KzsPrintPara *para)
 
 KZ_API uint32_t KZ_MOD_PrintModelTree(KzMod *mod, KzPrintOutputCb output, void *arg)
 {
-    if (output == nullptr) {
-        return KZ_EINVAL;
-    }
-    if (mod == nullptr) {
-        return KZ_ERR;
-    }
-    return run_print(mod, output, arg, [mod](KzsPrintPara *para) {
-        if (kz_print_append(para, "module: %s\n", mod->name) != KZ_OK ||
-            KZS_MOD_PrintModelTreeDataAug(mod, para) != KZ_OK ||
-            KZS_MOD_PrintModelTreeRpcNotif(mod, para) != KZ_OK) {
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (output == nullptr) {
+            return KZ_EINVAL;
+        }
+        if (mod == nullptr) {
             return KZ_ERR;
         }
-        return KZ_OK;
+        return run_print(mod, output, arg, [mod](KzsPrintPara *para) {
+            if (kz_print_append(para, "module: %s\n", mod->name) != KZ_OK ||
+                KZS_MOD_PrintModelTreeDataAug(mod, para) != KZ_OK ||
+                KZS_MOD_PrintModelTreeRpcNotif(mod, para) != KZ_OK) {
+                return KZ_ERR;
+            }
+            return KZ_OK;
+        });
     });
 }
 
 KZ_API uint32_t KZ_NODE_PrintNodesTree(KzsNode *node, KzPrintOutputCb output, void *arg)
 {
-    if (output == nullptr || node == nullptr || node->module == nullptr) {
-        return KZ_EINVAL;
-    }
-    return run_print(node->module, output, arg, [node](KzsPrintPara *para) {
-        if (KZ_NODE_PrintNodeHeader(node, para) != KZ_OK || KZS_NODE_PrintAncestorNodes(node, para) != KZ_OK) {
-            return KZ_ERR;
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (output == nullptr || node == nullptr || node->module == nullptr) {
+            return KZ_EINVAL;
         }
-        para->flags = KZS_PRINT_FLAG_NO_BAR;
-        return KZS_NODE_PrintSubTree(node, para) == KZ_OK ? KZ_OK : KZ_ERR;
+        return run_print(node->module, output, arg, [node](KzsPrintPara *para) {
+            if (KZ_NODE_PrintNodeHeader(node, para) != KZ_OK || KZS_NODE_PrintAncestorNodes(node, para) != KZ_OK) {
+                return KZ_ERR;
+            }
+            para->flags = KZS_PRINT_FLAG_NO_BAR;
+            return KZS_NODE_PrintSubTree(node, para) == KZ_OK ? KZ_OK : KZ_ERR;
+        });
     });
 }
 

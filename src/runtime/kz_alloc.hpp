@@ -5,6 +5,7 @@
 #define KZ_ALLOC_HPP
 
 #include <cstddef>
+#include <memory>
 #include <new>
 
 #include "korla.h"
@@ -69,6 +70,13 @@ void DeleteObject(T *obj) noexcept
         KZ_MemFree(obj);
     }
 }
+
+struct MemRelease {
+    void operator()(void *p) const noexcept { KZ_MemFree(p); }
+};
+// Owns a KZ_MemMalloc block until the end of a scope, also when a container throws.
+template <typename T>
+using MemPtr = std::unique_ptr<T, MemRelease>;
 
 }  // namespace kz
 

@@ -8,19 +8,18 @@
 #include "runtime/kz_dir_cache.h"
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
 constexpr uint32_t kModNameBufSize = 65; /* 64 characters and the NUL */
 
+/* Each augment gives its nodes back from wherever they sit now, which needs no path
+ * lookup and so cannot fail for want of memory halfway through. */
 void UnCoupleEveryAugment(KzCtx *ctx)
 {
     for (KzMod *mod = KZ_CTX_GetFirstModule(ctx); mod != nullptr; mod = KZ_CTX_GetNextModule(ctx, mod)) {
-        for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-            if ((aug->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0) {
-                (void)KZS_NODE_UnCoupleAugmentNode(aug);
-            }
-        }
+        KZS_MOD_UnCoupleAllAugments(mod);
     }
 }
 
@@ -38,37 +37,41 @@ extern "C" {
 
 KzCtx *KZ_CTX_Create(uint32_t flags)
 {
-    auto *ctx = static_cast<KzCtx *>(KZ_MemMalloc(sizeof(KzCtx)));
-    if (ctx == nullptr) {
-        return nullptr;
-    }
-    memset(ctx, 0, sizeof *ctx);
-    ctx->flags = flags;
-    if (KZ_DICT_Init(&ctx->dict) != KZ_OK || KZ_CTX_InitModuleTree(ctx) != KZ_OK ||
-        KZ_CTX_InitModRelationTree(ctx) != KZ_OK || KZ_CTX_InitErrMng(ctx) != KZ_OK) {
-        KZ_CTX_Delete(ctx);
-        return nullptr;
-    }
-    return ctx;
+    return kz::Guarded(nullptr, [&]() -> KzCtx * {
+        auto *ctx = static_cast<KzCtx *>(KZ_MemMalloc(sizeof(KzCtx)));
+        if (ctx == nullptr) {
+            return nullptr;
+        }
+        memset(ctx, 0, sizeof *ctx);
+        ctx->flags = flags;
+        if (KZ_DICT_Init(&ctx->dict) != KZ_OK || KZ_CTX_InitModuleTree(ctx) != KZ_OK ||
+            KZ_CTX_InitModRelationTree(ctx) != KZ_OK || KZ_CTX_InitErrMng(ctx) != KZ_OK) {
+            KZ_CTX_Delete(ctx);
+            return nullptr;
+        }
+        return ctx;
+    });
 }
 
 void KZ_CTX_Delete(KzCtx *ctx)
 {
-    if (ctx == nullptr) {
-        return;
-    }
-    KZ_CTX_DestroyErrMng(ctx->errMng);
-    ctx->errMng = nullptr;
-    DestroyEveryModule(ctx);
-    KZ_CTX_DeInitModRelationTree(ctx);
-    KZ_CTX_FreeSearchDirs(ctx);
-    kz::runtime::FreeDirCache(ctx->dirCache);
-    if (ctx->freeImportFacts != nullptr) {
-        ctx->freeImportFacts(ctx->importFacts);
-    }
-    KZ_DICT_Destroy(&ctx->dict);
-    KZ_CTX_DeInitModuleTree(ctx);
-    KZ_MemFree(ctx);
+    kz::GuardedVoid([&] {
+        if (ctx == nullptr) {
+            return;
+        }
+        KZ_CTX_DestroyErrMng(ctx->errMng);
+        ctx->errMng = nullptr;
+        DestroyEveryModule(ctx);
+        KZ_CTX_DeInitModRelationTree(ctx);
+        KZ_CTX_FreeSearchDirs(ctx);
+        kz::runtime::FreeDirCache(ctx->dirCache);
+        if (ctx->freeImportFacts != nullptr) {
+            ctx->freeImportFacts(ctx->importFacts);
+        }
+        KZ_DICT_Destroy(&ctx->dict);
+        KZ_CTX_DeInitModuleTree(ctx);
+        KZ_MemFree(ctx);
+    });
 }
 
 void KZ_CTX_SetPridataFreeFunc(KzCtx *ctx, KzPridataFreeFunc func)
@@ -204,34 +207,36 @@ uint32_t KZ_CTX_IsModFeatureEnable(KzCtx *ctx, const char *moduleName, const cha
 
 KzsNode *KZ_CTX_GetTargetNode(KzCtx *ctx, const char *path, KzsNode **augOut)
 {
-    if (augOut != nullptr) {
-        *augOut = nullptr;
-    }
-    if (ctx == nullptr || path == nullptr) {
-        return nullptr;
-    }
-    char modName[kModNameBufSize] = {0};
-    char *head = nullptr;
-    char *tail = nullptr;
-    if (KZ_XPATH_SplitTargetNodeXpath(path, modName, sizeof modName, &head, &tail) != KZ_OK) {
+    return kz::Guarded(nullptr, [&]() -> KzsNode * {
+        if (augOut != nullptr) {
+            *augOut = nullptr;
+        }
+        if (ctx == nullptr || path == nullptr) {
+            return nullptr;
+        }
+        char modName[kModNameBufSize] = {0};
+        char *head = nullptr;
+        char *tail = nullptr;
+        if (KZ_XPATH_SplitTargetNodeXpath(path, modName, sizeof modName, &head, &tail) != KZ_OK) {
+            KZ_MemFree(head);
+            KZ_MemFree(tail);
+            return nullptr;
+        }
+        KzsNode *node = nullptr;
+        KzMod *mod = KZ_CTX_GetModuleByModName(ctx, modName);
+        if (mod != nullptr) {
+            // A head means the path runs into nodes that this module's augment
+            // added under another module's node.
+            if (head != nullptr) {
+                node = KZS_MOD_GetNodeUnderAugmentBySchemaNodeId(mod, head, tail, augOut);
+            } else {
+                node = KZS_MOD_GetNodeBySchemaNodeId(mod, nullptr, path);
+            }
+        }
         KZ_MemFree(head);
         KZ_MemFree(tail);
-        return nullptr;
-    }
-    KzsNode *node = nullptr;
-    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, modName);
-    if (mod != nullptr) {
-        // A head means the path runs into nodes that this module's augment
-        // added under another module's node.
-        if (head != nullptr) {
-            node = KZS_MOD_GetNodeUnderAugmentBySchemaNodeId(mod, head, tail, augOut);
-        } else {
-            node = KZS_MOD_GetNodeBySchemaNodeId(mod, nullptr, path);
-        }
-    }
-    KZ_MemFree(head);
-    KZ_MemFree(tail);
-    return node;
+        return node;
+    });
 }
 
 const char *KZ_MOD_GetSemanticVersion(const KzMod *mod)

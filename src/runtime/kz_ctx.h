@@ -88,6 +88,9 @@ KZ_API void KZ_CTX_DeInitModuleTree(KzCtx *ctx);
 KZ_API int32_t KZ_CTX_ModTreeKeyCompare(const char *a, const char *b);
 /* 0, or 1 for NULL arguments or a name/namespace already registered. */
 KZ_API uint32_t KZ_CTX_AddModuleNode(KzCtx *ctx, KzMod *mod);
+/* (internal) 1 when name is a YANG identifier of at most KZ_CTX_MODULE_NAME_MAX
+ * characters, else 0 (NULL included). */
+uint32_t KZ_CTX_IsValidModuleName(const char *name);
 /* (internal) Unregisters the module from both trees without freeing it. */
 void KZ_CTX_UnlinkModuleNode(KzCtx *ctx, const KzMod *mod);
 /* Unregisters the module, drops its diagnostics and frees it (KZS_MOD_Free). */

@@ -12,6 +12,7 @@
 
 #include "runtime/kz_alloc.hpp"
 #include "runtime/kz_ctx.h"
+#include "runtime/kz_mem.h"
 #include "runtime/kz_diag.h"
 #include "schema/kzs_mod.h"
 
@@ -190,6 +191,19 @@ void KZ_CTX_DestroyModuleNode(KzCtx *ctx, KzMod *mod)
     KZ_CTX_UnlinkModuleNode(ctx, mod);
     KZ_CTX_DeleteErrNodeByModName(ctx->errMng, mod->name);
     KZS_MOD_Free(mod);
+}
+
+uint32_t KZ_CTX_IsValidModuleName(const char *name)
+{
+    if (name == nullptr) {
+        return 0;
+    }
+    const char first = name[0];
+    if (!((first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z') || first == '_')) {
+        return 0;
+    }
+    const uint32_t len = KZ_UTL_ConsumeIdentNameBestEffort(name);
+    return name[len] == '\0' && len <= KZ_CTX_MODULE_NAME_MAX ? 1u : 0u;
 }
 
 KzMod *KZ_CTX_GetModuleByModName(KzCtx *ctx, const char *moduleName)

@@ -129,6 +129,8 @@ uint32_t KZ_CTX_UpdateSearchDirAgainstTbl(KzCtx *ctx, const char *path, uint32_t
             if (found) {
                 KZ_CTX_ClearSearchDirAtPos(ctx, pos);
             }
+        } else if (!found && strlen(norm) > KZ_CTX_SEARCH_DIR_MAX) {
+            rc = KZ_EINVAL; // no module path under it would fit the loader's path buffer
         } else if (!found) {
             rc = KZ_CTX_AllocSearchDirBufferIfNeed(ctx);
             if (rc == KZ_OK) {

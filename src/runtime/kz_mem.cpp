@@ -24,6 +24,20 @@ constexpr size_t kValueMax = 20;
 std::atomic<uint32_t> g_nextHandle{0};
 std::atomic<uint32_t> g_nextPt{0};
 std::atomic<uint64_t> g_liveBlocks{0};
+// Fault injection for the tests: the allocation that brings the countdown to
+// zero fails; 0 means disarmed.
+std::atomic<uint64_t> g_failCountdown{0};
+
+bool InjectedFailure()
+{
+    uint64_t left = g_failCountdown.load(std::memory_order_relaxed);
+    while (left != 0) {
+        if (g_failCountdown.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
+            return left == 1;
+        }
+    }
+    return false;
+}
 
 uint32_t LoadState()
 {
@@ -219,9 +233,19 @@ uint32_t KZ_UTL_MemFuncInit(void)
     return rc;
 }
 
+void kz_mem_fail_nth(uint64_t n)
+{
+    g_failCountdown.store(n, std::memory_order_relaxed);
+}
+
+uint64_t kz_mem_fail_pending(void)
+{
+    return g_failCountdown.load(std::memory_order_relaxed);
+}
+
 void *KZ_MemMalloc(size_t size)
 {
-    if (KZ_UTL_MemFuncInit() != KZ_OK) {
+    if (InjectedFailure() || KZ_UTL_MemFuncInit() != KZ_OK) {
         return nullptr;
     }
     if (LoadState() == KZ_MEM_STATE_PARTITION) {

@@ -89,6 +89,12 @@ int kz_vsnprintf_trunc(char *dest, size_t destMax, const char *format, va_list a
     __attribute__((format(printf, 3, 0)));
 char *kz_strtok_s(char *str, const char *delim, char **savePtr);
 
+/* Fault injection (tests only): the n-th KZ_MemMalloc from now returns NULL,
+ * once; 0 disarms.  kz_mem_fail_pending is what is left of the countdown (0 once
+ * the failure has been injected or when disarmed). */
+void kz_mem_fail_nth(uint64_t n);
+uint64_t kz_mem_fail_pending(void);
+
 /* Library-owned partition used in state 2 (hidden). */
 uint32_t kz_part_handle_init(const char *name, uint32_t *handleOut);
 void kz_part_handle_fini(uint32_t handle);

@@ -1,8 +1,14 @@
-// Accessors over libxml2 element nodes used by the YIN loader.  They only
-// read the tree and never allocate.
+// Accessors over libxml2 element nodes used by the YIN loader (they only read
+// the tree and never allocate), and the one way the library parses XML text.
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlstring.h>
 
+#include <climits>
+#include <cstring>
+
+#include "runtime/kz_mem.h"
 #include "runtime/kz_xml.h"
 
 namespace {
@@ -55,7 +61,122 @@ bool HasWalkableChildren(const xmlNode *node)
     return node->children != nullptr && node->type != XML_ENTITY_REF_NODE;
 }
 
+#if LIBXML_VERSION >= 21200
+using XmlErrorArg = const xmlError *;
+#else
+using XmlErrorArg = xmlErrorPtr;
+#endif
+
+/* The parser hands its context as the user data of both callbacks (the
+ * context's own userData); the report hangs from the context's _private. */
+kz::xml::ParseReport *ReportOf(void *userData)
+{
+    return static_cast<kz::xml::ParseReport *>(static_cast<xmlParserCtxtPtr>(userData)->_private);
+}
+
+void KeepFirstError(void *userData, XmlErrorArg error)
+{
+    kz::xml::ParseReport *report = ReportOf(userData);
+    if (error == nullptr || error->level == XML_ERR_WARNING || report->message[0] != '\0' ||
+        error->message == nullptr) {
+        return;
+    }
+    report->line = error->line;
+    const size_t len = strcspn(error->message, "\n");
+    (void)kz_strncpy_s(report->message, sizeof report->message, error->message,
+                       len < sizeof report->message ? len : sizeof report->message - 1);
+}
+
+void StopAtDoctype(void *userData, const xmlChar *, const xmlChar *, const xmlChar *)
+{
+    ReportOf(userData)->doctype = true;
+    xmlStopParser(static_cast<xmlParserCtxtPtr>(userData));
+}
+
+/* Visits node and every node below it in document order, not entering entity
+ * references (their children belong to the declaration). */
+template <typename Visit>
+void ForEachNode(const xmlNode *node, Visit visit)
+{
+    uint32_t direction = KZ_XML_DIR_START;
+    for (xmlNode *n = const_cast<xmlNode *>(node); n != nullptr; n = KZ_XML_GetXmlDomNextNode(node, n, &direction)) {
+        if (direction != KZ_XML_DIR_PARENT && !visit(n)) {
+            return;
+        }
+    }
+}
+
+bool IsText(const xmlNode *n)
+{
+    return (n->type == XML_TEXT_NODE || n->type == XML_CDATA_SECTION_NODE) && n->content != nullptr;
+}
+
 }  // namespace
+
+namespace kz::xml {
+
+xmlDoc *ParseMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report)
+{
+    if (text == nullptr || report == nullptr || len > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+    xmlParserCtxtPtr ctxt = xmlCreateMemoryParserCtxt(text, static_cast<int>(len));
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    (void)xmlCtxtUseOptions(ctxt, options | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    ctxt->_private = report;
+    ctxt->sax->serror = KeepFirstError;
+    if (refuseDoctype) {
+        ctxt->sax->internalSubset = StopAtDoctype;
+    }
+    (void)xmlParseDocument(ctxt);
+    xmlDoc *doc = ctxt->myDoc;
+    ctxt->myDoc = nullptr;
+    const bool ok = ctxt->wellFormed != 0 && !report->doctype;
+    xmlFreeParserCtxt(ctxt);
+    if (!ok) {
+        xmlFreeDoc(doc);
+        return nullptr;
+    }
+    return doc;
+}
+
+char *DupTextContent(const xmlNode *node)
+{
+    size_t len = 0;
+    ForEachNode(node, [&len](const xmlNode *n) {
+        len += IsText(n) ? strlen(Text(n->content)) : 0;
+        return true;
+    });
+    auto *out = static_cast<char *>(KZ_MemMalloc(len + 1));
+    if (out == nullptr) {
+        return nullptr;
+    }
+    size_t at = 0;
+    ForEachNode(node, [out, &at](const xmlNode *n) {
+        if (IsText(n)) {
+            const size_t piece = strlen(Text(n->content));
+            memcpy(out + at, n->content, piece);
+            at += piece;
+        }
+        return true;
+    });
+    out[at] = '\0';
+    return out;
+}
+
+const xmlNode *FindEntityRef(const xmlNode *node)
+{
+    const xmlNode *found = nullptr;
+    ForEachNode(node, [&found](const xmlNode *n) {
+        found = n->type == XML_ENTITY_REF_NODE ? n : nullptr;
+        return found == nullptr;
+    });
+    return found;
+}
+
+}  // namespace kz::xml
 
 extern "C" {
 

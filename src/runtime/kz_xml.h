@@ -55,6 +55,32 @@ struct XmlDocFreer {
 };
 using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocFreer>;
 } /* namespace kz */
+
+namespace kz::xml {
+
+/* What one parse reported: the parser's first error (line and message, without
+ * its trailing newline), and whether it stopped at a document type declaration. */
+struct ParseReport {
+    int line = 0;
+    bool doctype = false;
+    char message[256] = {};
+};
+
+/* Parses len bytes with the given XML_PARSE_* options through a parser context
+ * of its own: the parser's errors are captured in report (never printed) and
+ * nothing process-wide is changed, so parses on two threads do not meet.  With
+ * refuseDoctype a document type declaration stops the parse before any of it is
+ * read.  NULL on any failure. */
+xmlDoc *ParseMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report);
+
+/* The text and CDATA content of node and everything below it, entity references
+ * left out (never expanded); a KZ_MemMalloc string, NULL when out of memory. */
+char *DupTextContent(const xmlNode *node);
+
+/* The first entity reference node below node (attributes aside), or NULL. */
+const xmlNode *FindEntityRef(const xmlNode *node);
+
+}  // namespace kz::xml
 #endif
 
 #endif /* KZ_XML_H */

@@ -5,6 +5,7 @@
 #include "schema/kzs_internal.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "runtime/kz_guard.hpp"
 
 using namespace kzs;
 
@@ -313,27 +314,31 @@ uint32_t KZ_EXT_ScanAllChildExtInsts(const KzsExtInst *inst, KzExtInstScanCb cal
 
 uint32_t KZ_NODE_AppendExtInst(KzsNode *node, const char *modName, const char *extName, const char *argument)
 {
-    KzDict *dict = NodeDict(node);
-    if (dict == nullptr || modName == nullptr || extName == nullptr) {
-        return KZ_EINVAL;
-    }
-    return KZS_NODE_AppendOneExtInst(dict, node, modName, extName, argument);
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        KzDict *dict = NodeDict(node);
+        if (dict == nullptr || modName == nullptr || extName == nullptr) {
+            return KZ_EINVAL;
+        }
+        return KZS_NODE_AppendOneExtInst(dict, node, modName, extName, argument);
+    });
 }
 
 uint32_t KZ_NODE_ReplaceDstExtInst(KzsNode *dst, const KzsNode *src)
 {
-    KzDict *dict = NodeDict(dst);
-    if (dict == nullptr || src == nullptr || src->extInstCount == 0 || src->extInsts == nullptr) {
-        return KZ_EINVAL;
-    }
-    KzsExtInst *copy = KZS_EXT_CopyExtInsts(dict, src->extInsts, src->extInstCount);
-    if (copy == nullptr) {
-        return KZ_ENOMEM;
-    }
-    KZS_EXT_FreeExtInsts(dict, dst->extInsts, dst->extInstCount);
-    dst->extInsts = copy;
-    dst->extInstCount = src->extInstCount;
-    return KZ_OK;
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        KzDict *dict = NodeDict(dst);
+        if (dict == nullptr || src == nullptr || src->extInstCount == 0 || src->extInsts == nullptr) {
+            return KZ_EINVAL;
+        }
+        KzsExtInst *copy = KZS_EXT_CopyExtInsts(dict, src->extInsts, src->extInstCount);
+        if (copy == nullptr) {
+            return KZ_ENOMEM;
+        }
+        KZS_EXT_FreeExtInsts(dict, dst->extInsts, dst->extInstCount);
+        dst->extInsts = copy;
+        dst->extInstCount = src->extInstCount;
+        return KZ_OK;
+    });
 }
 
 void KZ_NODE_CleanExtInsts(KzsNode *node)

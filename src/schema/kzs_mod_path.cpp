@@ -5,6 +5,7 @@
 #include "runtime/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "xpath/kz_xpath.h"
+#include "runtime/kz_guard.hpp"
 
 using namespace kzs;
 
@@ -270,16 +271,18 @@ KzsNode *KZS_MOD_GetNodeByXpath(const KzMod *mod, KzsNode *start, const char *pa
 
 KzsNode *KZ_MOD_GetNodeByPrefixedPath(const KzMod *mod, KzsNode *start, const char *path)
 {
-    if (mod == nullptr || path == nullptr) {
-        return nullptr;
-    }
-    char *json = KZ_XPATH_TransformToJsonFormat(mod, path);
-    if (json == nullptr) {
-        return nullptr;
-    }
-    KzsNode *found = KZS_MOD_GetNodeByXpath(mod, start, json);
-    KZ_MemFree(json);
-    return found;
+    return kz::Guarded(nullptr, [&]() -> KzsNode * {
+        if (mod == nullptr || path == nullptr) {
+            return nullptr;
+        }
+        char *json = KZ_XPATH_TransformToJsonFormat(mod, path);
+        if (json == nullptr) {
+            return nullptr;
+        }
+        KzsNode *found = KZS_MOD_GetNodeByXpath(mod, start, json);
+        KZ_MemFree(json);
+        return found;
+    });
 }
 
 } // extern "C"

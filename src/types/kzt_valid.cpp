@@ -7,6 +7,7 @@
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_valid_priv.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -136,21 +137,25 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataDerived(void *body, uint32_t input
 
 uint32_t KZ_NODE_ValidateValue(const KzsNode *node, uint32_t inputKind, const void *input)
 {
-    KztValCheckCtx chk;
-    uint32_t rc = KZ_EINVAL;
-    (void)CheckNodeValue(node, inputKind, input, &chk, &rc);
-    return rc;
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        KztValCheckCtx chk;
+        uint32_t rc = KZ_EINVAL;
+        (void)CheckNodeValue(node, inputKind, input, &chk, &rc);
+        return rc;
+    });
 }
 
 KztRealType *KZ_NODE_FindRealTypeMatchedValue(const KzsNode *node, uint32_t inputKind, const void *input)
 {
-    KztValCheckCtx chk;
-    uint32_t rc = KZ_EINVAL;
-    KztRealType *own = CheckNodeValue(node, inputKind, input, &chk, &rc);
-    if (rc != KZ_OK) {
-        return nullptr;
-    }
-    return (chk.matchRealType != nullptr) ? chk.matchRealType : own;
+    return kz::Guarded(nullptr, [&]() -> KztRealType * {
+        KztValCheckCtx chk;
+        uint32_t rc = KZ_EINVAL;
+        KztRealType *own = CheckNodeValue(node, inputKind, input, &chk, &rc);
+        if (rc != KZ_OK) {
+            return nullptr;
+        }
+        return (chk.matchRealType != nullptr) ? chk.matchRealType : own;
+    });
 }
 
 uint8_t KZ_TYPE_GetDecimal64Fraction(const KztRealType *realType)

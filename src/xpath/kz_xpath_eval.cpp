@@ -17,6 +17,7 @@
 
 #include "runtime/kz_mem.h"
 #include "xpath/kz_xpath_stack.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -703,28 +704,30 @@ uint32_t KZ_XPATH_EvalFunctionCall(XpathEvalCtx *ctx, const XpathLex *lex, uint3
 
 uint32_t KZ_XPATH_EvalTokenizedCondition(xmlNode *rootNode, xmlNode *contextNode, const XpathLex *lex)
 {
-    if (rootNode == nullptr || contextNode == nullptr) {
-        return KZ_EINVAL;
-    }
-    if (lex == nullptr) {
-        return KZ_XPATH_ETOKENIZE;
-    }
-    uint32_t ret;
-    if (EvalSimpleComparison(rootNode, contextNode, lex, &ret)) {
+    return kz::Guarded(KZ_ENOMEM, [&]() -> uint32_t {
+        if (rootNode == nullptr || contextNode == nullptr) {
+            return KZ_EINVAL;
+        }
+        if (lex == nullptr) {
+            return KZ_XPATH_ETOKENIZE;
+        }
+        uint32_t ret;
+        if (EvalSimpleComparison(rootNode, contextNode, lex, &ret)) {
+            return ret;
+        }
+        XpathEvalCtx ctx;
+        ret = KZ_XPATH_InitEvalCtx(&ctx, rootNode, contextNode, lex->count);
+        if (ret != KZ_OK) {
+            return ret;
+        }
+        uint32_t pos = 0;
+        ret = KZ_XPATH_EvalExpr(&ctx, lex, &pos);
+        if (ret == KZ_OK) {
+            ret = KZ_XPATH_GetEvalResult(&ctx);
+        }
+        KZ_XPATH_DestroyEvalCtx(&ctx);
         return ret;
-    }
-    XpathEvalCtx ctx;
-    ret = KZ_XPATH_InitEvalCtx(&ctx, rootNode, contextNode, lex->count);
-    if (ret != KZ_OK) {
-        return ret;
-    }
-    uint32_t pos = 0;
-    ret = KZ_XPATH_EvalExpr(&ctx, lex, &pos);
-    if (ret == KZ_OK) {
-        ret = KZ_XPATH_GetEvalResult(&ctx);
-    }
-    KZ_XPATH_DestroyEvalCtx(&ctx);
-    return ret;
+    });
 }
 
 uint32_t KZ_XPATH_EvalCondition(xmlNode *rootNode, xmlNode *contextNode, const char *expr)

@@ -8,6 +8,7 @@
 #include "data/kzd_valid.h"
 #include "runtime/kz_ctx.h"
 #include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
@@ -100,13 +101,7 @@ char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
         char *value = KZD_NODE_GetValueContent(node, sn);
         return value != nullptr ? value : DupText("");
     }
-    xmlChar *content = xmlNodeGetContent(node);
-    if (content == nullptr) {
-        return DupText("");
-    }
-    char *copy = DupText(reinterpret_cast<const char *>(content));
-    xmlFree(content);
-    return copy;
+    return kz::xml::DupTextContent(node); /* entity references stay unexpanded */
 }
 
 XpathFunc KZ_XPATH_GetXpathFunction(const char *name, uint32_t nameLength)

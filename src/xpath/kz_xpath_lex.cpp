@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -277,40 +278,42 @@ uint32_t KZ_XPATH_ParseCurTokenFromExpr(XpathLex *lex, uint32_t pos, XpathTokenO
 
 XpathLex *KZ_XPATH_ExprTokenize(const char *expr)
 {
-    if (expr == nullptr) {
-        return nullptr;
-    }
-    auto *lex = static_cast<XpathLex *>(KZ_MemMalloc(sizeof(XpathLex)));
-    if (lex == nullptr) {
-        return nullptr;
-    }
-    std::memset(lex, 0, sizeof(*lex));
-    lex->expr = expr;
-    if (GrowTokens(lex) != KZ_OK) {
-        KZ_MemFree(lex);
-        return nullptr;
-    }
-    size_t total = std::strlen(expr);
-    if (total >= UINT32_MAX) {
-        KZ_XPATH_FreeXpathLex(lex);
-        return nullptr;
-    }
-    uint32_t pos = 0;
-    while (expr[pos] != '\0') {
-        if (IsBlank(expr[pos])) {
-            pos++;
-            continue;
+    return kz::Guarded(nullptr, [&]() -> XpathLex * {
+        if (expr == nullptr) {
+            return nullptr;
         }
-        XpathTokenOut tok = {KZ_XPATH_TOK_NONE, 0};
-        if (KZ_XPATH_ParseCurTokenFromExpr(lex, pos, &tok) != KZ_OK || tok.kind == KZ_XPATH_TOK_NONE ||
-            tok.length == 0 || (lex->count == lex->capacity && GrowTokens(lex) != KZ_OK)) {
+        auto *lex = static_cast<XpathLex *>(KZ_MemMalloc(sizeof(XpathLex)));
+        if (lex == nullptr) {
+            return nullptr;
+        }
+        std::memset(lex, 0, sizeof(*lex));
+        lex->expr = expr;
+        if (GrowTokens(lex) != KZ_OK) {
+            KZ_MemFree(lex);
+            return nullptr;
+        }
+        size_t total = std::strlen(expr);
+        if (total >= UINT32_MAX) {
             KZ_XPATH_FreeXpathLex(lex);
             return nullptr;
         }
-        lex->tokens[lex->count++] = XpathToken{tok.kind, tok.length, pos};
-        pos += tok.length;
-    }
-    return lex;
+        uint32_t pos = 0;
+        while (expr[pos] != '\0') {
+            if (IsBlank(expr[pos])) {
+                pos++;
+                continue;
+            }
+            XpathTokenOut tok = {KZ_XPATH_TOK_NONE, 0};
+            if (KZ_XPATH_ParseCurTokenFromExpr(lex, pos, &tok) != KZ_OK || tok.kind == KZ_XPATH_TOK_NONE ||
+                tok.length == 0 || (lex->count == lex->capacity && GrowTokens(lex) != KZ_OK)) {
+                KZ_XPATH_FreeXpathLex(lex);
+                return nullptr;
+            }
+            lex->tokens[lex->count++] = XpathToken{tok.kind, tok.length, pos};
+            pos += tok.length;
+        }
+        return lex;
+    });
 }
 
 void KZ_XPATH_FreeXpathLex(XpathLex *lex)

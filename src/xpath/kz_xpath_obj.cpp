@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "runtime/kz_mem.h"
+#include "runtime/kz_xml.h"
 #include "xpath/kz_xpath_stack.h"
 
 namespace {
@@ -34,18 +35,6 @@ char *DupText(const char *text, size_t len)
 bool IsXpathBlank(char c)
 {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-/* Text content of an element as a library-allocated string; "" when it has none. */
-char *PlainContent(xmlNode *node)
-{
-    xmlChar *content = xmlNodeGetContent(node);
-    if (content == nullptr) {
-        return DupText("", 0);
-    }
-    char *copy = DupText(reinterpret_cast<const char *>(content), std::strlen(reinterpret_cast<char *>(content)));
-    xmlFree(content);
-    return copy;
 }
 
 uint32_t SetBoolean(XpathObject *obj, bool value)
@@ -329,7 +318,7 @@ uint32_t KZ_XPATH_ConvertNodeToNumber(XpathObject *obj)
     if (obj->val.node == nullptr) {
         return SetNumber(obj, 0.0);
     }
-    char *content = PlainContent(obj->val.node);
+    char *content = kz::xml::DupTextContent(obj->val.node); /* entities never expanded */
     if (content == nullptr) {
         return KZ_ENOMEM;
     }

@@ -6,6 +6,7 @@
 
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
+#include "runtime/kz_guard.hpp"
 
 namespace {
 
@@ -78,11 +79,13 @@ uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *b
 
 char *KZ_XPATH_TransformToJsonFormat(const KzMod *mod, const char *path)
 {
-    char buf[KZ_XPATH_JSON_BUF_SIZE];
-    if (KZ_XPATH_GetJsonFormatXpath(mod, path, buf, sizeof(buf)) != KZ_OK) {
-        return nullptr;
-    }
-    return KZ_UTL_StrDup(buf);
+    return kz::Guarded(nullptr, [&]() -> char * {
+        char buf[KZ_XPATH_JSON_BUF_SIZE];
+        if (KZ_XPATH_GetJsonFormatXpath(mod, path, buf, sizeof(buf)) != KZ_OK) {
+            return nullptr;
+        }
+        return KZ_UTL_StrDup(buf);
+    });
 }
 
 uint32_t KZ_XPATH_SplitTargetNodeXpath(const char *path, char *moduleNameBuffer, uint32_t bufferSize,
