@@ -24,10 +24,6 @@ static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOAD
 
 namespace {
 
-struct DirCloser {
-    void operator()(DIR *d) const { closedir(d); }
-};
-
 bool IsRegularFile(const char *path)
 {
     struct stat st {};
@@ -183,38 +179,36 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
     if (ctx == nullptr || KZ_CTX_IsValidModuleName(name) == 0) {
         return nullptr;
     }
-    auto *coll = static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection)));
+    /* Owned until returned, so that a listing that cannot grow (bad_alloc) frees it. */
+    struct CollFreer {
+        void operator()(PathCollection *c) const { KZS_LOADER_DestroyPathCollection(c); }
+    };
+    std::unique_ptr<PathCollection, CollFreer> coll(static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection))));
     if (coll == nullptr) {
         return nullptr;
     }
-    std::memset(coll, 0, sizeof(*coll));
+    std::memset(coll.get(), 0, sizeof(PathCollection));
     coll->maxToProcess = 1;
-    for (uint32_t i = 0; i < ctx->searchDirCount; i++) {
-        const char *dir = ctx->searchDirs[i];
-        if (dir == nullptr) {
-            continue;
+    return kz::Guarded(static_cast<PathCollection *>(nullptr), [&]() -> PathCollection * {
+        for (uint32_t i = 0; i < ctx->searchDirCount; i++) {
+            const char *dir = ctx->searchDirs[i];
+            if (dir == nullptr) {
+                continue;
+            }
+            if (KZS_LOADER_FillFullNameWithNoRevision(dir, name, coll.get()) == KZ_OK) {
+                break;
+            }
+            (void)FillWithRevision(dir, name, coll.get(), kz::runtime::DirCacheOf(ctx));
         }
-        if (KZS_LOADER_FillFullNameWithNoRevision(dir, name, coll) == KZ_OK) {
-            break;
-        }
-        (void)FillWithRevision(dir, name, coll, kz::runtime::DirCacheOf(ctx));
-    }
-    if (coll->count == 0) {
-        /* No YIN file: the module's YANG text, searched the same way. */
-        try {
+        if (coll->count == 0) {
+            /* No YIN file: the module's YANG text, searched the same way. */
             const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::runtime::DirCacheOf(ctx));
             if (!yang.empty()) {
-                (void)KZS_LOADER_AppendOnePathObj(coll, yang.c_str());
+                (void)KZS_LOADER_AppendOnePathObj(coll.get(), yang.c_str());
             }
-        } catch (const std::bad_alloc &) {
-            /* not found, as far as this load can tell */
         }
-    }
-    if (coll->count == 0) {
-        KZS_LOADER_DestroyPathCollection(coll);
-        return nullptr;
-    }
-    return coll;
+        return coll->count != 0 ? coll.release() : nullptr;
+    });
 }
 
 KZ_API uint32_t KZS_LOADER_AppendOneSuffixToAssister(LoadAssister *assister, const char *suffix, uint8_t processed)

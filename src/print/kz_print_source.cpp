@@ -4,6 +4,7 @@
 #include <new>
 
 #include "loader/kzs_loader.h"
+#include "runtime/kz_guard.hpp"
 #include "runtime/kz_xml.h"
 #include "yang/kz_yang_write.h"
 
@@ -55,11 +56,7 @@ KZ_API uint32_t KZ_CTX_PrintModuleSource(KzCtx *ctx, const char *moduleName, uin
     if (mod == nullptr) {
         return KZ_ERR;
     }
-    try {
-        return PrintSource(ctx, mod, format, output, arg);
-    } catch (const std::bad_alloc &) {
-        return KZ_ENOMEM;
-    }
+    return kz::Guarded(KZ_ENOMEM, [&] { return PrintSource(ctx, mod, format, output, arg); });
 }
 
 } /* extern "C" */

@@ -6,8 +6,10 @@
 #include <time.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
 struct KzDirCache {
     struct Listing {
@@ -34,19 +36,23 @@ bool SameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
+struct DirCloser {
+    void operator()(DIR *d) const { closedir(d); }
+};
+
+/* The handle is owned so that a listing that cannot grow (bad_alloc) still closes it. */
 bool ReadAtNames(const std::string &dir, std::vector<std::string> *out)
 {
-    DIR *d = opendir(dir.c_str());
+    std::unique_ptr<DIR, DirCloser> d(opendir(dir.c_str()));
     if (d == nullptr) {
         return false;
     }
     out->clear();
-    for (const dirent *ent = readdir(d); ent != nullptr; ent = readdir(d)) {
+    for (const dirent *ent = readdir(d.get()); ent != nullptr; ent = readdir(d.get())) {
         if (std::strchr(ent->d_name, '@') != nullptr) {
             out->emplace_back(ent->d_name);
         }
     }
-    closedir(d);
     return true;
 }
 
@@ -76,13 +82,15 @@ const std::vector<std::string> *ListAtNames(KzDirCache *cache, const std::string
     if (now.tv_sec - st.st_mtim.tv_sec < kSettleSeconds) {
         return scratch;
     }
-    KzDirCache::Listing &l = cache->dirs[dir];
+    /* Made whole before it enters the cache: a copy that fails (bad_alloc) must not
+     * leave a listing that later reads as an unchanged, empty directory. */
+    KzDirCache::Listing l;
     l.dev = st.st_dev;
     l.ino = st.st_ino;
     l.mtime = st.st_mtim;
     l.ctime = st.st_ctim;
     l.names = *scratch;
-    return &l.names;
+    return &cache->dirs.insert_or_assign(dir, std::move(l)).first->second.names;
 }
 
 KzDirCache *DirCacheOf(KzCtx *ctx)

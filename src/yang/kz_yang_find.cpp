@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "korla.h"
 #include "runtime/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
@@ -88,6 +89,10 @@ bool ReadWholeFile(const char *path, std::string *out)
     struct stat st {};
     std::size_t want = 65536;
     if (fstat(fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
+        /* The size limit is checked before anything is allocated for the text. */
+        if (static_cast<unsigned long long>(st.st_size) > KZ_CTX_MODULE_FILE_MAX) {
+            return false;
+        }
         want = static_cast<std::size_t>(st.st_size) + 1;
     }
     for (;;) {
@@ -95,6 +100,9 @@ bool ReadWholeFile(const char *path, std::string *out)
         out->resize(had + want);
         const std::size_t got = std::fread(&(*out)[had], 1, want, file.get());
         out->resize(had + got);
+        if (out->size() > KZ_CTX_MODULE_FILE_MAX) {
+            return false;
+        }
         if (got < want) {
             return std::ferror(file.get()) == 0;
         }

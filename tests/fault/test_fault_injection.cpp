@@ -51,6 +51,12 @@ void *operator new(std::size_t size)
     return p;
 }
 
+// The library also allocates with new (std::nothrow): it fails the same way, as a null.
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return CountDown(g_newCountdown) ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+
 void operator delete(void *p) noexcept
 {
     std::free(p);
