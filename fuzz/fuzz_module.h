@@ -141,7 +141,8 @@ inline KzCtx *SharedContext()
     static KzCtx *ctx = [] {
         KzCtx *c = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
         if (c == nullptr || KZ_CTX_LoadMemory(c, kModule) != 0 ||
-            KZ_CTX_SetSearchDir(c, KORLA_SOURCE_DIR "/examples/yin") != 0) {
+            KZ_CTX_SetSearchDir(c, KORLA_SOURCE_DIR "/examples/yin") != 0 ||
+            KZ_CTX_SetSearchDir(c, KORLA_SOURCE_DIR "/examples/yang") != 0) {
             __builtin_trap();
         }
         for (const char *name : {"acme-system-ext", "acme-interfaces", "acme-routing"}) {
