@@ -12,7 +12,7 @@
 
 #include "couple/kzs_couple.h"
 #include "korla.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "korla.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"

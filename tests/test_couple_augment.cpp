@@ -2,6 +2,7 @@
  * and output that do not exist yet, into the module itself, late targets, and
  * the independence of the final schema from the order of loading. */
 #include "couple_test_util.h"
+#include "loader/kzs_loader.h"
 
 #include <cstdlib>
 #include <cstring>

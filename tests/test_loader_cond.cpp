@@ -5,8 +5,8 @@
 #include <string>
 
 #include "loader/kzs_cond.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

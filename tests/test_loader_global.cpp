@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "loader_test_util.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

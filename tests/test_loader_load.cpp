@@ -7,7 +7,7 @@
 
 #include "loader/kzs_loader.h"
 #include "loader_test_util.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 
 using loadertest::Diagnostics;

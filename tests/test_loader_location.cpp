@@ -8,7 +8,7 @@
 
 #include "loader/kzs_loader.h"
 #include "loader_test_util.h"
-#include "runtime/kz_dir_cache.h"
+#include "base/kz_dir_cache.h"
 
 using loadertest::ScratchDir;
 
@@ -27,7 +27,7 @@ struct DirCtx {
         ctx.searchDirCount = static_cast<uint32_t>(dirs.size());
         ctx.searchDirCapacity = ctx.searchDirCount;
     }
-    ~DirCtx() { kz::runtime::FreeDirCache(ctx.dirCache); }
+    ~DirCtx() { kz::base::FreeDirCache(ctx.dirCache); }
 };
 
 struct CollGuard {

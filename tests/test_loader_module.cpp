@@ -13,9 +13,9 @@
 
 #include "korla.h"
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "loader_test_util.h"

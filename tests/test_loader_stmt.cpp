@@ -9,10 +9,10 @@
 #include <libxml/parser.h>
 
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "test_support.h"
 

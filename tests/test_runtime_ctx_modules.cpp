@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "runtime/kz_diag.h"
+#include "schema/kzs_diag.h"
 #include "test_support.h"
 
 namespace {

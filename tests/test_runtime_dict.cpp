@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
 
 namespace {
 

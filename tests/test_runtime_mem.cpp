@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_slab.h"
+#include "base/kz_mem.h"
+#include "base/kz_slab.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <string>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 TEST(RuntimeScan, IdentifierClassForwardAndBackward)
 {

@@ -8,7 +8,7 @@
 
 #include <libxml/parser.h>
 
-#include "runtime/kz_xml.h"
+#include "base/kz_xml.h"
 
 namespace {
 

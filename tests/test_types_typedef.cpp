@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_diag.h"
+#include "schema/kzs_diag.h"
 #include "types_fixture.h"
 
 using kzt_test::TypeYin;

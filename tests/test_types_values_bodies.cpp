@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "korla.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
 #include "test_support.h"

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "test_support.h"
 #include "schema/kzs_mod.h"
 #include "xpath/kz_xpath.h"

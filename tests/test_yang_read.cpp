@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "loader_test_util.h"
-#include "runtime/kz_dir_cache.h"
+#include "base/kz_dir_cache.h"
 #include "test_support.h"
 #include "yang/kz_yang_read.h"
 
@@ -261,7 +261,7 @@ TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
     auto importedNs = [&](const std::string &module) {
         const std::string text = "module a { namespace urn:a; prefix a; import " + module + " { prefix l; } }\n";
         DocPtr doc(kz::yang::ReadYang(text.data(), text.size(), "a.yang", {dir.Path()}, nullptr,
-                                      kz::runtime::DirCacheOf(ctx), facts));
+                                      kz::schema::DirCacheOf(ctx), facts));
         xmlNs *ns = doc ? xmlSearchNs(doc.get(), xmlDocGetRootElement(doc.get()), BAD_CAST "l") : nullptr;
         return ns != nullptr ? std::string(reinterpret_cast<const char *>(ns->href)) : std::string();
     };

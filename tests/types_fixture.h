@@ -11,11 +11,12 @@
 #include <memory>
 #include <string>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "loader/kzs_stmt.h"
 
 namespace kzt_test {
 

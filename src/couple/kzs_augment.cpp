@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "couple/kzs_couple_int.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
 #include "loader/kzs_loader.h"
 
 namespace {
@@ -400,31 +400,6 @@ uint32_t KZS_LOADER_CoupleModRemainNodesToTgt(KzMod *mod)
             (void)KZS_MOD_CoupleDeviation(mod, &mod->deviations[i]);
         }
     }
-    return 0;
-}
-
-uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *modName, struct ModPendTbl *tbl)
-{
-    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, modName);
-    if (mod == nullptr) {
-        return KZ_EINVAL;
-    }
-    (void)KZS_LOADER_CoupleModRemainNodesToTgt(mod);
-    KZ_CTX_NotifyModuleChange(ctx, modName, KZ_MOD_EVENT_COUPLE, nullptr);
-    if (tbl == nullptr || tbl->first == nullptr) {
-        return 0;
-    }
-    ModPendNode *pend = tbl->first;
-    do {
-        KzMod *pendMod = KZ_CTX_GetModuleByModName(ctx, pend->moduleName);
-        if (pendMod != nullptr) {
-            (void)KZS_LOADER_CoupleModRemainNodesToTgt(pendMod);
-            // Names the current module, not the pending one: kept as the
-            // load sequence has always behaved.
-            KZ_CTX_NotifyModuleChange(ctx, modName, KZ_MOD_EVENT_COUPLE, nullptr);
-        }
-        pend = pend->next;
-    } while (pend != nullptr && pend != tbl->first);
     return 0;
 }
 

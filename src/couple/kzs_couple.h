@@ -5,7 +5,7 @@
 #define KZS_COUPLE_H
 
 #include "korla.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_node.h"
 #include "schema/kzs_mod.h"
 
@@ -13,7 +13,6 @@
 extern "C" {
 #endif
 
-struct ModPendTbl; /* pending table of the loader (loader/kzs_loader.h) */
 
 /* Bit of KzsDeviation.flags: the deviation is applied to its target. */
 #define KZS_DEVIATION_FLAG_COUPLED 0x1u
@@ -56,7 +55,6 @@ KZ_API uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod);
 /* Couples every uncoupled augment, then applies every uncoupled deviation. */
 KZ_API uint32_t KZS_LOADER_CoupleModRemainNodesToTgt(KzMod *mod);
 /* Pass after the imports of modName were loaded through tbl. */
-KZ_API uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *modName, struct ModPendTbl *tbl);
 /* Augments of a module into itself, found by search (for the embedding process). */
 KZ_API uint32_t KZS_LOADER_CoupleSelfAugmentNode(KzCtx *ctx, KzMod *mod);
 /* Unlinks and frees a self-augment; coupled children stay in the target. */
@@ -164,6 +162,13 @@ KZ_API uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName);
 
 #ifdef __cplusplus
 }
+#endif
+
+#ifdef __cplusplus
+namespace kz::couple {
+/* The coupling steps the registry and the loader run (KzCoupleHooks). */
+const KzCoupleHooks &Hooks();
+} /* namespace kz::couple */
 #endif
 
 #endif /* KZS_COUPLE_H */

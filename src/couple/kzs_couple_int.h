@@ -73,7 +73,7 @@ void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs);
 /* Order in which a coupled deviation was applied (0 when not coupled). */
 uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev);
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 template <typename Skip>
 void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip)

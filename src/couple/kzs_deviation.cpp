@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "couple/kzs_couple_int.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
 
 namespace {
 

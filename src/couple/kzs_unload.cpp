@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "couple/kzs_couple_int.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_alloc.hpp"
-#include "runtime/kz_guard.hpp"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "base/kz_alloc.h"
+#include "base/kz_guard.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "data/kzd_internal.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 

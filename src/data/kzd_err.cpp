@@ -5,8 +5,8 @@
 #include <string>
 
 #include "data/kzd_internal.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 namespace {
 

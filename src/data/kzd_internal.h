@@ -7,7 +7,7 @@
 #include <new>
 
 #include "data/kzd_valid.h"
-#include "runtime/kz_small_vec.hpp"
+#include "base/kz_small_vec.h"
 
 /* Schema node bound to an element by the structure pass. */
 inline KzsNode *kzd_schema_of(const xmlNode *element)

@@ -3,9 +3,9 @@
 #include <string>
 
 #include "data/kzd_internal.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 
 namespace {

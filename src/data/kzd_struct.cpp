@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "data/kzd_internal.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 
 namespace {

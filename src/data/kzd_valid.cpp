@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "data/kzd_internal.h"
-#include "runtime/kz_xml.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_xml.h"
+#include "base/kz_guard.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "loader/kzs_cond.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
 

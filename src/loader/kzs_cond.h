@@ -3,7 +3,7 @@
 #define KZS_COND_H
 
 #include "korla.h"
-#include "runtime/kz_dict.h"
+#include "base/kz_dict.h"
 #include "schema/kzs_node.h"
 
 #ifdef __cplusplus

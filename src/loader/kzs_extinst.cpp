@@ -3,8 +3,8 @@
 
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 

@@ -10,7 +10,7 @@
 
 #include <libxml/tree.h>
 
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 
 namespace kz::loader {
 

@@ -17,9 +17,9 @@
 #include "loader/kzs_cond.h"
 #include "loader/kzs_grouping_ident.h"
 #include "loader/kzs_loader.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 namespace kz::loader {
 namespace {

@@ -5,7 +5,7 @@
 #include <new>
 
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_xml.h"
 
 namespace kz::loader {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "loader/kzs_grouping_ident.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_xml.h"
 
 namespace kz::loader {
 namespace {

@@ -8,7 +8,7 @@
 #include <libxml/tree.h>
 
 #include "korla.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 
 #ifdef __cplusplus
@@ -125,13 +125,14 @@ KZ_API uint32_t KZS_LOADER_SaveSuccLoadingSuffix(KzMod *mod, const LoadAssister 
 KZ_API void KZS_LOADER_InitModPendTbl(ModPendTbl *tbl);
 KZ_API void KZS_LOADER_DeInitModPendTbl(ModPendTbl *tbl);
 KZ_API ModPendNode *KZS_LOADER_AddModPendNode(ModPendTbl *tbl, const char *name);
+/* Couples what of modName and of every module on the table still waits for a
+ * target, telling modName's dependants after each. */
+KZ_API uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *modName, ModPendTbl *tbl);
 KZ_API void KZS_LOADER_RemoveModPendNode(ModPendTbl *tbl, ModPendNode *node);
 KZ_API ModPendNode *KZS_LOADER_FindModPendNodeByName(const ModPendTbl *tbl, const char *name);
 KZ_API uint32_t KZS_LOADER_AddModFeatPend(ModPendNode *pendNode, const char *featureName);
 KZ_API void KZS_LOADER_DestoryAllModFeatPend(ModPendNode *pendNode);
 KZ_API uint32_t KZS_LOADER_AppendNyModImportsAsPending(KzCtx *ctx, ModPendTbl *tbl, const char *modName);
-/* KZS_LOADER_CoupleModPendTblAndCurMod, the coupling pass after the imports,
- * is declared with augment coupling (couple/kzs_couple.h). */
 KZ_API uint32_t KZS_LOADER_LoadModuleImportedNames(KzCtx *ctx, const char *modName);
 
 /* ---- Deviate kinds and their parsers ---- */

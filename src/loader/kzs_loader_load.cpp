@@ -9,17 +9,16 @@
 
 #include <libxml/parser.h>
 
-#include "couple/kzs_couple.h"
 #include "loader/kzs_grouping.h"
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_dir_cache.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_dir_cache.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "types/kzt_type.h"
 #include "yang/kz_yang_read.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 namespace {
 
@@ -206,7 +205,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     try {
         std::string error;
         xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
-                                                kz::runtime::DirCacheOf(ctx), ImportFactsOf(ctx));
+                                                kz::schema::DirCacheOf(ctx), ImportFactsOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
         }
@@ -314,7 +313,7 @@ KZ_API uint32_t KZS_LOADER_LoadModuleByPath(KzCtx *ctx, const char *path, const 
         return KZ_EINVAL;
     }
     if (*buildingInOut != nullptr) {
-        uint32_t ret = KZS_MOD_MergeTwoModuleInSameCtx(*buildingInOut, mod);
+        uint32_t ret = ctx->couple != nullptr ? ctx->couple->mergeModules(*buildingInOut, mod) : KZ_ERR;
         KZS_MOD_Free(mod);
         if (ret != KZ_OK) {
             KZ_CTX_AddModError(ctx, name, kMsgMergeModule, name);
@@ -407,10 +406,12 @@ KZ_API uint32_t KZS_LOADER_AppendModuleToCtx(KzCtx *ctx, KzMod *mod, LoadAssiste
             break;
         }
     }
-    if (KZS_LOADER_CoupleAugmentAndGenRelation(ctx, mod) != KZ_OK) {
+    const KzCoupleHooks *couple = ctx->couple;
+    if (couple == nullptr || couple->coupleNewAugments(ctx, mod) != KZ_OK) {
         KZ_CTX_AddModError(ctx, mod->name, "%s", kMsgCoupleAugment);
     }
-    if (KZS_MOD_CoupleDeviationFromDepMods(ctx, nullptr, mod->name, nullptr) != KZ_OK) {
+    if (couple == nullptr ||
+        couple->modChange[KZ_REL_DEVIATE][KZ_MOD_EVENT_COUPLE](ctx, nullptr, mod->name, nullptr) != KZ_OK) {
         KZ_CTX_AddModError(ctx, mod->name, "%s", kMsgCoupleDeviation);
     }
     if (assister != nullptr) {

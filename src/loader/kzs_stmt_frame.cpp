@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "loader/kzs_stmt_util.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_node.h"
 
 using kzs::ElemArg;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "loader/kzs_stmt.h"
+#include "schema/kzs_node.h"
 
 extern "C" {
 
@@ -224,6 +225,13 @@ constexpr LetterFunc kLetterFuncs[26] = {
     KZS_LOADER_GetStmtByKeywordStartWithY, nullptr,
 };
 
+// The keyword that creates a node of each kind.
+constexpr uint32_t kStmtOfKind[KZS_NODE_KIND_MAX + 1] = {
+    KZS_STMT_UNKNOWN, KZS_STMT_CONTAINER, KZS_STMT_LEAF,   KZS_STMT_LEAF_LIST,    KZS_STMT_LIST,
+    KZS_STMT_CHOICE,  KZS_STMT_CASE,      KZS_STMT_ANYDATA, KZS_STMT_ANYXML,      KZS_STMT_ACTION,
+    KZS_STMT_RPC,     KZS_STMT_NOTIFICATION, KZS_STMT_INPUT, KZS_STMT_OUTPUT,     KZS_STMT_AUGMENT,
+};
+
 } /* namespace */
 
 extern "C" {
@@ -303,6 +311,11 @@ KZ_API uint32_t KZS_LOADER_GetXmlNodeYangStmt(const xmlNode *node)
         return KZS_STMT_EXTENSION_INSTANCE;
     }
     return KZS_LOADER_GetStmtByKeyword(reinterpret_cast<const char *>(node->name));
+}
+
+KZ_API uint32_t KZS_NODE_GetStmtByNodeType(uint32_t kind)
+{
+    return kind <= KZS_NODE_KIND_MAX ? kStmtOfKind[kind] : static_cast<uint32_t>(KZS_STMT_UNKNOWN);
 }
 
 } /* extern "C" */

@@ -8,10 +8,10 @@
 #include <libxml/tree.h>
 
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_dict.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 
 /* Message texts recorded against the module being loaded. */

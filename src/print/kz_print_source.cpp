@@ -4,8 +4,8 @@
 #include <new>
 
 #include "loader/kzs_loader.h"
-#include "runtime/kz_guard.hpp"
-#include "runtime/kz_xml.h"
+#include "base/kz_guard.h"
+#include "base/kz_xml.h"
 #include "yang/kz_yang_write.h"
 
 namespace {

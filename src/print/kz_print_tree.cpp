@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_mem.h"
+#include "base/kz_guard.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 /* Public queries on schema nodes for the embedding process. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 using namespace kzs;
 

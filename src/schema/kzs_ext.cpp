@@ -4,7 +4,7 @@
 #include <new>
 #include <vector>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 

@@ -1,5 +1,5 @@
 /* Module record: its release and its top-level node chains. */
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

@@ -5,7 +5,7 @@
  * sameness test. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 

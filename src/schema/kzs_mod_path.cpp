@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "xpath/kz_xpath.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 using namespace kzs;
 

@@ -1,8 +1,7 @@
 /* Schema node record: creation, destruction and links between nodes. */
 #include <cstring>
 
-#include "loader/kzs_stmt.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 
@@ -15,12 +14,6 @@ using DestroyInfoFunc = void (*)(KzDict *, void *);
 constexpr DestroyInfoFunc kDestroyInfo[KZS_NODE_KIND_MAX + 1] = {
     nullptr, nullptr, KZS_NODE_DestroySchemaLeaf, KZS_NODE_DestroySchemaLeaflist, nullptr,
     KZS_NODE_DestroySchemaChoice, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-};
-
-constexpr uint32_t kStmtOfKind[KZS_NODE_KIND_MAX + 1] = {
-    KZS_STMT_UNKNOWN, KZS_STMT_CONTAINER, KZS_STMT_LEAF,   KZS_STMT_LEAF_LIST,    KZS_STMT_LIST,
-    KZS_STMT_CHOICE,  KZS_STMT_CASE,      KZS_STMT_ANYDATA, KZS_STMT_ANYXML,      KZS_STMT_ACTION,
-    KZS_STMT_RPC,     KZS_STMT_NOTIFICATION, KZS_STMT_INPUT, KZS_STMT_OUTPUT,     KZS_STMT_AUGMENT,
 };
 
 /* Releases everything a node owns except its children and the record itself. */
@@ -59,11 +52,6 @@ uint32_t KZS_NODE_GetInfoSize(uint32_t kind)
         default:
             return 0;
     }
-}
-
-uint32_t KZS_NODE_GetStmtByNodeType(uint32_t kind)
-{
-    return kind <= KZS_NODE_KIND_MAX ? kStmtOfKind[kind] : static_cast<uint32_t>(KZS_STMT_UNKNOWN);
 }
 
 KzsNode *KZS_NODE_New(uint32_t kind)

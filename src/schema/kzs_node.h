@@ -131,8 +131,6 @@ typedef struct KzsChoiceInfo {
 
 /* ---- Node record and links ---- */
 KZ_API uint32_t KZS_NODE_GetInfoSize(uint32_t kind);
-/* Statement identifier of the keyword that creates a node of this kind (0 when none). */
-KZ_API uint32_t KZS_NODE_GetStmtByNodeType(uint32_t kind);
 KZ_API KzsNode *KZS_NODE_New(uint32_t kind);
 KZ_API void KZS_NODE_Free(KzsNode *node);
 KZ_API void KZS_NODE_DestroySchemaInfo(KzsNode *node);

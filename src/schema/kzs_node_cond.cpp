@@ -1,7 +1,7 @@
 /* Arrays of if-features, musts and leaf-list defaults held by nodes. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

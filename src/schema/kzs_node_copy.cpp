@@ -1,7 +1,7 @@
 /* Deep copies of schema nodes and subtrees into another module. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 

@@ -1,7 +1,7 @@
 /* Inheritance of config, access-control and status flags, and key marking. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

@@ -2,8 +2,8 @@
  * fraction-digits constraint. */
 #include <cstring>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 
 namespace {

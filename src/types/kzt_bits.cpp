@@ -3,9 +3,9 @@
 #include <cstring>
 #include <memory>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_fill.h"
 #include "types/kzt_seg_util.h"

@@ -4,7 +4,7 @@
 #define KZT_CONS_H
 
 #include "korla.h"
-#include "runtime/kz_dict.h"
+#include "base/kz_dict.h"
 #include "types/kzt_type.h"
 
 #include <libxml/tree.h>
@@ -185,13 +185,11 @@ KZ_API uint32_t KZT_LOADER_FillConsDataAndAllPathSeg(KzCtx *ctx, KzMod *mod, xml
 KZ_API uint32_t KZT_LOADER_FillConsDataAndAllPatternSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem,
                                                         KztConsFillArg *arg);
 KZ_API uint32_t KZT_LOADER_FillConsDataAndAllRangeSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg);
-KZ_API uint32_t KZT_LOADER_FillConsDataAndAllUnionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg);
 
 KZ_API uint32_t KZT_LOADER_FillOneConsSegBase(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
 KZ_API uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
 KZ_API uint32_t KZT_LOADER_FillOneConsSegEnum(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
 KZ_API uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
-KZ_API uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem);
 
 /* Interns both names into a derived body: 22 if either is null, 12 on a failed insert. */
 KZ_API uint32_t KZT_CONS_FillConsDataDerived(KzDict *dict, KztConsDataDerived *body, const char *modName,

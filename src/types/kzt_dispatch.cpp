@@ -35,13 +35,6 @@ constexpr KztConsDestroyBodyFunc kDestroyTbl[KZT_CONS_KIND_COUNT] = {
     KZT_CONS_DestroyConsDataBodyWithRange,     KZT_CONS_DestroyConsDataBodyWithUnion,
 };
 
-constexpr KztConsFillAllSegFunc kFillTbl[KZT_CONS_KIND_COUNT] = {
-    KZT_LOADER_FillConsDataAndAllDerivedSeg,  KZT_LOADER_FillConsDataAndAllBaseSeg,
-    KZT_LOADER_FillConsDataAndAllBitSeg,      KZT_LOADER_FillConsDataAndAllEnumSeg,
-    KZT_LOADER_FillConsDataAndAllFractionSeg, KZT_LOADER_FillConsDataAndAllLengthSeg,
-    KZT_LOADER_FillConsDataAndAllPathSeg,     KZT_LOADER_FillConsDataAndAllPatternSeg,
-    KZT_LOADER_FillConsDataAndAllRangeSeg,    KZT_LOADER_FillConsDataAndAllUnionSeg,
-};
 
 constexpr KztConsCheckFunc kCheckTbl[KZT_CONS_KIND_COUNT] = {
     KZT_CONS_ValidateValueNodeAgainstDataDerived,  KZT_CONS_ValidateValueNodeAgainstDataBase,
@@ -106,11 +99,6 @@ KztConsCopyBodyFunc KZT_CONS_GetConsDataCopyBodyFunc(KztConsType kind)
 KztConsDestroyBodyFunc KZT_CONS_GetConsDataDestroyBodyFunc(KztConsType kind)
 {
     return PickRow(kDestroyTbl, kind);
-}
-
-KztConsFillAllSegFunc KZT_LOADER_GetConsDataFillAllSegFunc(KztConsType kind)
-{
-    return PickRow(kFillTbl, kind);
 }
 
 KztConsCheckFunc KZT_CONS_GetConsDataValueRestricationCheckFunc(KztConsType kind)

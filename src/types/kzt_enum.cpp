@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_fill.h"
 #include "types/kzt_seg_util.h"

@@ -3,10 +3,10 @@
 #include <cstring>
 #include <unordered_map>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"

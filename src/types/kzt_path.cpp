@@ -2,9 +2,9 @@
  * and the check of a value through the target's type. */
 #include <cstring>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"

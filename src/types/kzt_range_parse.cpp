@@ -3,8 +3,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
 #include "types/kzt_seg.h"

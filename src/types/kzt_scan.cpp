@@ -1,6 +1,6 @@
 /* Public walks over a real type: derived names, union members, identity
  * bases, patterns, name/value pairs and start/end pairs. */
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 

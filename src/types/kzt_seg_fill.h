@@ -8,8 +8,8 @@
 #include <memory>
 #include <utility>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
 

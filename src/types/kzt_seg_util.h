@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "korla.h"
-#include "runtime/kz_dict.h"
+#include "base/kz_dict.h"
 
 namespace kzt {
 

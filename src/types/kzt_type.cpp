@@ -2,7 +2,7 @@
 // binding and the built-in restriction check used for default values.
 #include <cstring>
 
-#include "runtime/kz_xml.h"
+#include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
 

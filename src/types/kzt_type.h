@@ -3,7 +3,7 @@
 #define KZT_TYPE_H
 
 #include "korla.h"
-#include "runtime/kz_dict.h"
+#include "base/kz_dict.h"
 
 #include <libxml/tree.h>
 
@@ -135,27 +135,11 @@ typedef uint32_t (*KztBaseTypeCheckFunc)(KztBaseType baseType, const char *value
 KZ_API KztConsCreateBodyFunc KZT_CONS_GetConsDataCreateBodyFunc(KztConsType kind);
 KZ_API KztConsCopyBodyFunc KZT_CONS_GetConsDataCopyBodyFunc(KztConsType kind);
 KZ_API KztConsDestroyBodyFunc KZT_CONS_GetConsDataDestroyBodyFunc(KztConsType kind);
-KZ_API KztConsFillAllSegFunc KZT_LOADER_GetConsDataFillAllSegFunc(KztConsType kind);
 KZ_API KztConsCheckFunc KZT_CONS_GetConsDataValueRestricationCheckFunc(KztConsType kind);
 KZ_API KztConsScanNameValueFunc KZT_CONS_GetConsDataScanNameValueFunc(KztConsType kind);
 KZ_API KztConsScanStartEndFunc KZT_CONS_GetConsDataScanStartEndFunc(KztConsType kind);
 KZ_API KztConsUpdateDerFromFunc KZT_CONS_GetConsDataUpdateDerFromModFunc(KztConsType kind);
 KZ_API KztBaseTypeCheckFunc KZT_CONS_GetBaseTypeDefRestrictCheckFunc(KztBaseType baseType);
-
-/* Built-in name to base type; 0 when the name is not built in. */
-KZ_API KztBaseType KZT_LOADER_GetBaseTypeFromTypeName(const char *name);
-
-/* Statement parsers (shape of the statement framework): dest is a zeroed
- * KztRealType for "type", a KzsTypedef for "typedef". */
-KZ_API uint32_t KZT_LOADER_ParseTypeStmt(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
-KZ_API uint32_t KZT_LOADER_ParseTypeDefStmt(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest);
-
-/* Steps of the type parse. counters has KZT_TYPE_COUNTER_NUM entries. */
-KZ_API void KZT_LOADER_CountAndMarkTypeSubElem(xmlNode *typeElem, uint16_t *counters);
-KZ_API uint32_t KZT_LOADER_FillAllTypeConstraint(KzCtx *ctx, KzMod *mod, KztRealType *realType, xmlNode *typeElem,
-                                                 const uint16_t *counters);
-KZ_API uint32_t KZT_LOADER_CreateConsDataInLastConstraint(KzCtx *ctx, KztTypeConstraint *entry, KztConsType kind,
-                                                          uint16_t count);
 
 /* Real type arrays, copy and destroy (dict: the context's dictionary). */
 KZ_API uint32_t KZT_TYPE_ExpandConstraintArray(KztRealType *realType, uint16_t count);

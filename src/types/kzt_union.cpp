@@ -1,11 +1,10 @@
 /* Union constraint: member types in document order; a value takes the
  * first member that accepts it. */
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
 #include "types/kzt_valid_priv.h"
-#include "loader/kzs_stmt.h"
 
 extern "C" {
 
@@ -26,26 +25,6 @@ void *KZT_CONS_CopyConsDataBodyWithUnion(KzDict *dict, const void *src)
         dict, src, KZT_CONS_DestroyConsDataBodyWithUnion, [](KzDict *d, KztRealType &to, const KztRealType &from) {
             return KZT_TYPE_CopyNytRealTypeInner(d, &to, &from) == KZ_OK;
         });
-}
-
-uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
-{
-    (void)ctx;
-    (void)aux;
-    return KZT_LOADER_ParseTypeStmt(mod, elem, KZS_STMT_TYPE, seg);
-}
-
-uint32_t KZT_LOADER_FillConsDataAndAllUnionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
-{
-    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
-        arg->entry->consData == nullptr) {
-        return KZ_EINVAL;
-    }
-    auto *body = static_cast<KztConsDataUnion *>(arg->entry->consData);
-    KztSegFiller filler;
-    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztRealType), KZT_MARK_UNION,
-                             KZT_LOADER_FillOneConsSegUnion);
-    return KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
 }
 
 uint32_t KZT_CONS_ValidateValueNodeAgainstDataUnion(void *body, uint32_t inputKind, const void *input,

@@ -2,12 +2,12 @@
  * constraint entries, the derived chain, and the public entry points. */
 #include <cstring>
 
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_valid_priv.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 namespace {
 

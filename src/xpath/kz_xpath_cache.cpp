@@ -4,7 +4,7 @@
 #include <new>
 #include <unordered_map>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 struct KzXpathLexCache {
     /* text address -> token list (null when the text does not tokenize) */

@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "xpath/kz_xpath_stack.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <new>
 #include <vector>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "xpath/kz_xpath_stack.h"
 
 namespace {

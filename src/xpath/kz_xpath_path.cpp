@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #ifndef KZ_XPATH_STACK_H
 #define KZ_XPATH_STACK_H
 
-#include "runtime/kz_small_vec.hpp"
+#include "base/kz_small_vec.h"
 #include "xpath/kz_xpath.h"
 
 /* Pending operators and sub-expression markers, innermost last. */

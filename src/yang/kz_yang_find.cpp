@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "korla.h"
-#include "runtime/kz_dir_cache.h"
+#include "base/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
 namespace kz::yang {
@@ -35,7 +35,7 @@ bool IsRevisionTail(const char *tail)
 std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings)
 {
     std::vector<std::string> scratch;
-    const std::vector<std::string> *names = kz::runtime::ListAtNames(listings, dir, &scratch);
+    const std::vector<std::string> *names = kz::base::ListAtNames(listings, dir, &scratch);
     if (names == nullptr) {
         return {};
     }

@@ -17,7 +17,7 @@
 #include <libxml/dict.h>
 #include <libxml/parser.h>
 
-#include "runtime/kz_xml.h"
+#include "base/kz_xml.h"
 #include "yang/kz_yang_keyword.h"
 #include "yang/kz_yang_lex.h"
 

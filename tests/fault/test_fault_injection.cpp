@@ -21,7 +21,7 @@
 #endif
 
 #include "korla.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 /* Directory listings reused across loads (see kz_dir_cache.h). */
-#include "runtime/kz_dir_cache.h"
+#include "base/kz_dir_cache.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -22,7 +22,7 @@ struct KzDirCache {
     std::unordered_map<std::string, Listing> dirs; /* one per search directory listed */
 };
 
-namespace kz::runtime {
+namespace kz::base {
 namespace {
 
 /* A listing taken less than this long after the directory's entries last
@@ -93,12 +93,9 @@ const std::vector<std::string> *ListAtNames(KzDirCache *cache, const std::string
     return &cache->dirs.insert_or_assign(dir, std::move(l)).first->second.names;
 }
 
-KzDirCache *DirCacheOf(KzCtx *ctx)
+KzDirCache *NewDirCache()
 {
-    if (ctx->dirCache == nullptr) {
-        ctx->dirCache = new (std::nothrow) KzDirCache();
-    }
-    return ctx->dirCache;
+    return new (std::nothrow) KzDirCache();
 }
 
 void FreeDirCache(KzDirCache *cache)
@@ -106,4 +103,4 @@ void FreeDirCache(KzDirCache *cache)
     delete cache;
 }
 
-} /* namespace kz::runtime */
+} /* namespace kz::base */

@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "runtime/kz_ctx.h"
 
-namespace kz::runtime {
+struct KzDirCache;
+
+namespace kz::base {
 
 /* The names in `dir` that contain '@' (the only ones a search lists for),
  * in no particular order; nullptr when the directory cannot be opened.
@@ -18,11 +19,11 @@ namespace kz::runtime {
 const std::vector<std::string> *ListAtNames(KzDirCache *cache, const std::string &dir,
                                             std::vector<std::string> *scratch);
 
-/* The context's cache, made on first use; nullptr when memory is short. */
-KzDirCache *DirCacheOf(KzCtx *ctx);
+/* An empty cache; nullptr when memory is short. */
+KzDirCache *NewDirCache();
 
 void FreeDirCache(KzDirCache *cache);
 
-} /* namespace kz::runtime */
+} /* namespace kz::base */
 
 #endif /* KZ_DIR_CACHE_H */

@@ -1,13 +1,14 @@
-// Parsing of YIN "type" and "typedef" statements into real types.
+// Parsing of YIN "type" and "typedef" statements into real types, and the
+// per-kind fillers of their constraint bodies.
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
@@ -139,9 +140,44 @@ uint32_t RefreshTypedefDefault(KzMod *mod, KzsTypedef *tdef)
     return KZ_OK;
 }
 
+// Every constraint kind's filler; unions parse their members as nested types.
+constexpr KztConsFillAllSegFunc kFillTbl[KZT_CONS_KIND_COUNT] = {
+    KZT_LOADER_FillConsDataAndAllDerivedSeg,  KZT_LOADER_FillConsDataAndAllBaseSeg,
+    KZT_LOADER_FillConsDataAndAllBitSeg,      KZT_LOADER_FillConsDataAndAllEnumSeg,
+    KZT_LOADER_FillConsDataAndAllFractionSeg, KZT_LOADER_FillConsDataAndAllLengthSeg,
+    KZT_LOADER_FillConsDataAndAllPathSeg,     KZT_LOADER_FillConsDataAndAllPatternSeg,
+    KZT_LOADER_FillConsDataAndAllRangeSeg,    KZT_LOADER_FillConsDataAndAllUnionSeg,
+};
+
 } // namespace
 
 extern "C" {
+
+uint32_t KZT_LOADER_FillOneConsSegUnion(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
+{
+    (void)ctx;
+    (void)aux;
+    return KZT_LOADER_ParseTypeStmt(mod, elem, KZS_STMT_TYPE, seg);
+}
+
+uint32_t KZT_LOADER_FillConsDataAndAllUnionSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
+{
+    if (ctx == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr ||
+        arg->entry->consData == nullptr) {
+        return KZ_EINVAL;
+    }
+    auto *body = static_cast<KztConsDataUnion *>(arg->entry->consData);
+    KztSegFiller filler;
+    KZT_LOADER_InitSegFiller(&filler, body->segCount, sizeof(KztRealType), KZT_MARK_UNION,
+                             KZT_LOADER_FillOneConsSegUnion);
+    return KZT_LOADER_FillTypeConstraintSeg(ctx, mod, body->segs, typeElem, &filler);
+}
+
+KztConsFillAllSegFunc KZT_LOADER_GetConsDataFillAllSegFunc(KztConsType kind)
+{
+    return kind < KZT_CONS_KIND_COUNT ? kFillTbl[kind] : nullptr;
+}
+
 
 KztBaseType KZT_LOADER_GetBaseTypeFromTypeName(const char *name)
 {
@@ -309,71 +345,6 @@ uint32_t KZT_LOADER_ParseTypeDefStmt(KzMod *mod, xmlNode *elem, uint32_t parentS
         KZS_TYPE_DestroyTypDefInner(&ctx->dict, tdef);
     }
     return ret;
-}
-
-/* ---- Generic segment filler ------------------------------------------------- */
-
-void KZT_LOADER_InitSegFiller(KztSegFiller *filler, uint16_t count, uint32_t segSize, uint32_t mark,
-                              KztSegFillOneFunc fillOne)
-{
-    if (filler == nullptr) {
-        return;
-    }
-    filler->count = count;
-    filler->segSize = segSize;
-    filler->mark = mark;
-    filler->fillOne = fillOne;
-    filler->aux = nullptr;
-}
-
-uint32_t KZT_LOADER_FillTypeConstraintSeg(KzCtx *ctx, KzMod *mod, void *segs, xmlNode *typeElem,
-                                          const KztSegFiller *filler)
-{
-    if (typeElem == nullptr || filler == nullptr || filler->fillOne == nullptr) {
-        return KZ_EINVAL;
-    }
-    if (filler->count != 0 && segs == nullptr) {
-        return KZ_EINVAL;
-    }
-    uint16_t filled = 0;
-    for (xmlNode *child = typeElem->children; child != nullptr && filled < filler->count; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE || (PrivMark(child) & filler->mark) == 0) {
-            continue;
-        }
-        void *seg = static_cast<uint8_t *>(segs) + static_cast<size_t>(filled) * filler->segSize;
-        uint8_t *aux = filler->aux != nullptr ? &filler->aux[filled] : nullptr;
-        uint32_t ret = filler->fillOne(ctx, mod, seg, aux, child);
-        if (ret != KZ_OK) {
-            return ret;
-        }
-        ++filled;
-    }
-    return KZ_OK;
-}
-
-/* ---- Derived reference ------------------------------------------------------------ */
-
-uint32_t KZT_LOADER_FillConsDataAndAllDerivedSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
-{
-    if (ctx == nullptr || mod == nullptr || typeElem == nullptr || arg == nullptr || arg->entry == nullptr) {
-        return KZ_EINVAL;
-    }
-    auto *body = static_cast<KztConsDataDerived *>(arg->entry->consData);
-    const char *name = KZ_XML_GetFirstPropertyValue(typeElem);
-    if (body == nullptr || name == nullptr) {
-        return KZ_EINVAL;
-    }
-    char prefix[kNameBufSize];
-    char local[kNameBufSize];
-    uint32_t ret = KZ_UTL_GetXPathNextPrefixAndNode(name, prefix, kNameBufSize, local, kNameBufSize);
-    if (ret != KZ_OK) {
-        return ret;
-    }
-    const char *modName = prefix[0] != '\0' ? KZS_MOD_GetModuleNameByPrefix(mod, prefix) : mod->name;
-    if (modName == nullptr) {
-        return KZ_EINVAL;
-    }
-    return KZT_CONS_FillConsDataDerived(&ctx->dict, body, modName, local);
 }
 
 } // extern "C"

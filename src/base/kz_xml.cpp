@@ -8,8 +8,8 @@
 #include <climits>
 #include <cstring>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // loader counts first and sizes once, so there is no doubling here.
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 

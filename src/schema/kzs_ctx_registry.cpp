@@ -10,10 +10,10 @@
 #include <map>
 #include <new>
 
-#include "runtime/kz_alloc.hpp"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "runtime/kz_diag.h"
+#include "base/kz_alloc.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_mem.h"
+#include "schema/kzs_diag.h"
 #include "schema/kzs_mod.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_slab.h"
+#include "base/kz_mem.h"
+#include "base/kz_slab.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 // lock; a slab that empties goes back to the range, its pages to the system.
 // Under a memory checker (valgrind, sanitizers) slabs stay off so that every
 // block stays visible to it.
-#include "runtime/kz_slab.h"
+#include "base/kz_slab.h"
 
 #include <sys/mman.h>
 

@@ -6,11 +6,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "couple/kzs_couple.h"
-#include "runtime/kz_alloc.hpp"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_alloc.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
 
 namespace {
 
@@ -23,20 +22,12 @@ struct RelLess {
 
 constexpr uint32_t kCollectGrowth = 32;
 
-using ModChangePass = uint32_t (*)(KzCtx *, const char *, const char *, void *);
-
-// Indexed by relation kind, then by event.
-constexpr ModChangePass kModChangePasses[2][2] = {
-    {KZS_MOD_CoupleAugmentFromDepMods, KZS_MOD_UnCoupleAugmentFromDepMods},
-    {KZS_MOD_CoupleDeviationFromDepMods, KZS_MOD_UnCoupleDeviationFromDepMods},
-};
-
-ModChangePass GetModChangePass(uint32_t kind, uint32_t event)
+KzModChangePass GetModChangePass(const KzCtx *ctx, uint32_t kind, uint32_t event)
 {
-    if (kind >= 2 || event >= 2) {
+    if (ctx->couple == nullptr || kind >= 2 || event >= 2) {
         return nullptr;
     }
-    return kModChangePasses[kind][event];
+    return ctx->couple->modChange[kind][event];
 }
 
 template <typename T>
@@ -366,7 +357,7 @@ void KZ_CTX_NotifyModuleChange(KzCtx *ctx, const char *modName, uint32_t event, 
     }
     const char *ownName = KZ_DICT_Insert(&ctx->dict, modName);
     for (const Pending &p : pending) {
-        ModChangePass pass = GetModChangePass(p.kind, event);
+        KzModChangePass pass = GetModChangePass(ctx, p.kind, event);
         if (pass != nullptr && p.depModName != nullptr && ownName != nullptr) {
             (void)pass(ctx, ownName, p.depModName, arg);
         }

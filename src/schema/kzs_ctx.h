@@ -1,9 +1,9 @@
 /* The context: module registry, search directories, callbacks, options. */
-#ifndef KZ_CTX_H
-#define KZ_CTX_H
+#ifndef KZS_CTX_H
+#define KZS_CTX_H
 
 #include "korla.h"
-#include "runtime/kz_dict.h"
+#include "base/kz_dict.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -17,6 +17,24 @@ typedef struct KzDirCache KzDirCache;         /* search directory listings (kz_d
 /* Relation kinds. */
 #define KZ_REL_AUGMENT 0u
 #define KZ_REL_DEVIATE 1u
+
+/* Module-change events. */
+#define KZ_MOD_EVENT_COUPLE   0u
+#define KZ_MOD_EVENT_UNCOUPLE 1u
+
+/* One coupling pass run for a module (modName) and a module that depends on it
+ * (depModName). */
+typedef uint32_t (*KzModChangePass)(KzCtx *ctx, const char *modName, const char *depModName, void *arg);
+
+/* The coupling steps that the registry and the loader start.  Coupling sits above
+ * both, so it hands them this table (the context installs it when it is made)
+ * rather than being named by them. */
+typedef struct KzCoupleHooks {
+    KzModChangePass modChange[2][2];                 /* [KZ_REL_*][KZ_MOD_EVENT_*] */
+    uint32_t (*coupleNewAugments)(KzCtx *ctx, KzMod *mod); /* a new module's augments; records relations */
+    uint32_t (*coupleRemaining)(KzMod *mod);         /* what of the module still waits for a target */
+    uint32_t (*mergeModules)(KzMod *dst, KzMod *src); /* one source of a @@ module into the built one */
+} KzCoupleHooks;
 
 /* Load stages. */
 #define KZ_LOAD_STAGE_PARSE 0u
@@ -44,6 +62,7 @@ struct KzCtx {
     KzDirCache *dirCache;  /* made on first search; NULL until then */
     void *importFacts;     /* what the YANG reader learnt of imported module files; NULL until then */
     void (*freeImportFacts)(void *facts);
+    const KzCoupleHooks *couple; /* installed by the context; NULL in a bare record */
 };
 
 /* One module that depends on the table's module. */
@@ -63,10 +82,6 @@ typedef struct RelationTbl {
     uint64_t reserved1;
     RelationItem *items;    /* newest first; NULL when empty */
 } RelationTbl;
-
-/* Module-change events. */
-#define KZ_MOD_EVENT_COUPLE   0u
-#define KZ_MOD_EVENT_UNCOUPLE 1u
 
 /* Public calls (create, delete, setters, search directories, loading,
  * lookups, features) are declared in korla.h. */
@@ -159,4 +174,11 @@ KZ_API void KZ_CTX_NotifyModuleChange(KzCtx *ctx, const char *modName, uint32_t 
 }
 #endif
 
-#endif /* KZ_CTX_H */
+#ifdef __cplusplus
+namespace kz::schema {
+/* The context's listing cache, made on first use; nullptr when memory is short. */
+KzDirCache *DirCacheOf(KzCtx *ctx);
+} /* namespace kz::schema */
+#endif
+
+#endif /* KZS_CTX_H */

@@ -2,7 +2,7 @@
 // globals (first between the mutex and the handle, second right after the
 // set-up state), so these definitions stay together in this order and this
 // file is compiled without top-level reordering.
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 extern "C" {
 KZ_API pthread_mutex_t g_kzMemMutex = PTHREAD_MUTEX_INITIALIZER;

@@ -3,12 +3,12 @@
 #include <cstring>
 
 #include "couple/kzs_couple.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_dir_cache.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_dir_cache.h"
+#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
-#include "runtime/kz_guard.hpp"
+#include "base/kz_guard.h"
 
 namespace {
 
@@ -44,6 +44,7 @@ KzCtx *KZ_CTX_Create(uint32_t flags)
         }
         memset(ctx, 0, sizeof *ctx);
         ctx->flags = flags;
+        ctx->couple = &kz::couple::Hooks();
         if (KZ_DICT_Init(&ctx->dict) != KZ_OK || KZ_CTX_InitModuleTree(ctx) != KZ_OK ||
             KZ_CTX_InitModRelationTree(ctx) != KZ_OK || KZ_CTX_InitErrMng(ctx) != KZ_OK) {
             KZ_CTX_Delete(ctx);
@@ -64,7 +65,7 @@ void KZ_CTX_Delete(KzCtx *ctx)
         DestroyEveryModule(ctx);
         KZ_CTX_DeInitModRelationTree(ctx);
         KZ_CTX_FreeSearchDirs(ctx);
-        kz::runtime::FreeDirCache(ctx->dirCache);
+        kz::base::FreeDirCache(ctx->dirCache);
         if (ctx->freeImportFacts != nullptr) {
             ctx->freeImportFacts(ctx->importFacts);
         }

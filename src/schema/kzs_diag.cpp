@@ -6,9 +6,9 @@
 #include <map>
 #include <new>
 
-#include "runtime/kz_alloc.hpp"
-#include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_alloc.h"
+#include "schema/kzs_diag.h"
+#include "base/kz_mem.h"
 
 struct StrLess {
     bool operator()(const char *a, const char *b) const

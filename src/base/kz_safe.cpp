@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 

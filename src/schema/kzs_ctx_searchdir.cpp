@@ -3,8 +3,9 @@
 
 #include <cstring>
 
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
+#include "schema/kzs_ctx.h"
+#include "base/kz_dir_cache.h"
+#include "base/kz_mem.h"
 
 namespace {
 
@@ -182,3 +183,15 @@ void KZ_CTX_FreeSearchDirs(KzCtx *ctx)
 }
 
 }  // extern "C"
+
+namespace kz::schema {
+
+KzDirCache *DirCacheOf(KzCtx *ctx)
+{
+    if (ctx->dirCache == nullptr) {
+        ctx->dirCache = kz::base::NewDirCache();
+    }
+    return ctx->dirCache;
+}
+
+} /* namespace kz::schema */

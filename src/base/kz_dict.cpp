@@ -6,8 +6,8 @@
 // so that interning stays constant-time however many names a module brings.
 #include <cstring>
 
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "base/kz_dict.h"
+#include "base/kz_mem.h"
 
 // For every chain, an open-addressed table of its entries keyed by their hash,
 // and the chain's tail, so that neither a lookup nor an append walks it. The

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "runtime/kz_mem.h"
+#include "base/kz_mem.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <stdarg.h>
 
 #include "korla.h"
-#include "runtime/kz_ctx.h"
+#include "schema/kzs_ctx.h"
 
 #ifdef __cplusplus
 extern "C" {

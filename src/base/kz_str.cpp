@@ -3,8 +3,8 @@
 
 #include <libxml/xmlregexp.h>
 
-#include "runtime/kz_mem.h"
-#include "runtime/kz_xml.h"
+#include "base/kz_mem.h"
+#include "base/kz_xml.h"
 
 extern "C" {
 
