@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "schema/kzs_node.h"
+#include "data/kzd_valid.h"
 #include "xpath/kz_xpath.h"
 
 namespace {
@@ -202,7 +203,9 @@ TEST_F(XPathEval, Functions)
     container.kind = KZS_NODE_CONTAINER;
     xmlNode *a = Child(top_, "a");
     a->_private = &container;
+    a->doc->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
     EXPECT_EQ(Eval("derived-from(a, 'm:x')"), KZ_EINVAL);
+    a->doc->_private = nullptr;
     a->_private = nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "korla.h"
+#include "data/kzd_valid.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
@@ -41,11 +42,13 @@ protected:
         ASSERT_STREQ(leaf_->name, "type");
     }
 
-    // Parses an instance <top> holding the given <type> element and binds it.
+    // Parses an instance <top> holding the given <type> element and binds it as a
+    // validation does.
     xmlNode *Instance(const char *typeElem)
     {
         doc_ = kztest::ParseXml(std::string("<top xmlns=\"urn:idm\" xmlns:x=\"urn:idm\">") + typeElem +
                                 "<label>l</label></top>");
+        doc_->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
         xmlNode *top = xmlDocGetRootElement(doc_.get());
         top->_private = top_;
         top->children->_private = leaf_;

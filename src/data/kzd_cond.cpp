@@ -1,9 +1,81 @@
 /* When and must evaluation over a bound instance tree. */
 #include "data/kzd_internal.h"
+#include "schema/kzs_ctx.h"
+#include "schema/kzs_mod.h"
 #include "xpath/kz_xpath.h"
+
+namespace {
+
+/* Values of bound elements as the evaluator sees them: the schema node each element
+ * is bound to while a validation runs tells what its text means. */
+uint32_t ValueKind(const xmlNode *element)
+{
+    const KzsNode *sn = kzd_schema_of(element);
+    if (sn == nullptr) {
+        return KZ_XPATH_VALUE_NO_SCHEMA;
+    }
+    return KZD_MDL_IsIdentityref(sn) != 0 ? KZ_XPATH_VALUE_IDENTITY : KZ_XPATH_VALUE_TEXT;
+}
+
+char *IdentityValue(xmlNode *element)
+{
+    return KZD_NODE_GetValueContent(element, kzd_schema_of(element));
+}
+
+const KzsIdentity *FindIdentity(const xmlNode *element, const char *modName, const char *identName)
+{
+    const KzsNode *sn = kzd_schema_of(element);
+    return sn != nullptr && sn->module != nullptr
+               ? KZ_CTX_FindIdentityByModNameAndIdentName(sn->module->ctx, modName, identName)
+               : nullptr;
+}
+
+const char *ModuleName(const xmlNode *element)
+{
+    const KzsNode *sn = kzd_schema_of(element);
+    return sn != nullptr && sn->module != nullptr ? sn->module->name : nullptr;
+}
+
+/* Hangs the accessor on the document for one evaluation, giving the owner's own
+ * _private back afterwards. */
+class BoundValuesScope {
+public:
+    explicit BoundValuesScope(xmlNode *contextNode) : doc_(contextNode != nullptr ? contextNode->doc : nullptr)
+    {
+        if (doc_ != nullptr) {
+            saved_ = doc_->_private;
+            doc_->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
+        }
+    }
+    ~BoundValuesScope()
+    {
+        if (doc_ != nullptr) {
+            doc_->_private = saved_;
+        }
+    }
+    BoundValuesScope(const BoundValuesScope &) = delete;
+    BoundValuesScope &operator=(const BoundValuesScope &) = delete;
+
+private:
+    xmlDoc *doc_;
+    void *saved_ = nullptr;
+};
+
+} // namespace
+
+namespace kz::data {
+
+const XpathValueAccessor &BoundValues()
+{
+    static constexpr XpathValueAccessor values = {ValueKind, IdentityValue, FindIdentity, ModuleName};
+    return values;
+}
+
+} // namespace kz::data
 
 uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond)
 {
+    BoundValuesScope values(contextNode);
     if (aux->condCache == nullptr) {
         aux->condCache = KZ_XPATH_CreateLexCache();
         if (aux->condCache == nullptr) {

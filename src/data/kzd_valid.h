@@ -159,4 +159,13 @@ KZ_API uint32_t KZD_PAS_CheckInputMandatory(KzdCheckAux *aux, xmlNode *element, 
 }
 #endif
 
+#ifdef __cplusplus
+struct XpathValueAccessor;
+namespace kz::data {
+/* The values of elements bound by a validation, as the XPath evaluator reads them
+ * (hung on the document while conditions are evaluated). */
+const XpathValueAccessor &BoundValues();
+} /* namespace kz::data */
+#endif
+
 #endif /* KZD_VALID_H */

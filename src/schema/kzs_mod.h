@@ -212,6 +212,12 @@ KZ_API const char *KZS_MOD_GetRelativePathRealStartNode(const char *path, KzsNod
 KZ_API KzsNode *KZS_MOD_GetDataTreeNodeByNodeIdentifier(const KzMod *mod, KzsNode *start, const char *path);
 KZ_API KzsNode *KZS_MOD_GetNodeByXpath(const KzMod *mod, KzsNode *start, const char *path);
 
+/* Path texts (kzs_path_text.cpp): writes the module-qualified (JSON) form of a
+ * prefixed schema path into buf; 0, or 22.  KZ_XPATH_TransformToJsonFormat and
+ * KZ_XPATH_SplitTargetNodeXpath are in korla.h. */
+#define KZ_XPATH_JSON_BUF_SIZE 3096u
+KZ_API uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *buf, uint32_t bufSize);
+
 #ifdef __cplusplus
 }
 #endif

@@ -132,6 +132,26 @@ enum {
     KZ_XPATH_OBJ_NUMBER = 3
 };
 
+/* What a data element's value is to the evaluator. */
+#define KZ_XPATH_VALUE_NO_SCHEMA 0u /* nothing is known of the element: its text */
+#define KZ_XPATH_VALUE_TEXT      1u /* its text */
+#define KZ_XPATH_VALUE_IDENTITY  2u /* an identity, compared in module:identity form */
+
+/* What the evaluator needs to know of data elements beyond their text.  The owner of
+ * the instance document (the validator) hangs one on the document, in xmlDoc::_private,
+ * for the time it evaluates; without one every value is the element's text. */
+typedef struct XpathValueAccessor {
+    uint32_t (*valueKind)(const struct _xmlNode *element); /* KZ_XPATH_VALUE_* */
+    /* New copy (KZ_MemFree) of an identity value in module:identity form; NULL when its
+     * prefix names no module. */
+    char *(*identityValue)(struct _xmlNode *element);
+    /* The identity modName:identName as seen from the element; NULL when there is none. */
+    const KzsIdentity *(*findIdentity)(const struct _xmlNode *element, const char *modName,
+                                       const char *identName);
+    /* The module of the element's schema node: an unprefixed identity names one of it. */
+    const char *(*moduleName)(const struct _xmlNode *element);
+} XpathValueAccessor;
+
 typedef struct XpathObject {
     uint32_t type;
     union {
@@ -270,14 +290,6 @@ KZ_API const XpathLex *KZ_XPATH_GetCachedLex(KzXpathLexCache *cache, const char 
 /* KZ_XPATH_EvalCondition with the token list taken from the cache. */
 KZ_API uint32_t KZ_XPATH_EvalCachedCondition(KzXpathLexCache *cache, struct _xmlNode *rootNode,
                                             struct _xmlNode *contextNode, const char *expr);
-
-/* ---- Path rewriting -------------------------------------------------------- */
-
-#define KZ_XPATH_JSON_BUF_SIZE 3096u
-
-/* Writes the module-qualified form of `path` into buf; 0, or 22. */
-KZ_API uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *buf, uint32_t bufSize);
-/* KZ_XPATH_TransformToJsonFormat and KZ_XPATH_SplitTargetNodeXpath are in korla.h. */
 
 #ifdef __cplusplus
 }

@@ -5,12 +5,10 @@
 
 #include <cstring>
 
-#include "data/kzd_valid.h"
 #include "schema/kzs_ctx.h"
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 
 namespace {
 
@@ -47,12 +45,15 @@ uint32_t SplitIdentity(const char *text, char *modOut, char *nameOut, bool *hasM
     return KZ_OK;
 }
 
-bool IsIdentityrefSchemaNode(const KzsNode *sn)
+const XpathValueAccessor *AccessorOf(const xmlNode *node)
 {
-    if (sn->schemaInfo == nullptr || (sn->kind != KZS_NODE_LEAF && sn->kind != KZS_NODE_LEAFLIST)) {
-        return false;
-    }
-    return KZT_TYPE_IsTypeWithIdentref(static_cast<const KztRealType *>(sn->schemaInfo)) != 0;
+    return node->doc != nullptr ? static_cast<const XpathValueAccessor *>(node->doc->_private) : nullptr;
+}
+
+uint32_t ValueKind(const xmlNode *node)
+{
+    const XpathValueAccessor *values = AccessorOf(node);
+    return values != nullptr ? values->valueKind(node) : KZ_XPATH_VALUE_NO_SCHEMA;
 }
 
 char *DupText(const char *text)
@@ -77,8 +78,7 @@ const char *KZ_XPATH_PlainNodeValue(xmlNode *node)
     if (node->type != XML_ELEMENT_NODE) {
         return nullptr;
     }
-    auto *sn = static_cast<KzsNode *>(node->_private);
-    if (sn != nullptr && IsIdentityrefSchemaNode(sn)) {
+    if (ValueKind(node) == KZ_XPATH_VALUE_IDENTITY) {
         return nullptr;
     }
     xmlNode *only = node->children;
@@ -95,10 +95,9 @@ char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
     if (plain != nullptr) {
         return DupText(plain);
     }
-    auto *sn = static_cast<KzsNode *>(node->_private);
-    if (node->type == XML_ELEMENT_NODE && sn != nullptr && IsIdentityrefSchemaNode(sn)) {
+    if (node->type == XML_ELEMENT_NODE && ValueKind(node) == KZ_XPATH_VALUE_IDENTITY) {
         /* identityref values compare in module:identity form, whatever prefix the document used */
-        char *value = KZD_NODE_GetValueContent(node, sn);
+        char *value = AccessorOf(node)->identityValue(node);
         return value != nullptr ? value : DupText("");
     }
     return kz::xml::DupTextContent(node); /* entity references stay unexpanded */
@@ -175,11 +174,13 @@ uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identi
         return KZ_EINVAL;
     }
     *result = 0;
-    auto *sn = static_cast<KzsNode *>(node->_private);
-    if (sn == nullptr) {
+    const uint32_t kind = ValueKind(node);
+    if (kind == KZ_XPATH_VALUE_NO_SCHEMA) {
         return KZ_XPATH_ENOSCHEMA;
     }
-    if (!IsIdentityrefSchemaNode(sn) || sn->module == nullptr) {
+    const XpathValueAccessor *values = AccessorOf(node);
+    const char *ownModule = values->moduleName(node);
+    if (kind != KZ_XPATH_VALUE_IDENTITY || ownModule == nullptr) {
         return KZ_EINVAL;
     }
     char valMod[kIdentPartBufSize];
@@ -198,7 +199,7 @@ uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identi
     if (!hasModule) {
         return KZ_OK;
     }
-    const KzsIdentity *found = KZ_CTX_FindIdentityByModNameAndIdentName(sn->module->ctx, valMod, valName);
+    const KzsIdentity *found = values->findIdentity(node, valMod, valName);
     if (found == nullptr) {
         return KZ_EINVAL;
     }
@@ -210,7 +211,7 @@ uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identi
     }
     const char *argModName = argMod;
     if (!hasModule) {
-        argModName = sn->module->name;
+        argModName = ownModule;
     }
     *result = KZ_XPATH_CompareIdentDerivedFrom(found, valMod, valName, argModName, argName, orSelf);
     return KZ_OK;

@@ -1,7 +1,5 @@
 /* Path texts of the schema side: prefixed paths to module-qualified (JSON)
  * form, and the split of a target path at its last module-qualified step. */
-#include "xpath/kz_xpath.h"
-
 #include <cstring>
 
 #include "base/kz_mem.h"
