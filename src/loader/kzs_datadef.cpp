@@ -11,7 +11,6 @@
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_type.h"
-#include "xpath/kz_xpath.h"
 
 using kzs::ElemArg;
 using kzs::Keyword;

@@ -4,7 +4,6 @@
 
 #include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
-#include "xpath/kz_xpath.h"
 #include "base/kz_guard.h"
 
 using namespace kzs;
