@@ -1,12 +1,10 @@
 #!/usr/bin/env bash
 # Checks that the shared library exports every runtime function under its
 # exact name, and the allocator globals in their fixed order.
-# Usage: check_runtime_exports.sh LIBRARY DEV_ALLOW_UNDEFINED(0|1)
+# Usage: check_runtime_exports.sh LIBRARY
 set -euo pipefail
 lib="$1"
-dev="${2:-0}"
 
-# Functions of the runtime itself: always required.
 runtime_names="
 KX_CTX_IgnoreImportModError
 KZS_MOD_ClearErrInfoNode KZS_MOD_CreateErrNode KZS_MOD_FreeErrModNode KZS_MOD_RecordErrorInfo
@@ -41,10 +39,8 @@ KZ_UTL_StrDupWithSpecifyLength KZ_UTL_Strnchr
 KZ_XML_GetElemNodeContent KZ_XML_GetFirstChildNodeWithPriVal KZ_XML_GetFirstPropertyValue
 KZ_XML_GetParentNodeByTraverse KZ_XML_GetTargetPropertyValue KZ_XML_GetXmlDomNextNode
 KZ_XML_GetXmlDomSibOrParent KZ_XML_GetXmlNodeDefaultNs
+KZ_CTX_LoadModule KZ_CTX_LoadMemory KZ_CTX_LoadYangMemory KZ_CTX_UnloadModule KZ_XPATH_SplitTargetNodeXpath
 "
-# Named alongside the runtime but built by other areas: required once every
-# area is in (that is, whenever unresolved symbols are not tolerated).
-other_names="KZ_CTX_LoadModule KZ_CTX_LoadMemory KZ_CTX_LoadYangMemory KZ_CTX_UnloadModule KZ_XPATH_SplitTargetNodeXpath"
 globals="g_kzMemMutex g_kzFirstProtectArr g_kzMemHandle g_kzMemPt g_kzMemFuncInit g_kzSecondProtectArr"
 
 table="$(nm -D --defined-only "$lib")"
@@ -55,16 +51,6 @@ checked=0
 for n in $runtime_names $globals; do
     checked=$((checked + 1))
     if ! has "$n"; then
-        echo "missing export: $n"
-        failed=$((failed + 1))
-    fi
-done
-for n in $other_names; do
-    if has "$n"; then
-        checked=$((checked + 1))
-    elif [ "$dev" = "1" ]; then
-        echo "not yet exported (tolerated while areas are incomplete): $n"
-    else
         echo "missing export: $n"
         failed=$((failed + 1))
     fi
