@@ -214,8 +214,9 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
         return slot->entry->text;
     }
     KzDictBucket *bucket = &dict->buckets[chain];
-    // Counted before allocating and not taken back on failure (kept as is:
-    // nothing reads the count for decisions).
+    // Counted before allocating and not taken back on failure: the counts are
+    // part of the dictionary's visible layout, which embedders read as it has
+    // always been kept, and nothing in the library decides by them.
     bucket->entryCount++;
     if (!ReserveOneMore(index)) {
         return nullptr;

@@ -190,8 +190,9 @@ KZ_API uint32_t KZS_LOADER_CoupleModPendTblAndCurMod(KzCtx *ctx, const char *mod
         KzMod *pendMod = KZ_CTX_GetModuleByModName(ctx, pend->moduleName);
         if (pendMod != nullptr) {
             (void)ctx->couple->coupleRemaining(pendMod);
-            // Names the current module, not the pending one: kept as the
-            // load sequence has always behaved.
+            // Names the current module, not the pending one: the modules that
+            // waited for the current one are the ones to couple again, once
+            // per pending module whose arrival may have given them targets.
             KZ_CTX_NotifyModuleChange(ctx, modName, KZ_MOD_EVENT_COUPLE, nullptr);
         }
         pend = pend->next;
