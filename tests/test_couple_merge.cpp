@@ -1,13 +1,13 @@
 /* Merging a second source of a module into the first: definitions added or
  * checked, nodes paired by position, new nodes changing owner. */
-#include "couple_test_util.h"
+#include "test_support.h"
 
 #include <cstring>
 #include <libxml/parser.h>
 
 #include "loader/kzs_loader.h"
 
-using namespace couple_test;
+using namespace kztest;
 
 namespace {
 
@@ -70,7 +70,7 @@ TEST(CoupleMerge, IdenticalSourceChangesNothing)
     EXPECT_EQ(DumpModule(f.dst.mod), before);
     EXPECT_EQ(f.dst.mod->typedefCount, 1u);
     EXPECT_EQ(f.dst.mod->featureCount, 1u);
-    EXPECT_TRUE(Messages(f.ctx, "mm").empty());
+    EXPECT_TRUE(LoadMessages(f.ctx, "mm").empty());
 }
 
 TEST(CoupleMerge, NewNodesMoveOverAndChangeOwner)
@@ -119,7 +119,7 @@ TEST(CoupleMerge, FirstTypedefWinsWithoutMessage)
     ASSERT_EQ(f.Merge(R"(<typedef name="t"><type name="int8"/></typedef>)"), 0u);
     EXPECT_EQ(f.dst.mod->typedefCount, 1u);
     EXPECT_EQ(f.dst.mod->typedefs[0].realType.baseType, static_cast<uint32_t>(KZT_BASE_STRING));
-    EXPECT_TRUE(Messages(f.ctx, "mm").empty());
+    EXPECT_TRUE(LoadMessages(f.ctx, "mm").empty());
 }
 
 TEST(CoupleMerge, ExtraTopLevelNodeStaysInSource)
@@ -173,14 +173,14 @@ TEST(CoupleMerge, DifferencesThatCannotMergeAreReported)
         SCOPED_TRACE(c.what);
         MergeFixture f;
         EXPECT_EQ(f.Merge(c.src), 22u);
-        EXPECT_EQ(Messages(f.ctx, "mm"), c.messages);
+        EXPECT_EQ(LoadMessages(f.ctx, "mm"), c.messages);
     }
 }
 
 TEST(CoupleMerge, ExtensionInstancesAreTakenWhenTheDestinationHasNone)
 {
     const char *ext = R"(<extension name="tag"><argument name="v"/></extension>
-      <container name="a"><mm:tag xmlns:mm="urn:t:mm" v="1"/></container>)";
+      <container name="a"><mm:tag xmlns:mm="urn:test:mm" v="1"/></container>)";
     MergeFixture f(R"(<extension name="tag"><argument name="v"/></extension><container name="a"/>)");
     ASSERT_EQ(f.Merge(ext), 0u);
     ASSERT_EQ(f.dst.mod->dataNodes->extInstCount, 1u);
@@ -225,7 +225,7 @@ TEST(CoupleMerge, ReasonNamesAndArguments)
     Parsed b(two, Src(kDst));
     EXPECT_EQ(KZS_MOD_MergeTwoModuleInSameCtx(a.mod, b.mod), 22u);
     EXPECT_EQ(KZS_MOD_MergeTwoModuleInSameCtx(nullptr, a.mod), 22u);
-    EXPECT_TRUE(Messages(one, "mm").empty());
+    EXPECT_TRUE(LoadMessages(one, "mm").empty());
 }
 
 } // namespace

@@ -226,12 +226,6 @@ TEST_F(HardeningLimits, TenMegabyteValues)
     EXPECT_LT(SecondsSince(t0), Budget(60.0));
 }
 
-std::string ModuleWith(const std::string &name, const std::string &body)
-{
-    return "<module name=\"" + name + "\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:p=\"urn:example:" + name +
-           "\"><namespace uri=\"urn:example:" + name + "\"/><prefix value=\"p\"/>" + body + "</module>";
-}
-
 // A must of 100,000 tokens in a module: the loader either keeps it or refuses
 // it with a message; if kept, evaluating it on a request still ends.
 TEST(HardeningConditions, HundredThousandTokenMustInAModule)
@@ -240,16 +234,16 @@ TEST(HardeningConditions, HundredThousandTokenMustInAModule)
     while (cond.size() < 400000) {
         cond += " and . = 1";
     }
-    std::string yin = ModuleWith("hc", "<rpc name=\"go\"><input><leaf name=\"n\"><type name=\"uint8\"/>"
-                                       "<must condition=\"" +
-                                           cond + "\"/></leaf></input></rpc>");
+    std::string yin = kztest::Module(
+        "hc", "<rpc name=\"go\"><input><leaf name=\"n\"><type name=\"uint8\"/><must condition=\"" + cond +
+                  "\"/></leaf></input></rpc>", "p");
     KzCtx *ctx = KZ_CTX_Create(0);
     ASSERT_NE(ctx, nullptr);
     auto t0 = std::chrono::steady_clock::now();
     uint32_t rc = KZ_CTX_LoadMemory(ctx, yin.c_str());
     if (rc == KZ_OK) {
-        std::string ok = "<go xmlns=\"urn:example:hc\"><n>1</n></go>";
-        std::string bad = "<go xmlns=\"urn:example:hc\"><n>2</n></go>";
+        std::string ok = "<go xmlns=\"urn:test:hc\"><n>1</n></go>";
+        std::string bad = "<go xmlns=\"urn:test:hc\"><n>2</n></go>";
         EXPECT_EQ(KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, ok.data(), nullptr, nullptr), nullptr);
         ErrPtr err(KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, bad.data(), nullptr, nullptr));
         EXPECT_NE(err, nullptr);
@@ -282,7 +276,7 @@ TEST(HardeningTypedefChains, PastTheDerivationLimit)
                           Case{2000, KZ_VAL_ERR_DERIVED}}) {
         KzCtx *ctx = KZ_CTX_Create(0);
         ASSERT_NE(ctx, nullptr);
-        ASSERT_EQ(KZ_CTX_LoadMemory(ctx, ModuleWith("tc", chain(c.typedefs)).c_str()), KZ_OK) << c.typedefs;
+        ASSERT_EQ(KZ_CTX_LoadMemory(ctx, kztest::Module("tc", chain(c.typedefs), "p").c_str()), KZ_OK) << c.typedefs;
         KzsNode *x = KZ_CTX_GetTargetNode(ctx, "/tc:x", nullptr);
         ASSERT_NE(x, nullptr);
         EXPECT_EQ(KZ_NODE_ValidateValue(x, KZ_VAL_INPUT_STRING, "7"), c.expected) << c.typedefs;
@@ -299,7 +293,7 @@ TEST(HardeningTypedefChains, PastTheDerivationLimit)
     KzCtx *ctx = KZ_CTX_Create(0);
     ASSERT_NE(ctx, nullptr);
     auto t0 = std::chrono::steady_clock::now();
-    if (KZ_CTX_LoadMemory(ctx, ModuleWith("cy", cycle).c_str()) == KZ_OK) {
+    if (KZ_CTX_LoadMemory(ctx, kztest::Module("cy", cycle, "p").c_str()) == KZ_OK) {
         KzsNode *x = KZ_CTX_GetTargetNode(ctx, "/cy:x", nullptr);
         ASSERT_NE(x, nullptr);
         EXPECT_EQ(KZ_NODE_ValidateValue(x, KZ_VAL_INPUT_STRING, "7"), KZ_VAL_ERR_DERIVED);

@@ -4,11 +4,10 @@
 
 #include <string>
 
-#include "loader_test_util.h"
+#include "test_support.h"
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
-#include "test_support.h"
 
 namespace {
 
@@ -24,7 +23,7 @@ protected:
     std::string AllDiagnostics()
     {
         std::string all;
-        for (const auto &d : loadertest::Diagnostics(ctx_)) {
+        for (const auto &d : kztest::Diagnostics(ctx_)) {
             all += d.module + " (" + d.file + "): " + d.message + "\n";
         }
         return all;

@@ -5,14 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "loader_test_util.h"
+#include "test_support.h"
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
-#include "test_support.h"
 
-using loadertest::Messages;
-using loadertest::Module;
+using kztest::LoadMessages;
+using kztest::Module;
 
 namespace {
 
@@ -29,7 +28,7 @@ protected:
     {
         return LoadAs(Module("g", body, "g", extraNs), "g");
     }
-    Names Msgs() { return Messages(ctx_, "g"); }
+    Names Msgs() { return LoadMessages(ctx_, "g"); }
 };
 
 // Filter that refuses one extension by name.

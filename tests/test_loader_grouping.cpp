@@ -8,11 +8,10 @@
 #include <vector>
 
 #include "korla.h"
-#include "loader_test_util.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
+#include "schema/kzs_node.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 
 namespace {
 
@@ -219,7 +218,7 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
 
 TEST(LoaderGrouping, YinExpandsOnlyWithTheOptionBit)
 {
-    const std::string yin = loadertest::Module(
+    const std::string yin = kztest::Module(
         "y", "<grouping name=\"gr\"><leaf name=\"l\"><type name=\"string\"/></leaf></grouping>\n"
              "<container name=\"c\"><uses name=\"gr\"/></container>\n",
         "y");

@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "loader/kzs_loader.h"
-#include "loader_test_util.h"
+#include "test_support.h"
 #include "runtime/kz_ctx.h"
 #include "schema/kzs_mod.h"
 
-using loadertest::Diagnostics;
-using loadertest::Messages;
-using loadertest::Module;
-using loadertest::ScratchDir;
+using kztest::Diagnostics;
+using kztest::LoadMessages;
+using kztest::Module;
+using kztest::ScratchDir;
 
 namespace {
 
@@ -72,13 +72,13 @@ TEST_F(LoaderLoad, UnreadableAndWrongRootFiles)
 {
     dir_.Write("broken.yin", "<module name=\"broken\"");
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "broken"), 22u);
-    EXPECT_EQ(Messages(ctx_, "broken"),
+    EXPECT_EQ(LoadMessages(ctx_, "broken"),
               Names({"Failed to read content from the yin file. Line 1: attributes construct error",
                      "Failed to parse module \"broken\" from the yin file."}));
 
     dir_.Write("sub.yin", "<submodule name=\"sub\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "sub"), 22u);
-    EXPECT_EQ(Messages(ctx_, "sub"), Names({"Failed to parse module \"sub\" from the yin file."}));
+    EXPECT_EQ(LoadMessages(ctx_, "sub"), Names({"Failed to parse module \"sub\" from the yin file."}));
 }
 
 TEST_F(LoaderLoad, FreshLoadStartsWithCleanDiagnostics)
@@ -134,7 +134,7 @@ TEST_F(LoaderLoad, FailingMergeSourceKeepsWhatWasMergedBefore)
     dir_.Write("m@@b.yin", Module("wrong", ""));
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 0u); // the status is that of registering what was merged
     ASSERT_NE(Mod("m"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "m"), Names({"Failed to parse module \"m\" from the yin file."}));
+    EXPECT_EQ(LoadMessages(ctx_, "m"), Names({"Failed to parse module \"m\" from the yin file."}));
     ASSERT_EQ(Mod("m")->mrgSrcCount, 1);
     EXPECT_STREQ(Mod("m")->mrgSrcs[0], "a");
 }
@@ -148,7 +148,7 @@ TEST_F(LoaderLoad, NamespaceAlreadyRegisteredIsRefused)
     ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "one"), 0u);
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "two"), 1u);
     EXPECT_EQ(Mod("two"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "two"), Names({"Failed to load module \"two\"."}));
+    EXPECT_EQ(LoadMessages(ctx_, "two"), Names({"Failed to load module \"two\"."}));
 }
 
 TEST_F(LoaderLoad, LoadMemoryKeepsTheFirstModule)
@@ -206,8 +206,8 @@ TEST_F(LoaderLoad, ImportsLoadBreadthFirstAndStopAtTheFirstFailure)
     EXPECT_NE(Mod("b"), nullptr);
     EXPECT_NE(Mod("c"), nullptr);
     EXPECT_EQ(Mod("d"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "x"), Names({"Module \"x\" not found from search directories."}));
-    EXPECT_TRUE(Messages(ctx_, "top").empty());
+    EXPECT_EQ(LoadMessages(ctx_, "x"), Names({"Module \"x\" not found from search directories."}));
+    EXPECT_TRUE(LoadMessages(ctx_, "top").empty());
 }
 
 TEST_F(LoaderLoad, ImportFailuresIgnoredWithTheOption)

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "loader/kzs_loader.h"
-#include "loader_test_util.h"
+#include "test_support.h"
 #include "runtime/kz_dir_cache.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 
 namespace {
 

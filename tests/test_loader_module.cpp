@@ -18,7 +18,6 @@
 #include "runtime/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
-#include "loader_test_util.h"
 #include "test_support.h"
 
 namespace {
@@ -64,20 +63,18 @@ protected:
     /* Parses a module text straight into a fresh record and returns the body status. */
     uint32_t ParseBody(const std::string &text)
     {
-        xmlKeepBlanksDefault(0);
-        xmlDoc *doc = xmlParseMemory(text.c_str(), static_cast<int>(text.size()));
+        kztest::DocPtr doc = kztest::ParseXml(text);
         EXPECT_NE(doc, nullptr);
         auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
         *mod = KzMod{};
         mod->ctx = ctx_;
         mod->name = KZ_DICT_Insert(&ctx_->dict, "m");
-        uint32_t ret = KZS_LOADER_ParseModuleContent(mod, xmlDocGetRootElement(doc), nullptr);
+        uint32_t ret = KZS_LOADER_ParseModuleContent(mod, xmlDocGetRootElement(doc.get()), nullptr);
         KZS_MOD_Free(mod);
-        xmlFreeDoc(doc);
         return ret;
     }
 
-    loadertest::ScratchDir dir_;
+    kztest::ScratchDir dir_;
     bool searched_ = false;
 };
 

@@ -27,18 +27,8 @@ protected:
             KZ_CTX_UnlinkModuleNode(ctx_, m);
         }
         CtxTest::TearDown();
-        for (auto it = dirs_.rbegin(); it != dirs_.rend(); ++it) {
-            rmdir(it->c_str());
-        }
     }
-    std::string MakeDir()
-    {
-        char tmpl[] = "/tmp/korla-rt-XXXXXX";
-        const char *d = mkdtemp(tmpl);
-        EXPECT_NE(nullptr, d);
-        dirs_.emplace_back(d == nullptr ? "" : d);
-        return dirs_.back();
-    }
+    std::string MakeDir() { return dirs_.emplace_back().Path(); }
     std::vector<std::string> Dirs() const
     {
         return std::vector<std::string>(ctx_->searchDirs, ctx_->searchDirs + ctx_->searchDirCount);
@@ -55,7 +45,7 @@ protected:
     }
 
     std::deque<KzMod> mods_;
-    std::vector<std::string> dirs_;
+    std::deque<kztest::ScratchDir> dirs_;
 };
 
 }  // namespace

@@ -2,11 +2,11 @@
  * path, features and the module scans. */
 #include <vector>
 
-#include "schema_test_util.h"
+#include "test_support.h"
 
 namespace {
 
-using SchemaMod = SchemaModTest;
+using SchemaMod = kztest::SchemaModTest;
 
 using SchemaModDefs = SchemaMod;
 

@@ -2,11 +2,11 @@
  * and the node queries, on trees built by hand. */
 #include <vector>
 
-#include "schema_test_util.h"
+#include "test_support.h"
 
 namespace {
 
-using SchemaNode = SchemaModTest;
+using SchemaNode = kztest::SchemaModTest;
 
 using SchemaNodeFlags = SchemaNode;
 

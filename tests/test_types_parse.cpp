@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "types_fixture.h"
+#include "test_support.h"
 
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 class TypesParse : public TypesFixture {};
 
@@ -53,7 +53,7 @@ TEST(TypesBuiltIn, NearMissesAreDerivedNames)
 
 TEST(TypesCount, CountsEachKindAndMarksElements)
 {
-    auto doc = kzt_test::ParseYin(TypeYin(
+    auto doc = kztest::ParseXml(TypeYin(
         "union",
         "<type name=\"int8\"/><range value=\"1\"/><description><text>d</text></description>"
         "<pattern value=\"a\"/><pattern value=\"b\"/><bit name=\"x\"/><base name=\"i\"/>"
@@ -91,7 +91,7 @@ TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArray)
 TEST_F(TypesParse, TypeWithoutNameFails)
 {
     KztRealType rt{};
-    auto doc = kzt_test::ParseYin("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
+    auto doc = kztest::ParseXml("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
     EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, &rt), 22u);
     EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, nullptr), 22u);
     Destroy(&rt);
@@ -257,7 +257,7 @@ uint32_t LogFillOne(KzCtx *, KzMod *, void *seg, uint8_t *aux, xmlNode *elem)
 
 TEST_F(TypesParse, SegmentFillerVisitsMarkedChildrenUpToCount)
 {
-    auto doc = kzt_test::ParseYin(
+    auto doc = kztest::ParseXml(
         TypeYin("bits", "<bit name=\"a\"/><enum name=\"skip\"/><bit name=\"b\"/><bit name=\"c\"/>"));
     xmlNode *type = xmlDocGetRootElement(doc.get());
     uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
@@ -296,7 +296,7 @@ TEST(TypesSystemCheck, InputKindsAndTypesWithoutCheck)
     // Enumerations are checked by their constraint only.
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(6, KZ_VAL_INPUT_STRING, "anything", &chk), 0u);
 
-    auto doc = kzt_test::ParseYin("<v>-7</v>");
+    auto doc = kztest::ParseXml("<v>-7</v>");
     xmlNode *v = xmlDocGetRootElement(doc.get());
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(10, KZ_VAL_INPUT_XMLNODE, v, nullptr), 0u);
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(15, KZ_VAL_INPUT_XMLNODE, v, nullptr), 28680u);

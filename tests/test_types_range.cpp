@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "types_fixture.h"
+#include "test_support.h"
 
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 namespace {
 
@@ -428,7 +428,7 @@ TEST_F(TypesRangeCheck, Decimal64Range)
     static_cast<KztConsDataFraction *>(rt->constraints[0].consData)->fracDigits = 2;
     rt->constraints[1] = {KZT_CONS_RANGE, KZT_CONS_CreateConsDataBodyWithRange(0)};
     rt->consCount = 2;
-    auto doc = kzt_test::ParseYin(TypeYin("decimal64", "<range value=\"-1.5..12.34\"/>"));
+    auto doc = kztest::ParseXml(TypeYin("decimal64", "<range value=\"-1.5..12.34\"/>"));
     xmlNode *type = xmlDocGetRootElement(doc.get());
     uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
     KZT_LOADER_CountAndMarkTypeSubElem(type, counters);

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "runtime/kz_diag.h"
-#include "types_fixture.h"
+#include "test_support.h"
 
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 namespace {
 
@@ -21,7 +21,7 @@ uint32_t CollectMessage(const char *, const char *, uint32_t, const char *messag
 
 std::string TypedefYin(const std::string &attrs, const std::string &body)
 {
-    return "<typedef xmlns=\"" + std::string(kzt_test::kYinNs) + "\"" + attrs + ">" + body + "</typedef>";
+    return "<typedef xmlns=\"" + std::string(kztest::kYinNs) + "\"" + attrs + ">" + body + "</typedef>";
 }
 
 } // namespace
@@ -43,7 +43,7 @@ protected:
 
     uint32_t ParseTypedef(const std::string &yin, KzsTypedef *tdef)
     {
-        doc_ = kzt_test::ParseYin(yin);
+        doc_ = kztest::ParseXml(yin);
         if (!doc_) {
             ADD_FAILURE() << "bad XML: " << yin;
             return 1;

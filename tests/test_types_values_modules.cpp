@@ -18,12 +18,7 @@
 
 namespace {
 
-std::string Module(const std::string &name, const std::string &body, const std::string &extraNs = "")
-{
-    return "<module name=\"" + name + "\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:" + name +
-           "=\"urn:" + name + "\"" + extraNs + ">\n<namespace uri=\"urn:" + name + "\"/>\n<prefix value=\"" +
-           name + "\"/>\n" + body + "</module>\n";
-}
+using kztest::Module;
 
 const char *kValBody = R"(
 <typedef name="pct"><type name="int32"><range value="0..100"/></type></typedef>
@@ -356,14 +351,14 @@ TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
         const char *xml;
         uint32_t rc;
     } cases[] = {
-        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:aes256</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\" xmlns:y=\"urn:ida\">y:crypto</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\">aes</alg>", 0u},          /* default namespace */
-        {"<alg xmlns=\"urn:ida\">crypto</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\">q:aes</alg>", KZ_VAL_ERR_IDENTREF},  /* unknown prefix */
+        {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:aes256</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\" xmlns:y=\"urn:test:ida\">y:crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\">aes</alg>", 0u},          /* default namespace */
+        {"<alg xmlns=\"urn:test:ida\">crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\">q:aes</alg>", KZ_VAL_ERR_IDENTREF},  /* unknown prefix */
         {"<alg xmlns=\"urn:other\">aes</alg>", KZ_VAL_ERR_IDENTREF},  /* no such module */
-        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
-        {"<alg xmlns=\"urn:idb\"/>", KZ_VAL_ERR_IDENTREF},
+        {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
+        {"<alg xmlns=\"urn:test:idb\"/>", KZ_VAL_ERR_IDENTREF},
     };
     for (const Case &c : cases) {
         xmlDocPtr doc = xmlReadMemory(c.xml, static_cast<int>(strlen(c.xml)), nullptr, nullptr, 0);

@@ -11,12 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "loader_test_util.h"
-#include "runtime/kz_dir_cache.h"
 #include "test_support.h"
+#include "runtime/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 using kztest::DocPtr;
 
 namespace {
@@ -206,7 +205,7 @@ TEST(YangRead, LoaderFindsYangAfterYin)
                 ch = (ch == '.' || ch == '@' || ch == '-') ? '_' : ch;
             }
             if (file == "m.yin") {
-                dirs[index].Write(file, loadertest::Module("m", "<leaf name=\"yin\"><type name=\"string\"/></leaf>", "p"));
+                dirs[index].Write(file, kztest::Module("m", "<leaf name=\"yin\"><type name=\"string\"/></leaf>", "p"));
             } else {
                 dirs[index].Write(file, module("m", leaf));
             }
@@ -223,7 +222,7 @@ TEST(YangRead, LoaderFindsYangAfterYin)
 TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
 {
     ScratchDir dir;
-    dir.Write("top.yin", loadertest::Module("top", "  <import module=\"lib\"><prefix value=\"l\"/></import>\n"
+    dir.Write("top.yin", kztest::Module("top", "  <import module=\"lib\"><prefix value=\"l\"/></import>\n"
                                                    "  <include module=\"part\"/>\n"
                                                    "  <leaf name=\"a\"><type name=\"l:word\"/></leaf>\n",
                                             "top"));
