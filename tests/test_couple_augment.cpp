@@ -4,9 +4,7 @@
 #include "test_support.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <unistd.h>
 
 using namespace kztest;
 

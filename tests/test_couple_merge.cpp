@@ -2,9 +2,6 @@
  * checked, nodes paired by position, new nodes changing owner. */
 #include "test_support.h"
 
-#include <cstring>
-#include <libxml/parser.h>
-
 #include "loader/kzs_loader.h"
 
 using namespace kztest;

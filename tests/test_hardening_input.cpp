@@ -1,20 +1,12 @@
 // Hostile input from a remote client or a module author: document type
 // declarations and entities, elements in foreign namespaces, module headers
 // that lack their keys, parser chatter on stderr, and the input limits.
-#include <gtest/gtest.h>
 #include <fcntl.h>
-#include <libxml/parser.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <valgrind/valgrind.h>
 
-#include <algorithm>
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "test_support.h"
 
 namespace {

@@ -4,17 +4,10 @@
 // an error record without exhausting the stack; work is bounded by counts
 // (allocations, callback calls) rather than by the clock, except for one
 // ratio of two sibling counts that nothing countable reflects.
-#include <gtest/gtest.h>
-#include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <chrono>
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "korla.h"
 #include "test_support.h"
 
 namespace {

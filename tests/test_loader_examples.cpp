@@ -1,13 +1,7 @@
 // The example modules shipped with the library load without any diagnostic
 // and come out as their text says.
-#include <gtest/gtest.h>
-
-#include <string>
 
 #include "test_support.h"
-#include "runtime/kz_ctx.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 
 namespace {
 

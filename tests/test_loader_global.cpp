@@ -1,14 +1,7 @@
 // Module-level definitions: extensions, features, identities, extension
 // instances with and without the filter, and the records of deviations.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "test_support.h"
-#include "runtime/kz_ctx.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 
 using kztest::LoadMessages;
 using kztest::Module;

@@ -1,15 +1,8 @@
 // Grouping expansion: what a uses brings (refine, augment, when, if-feature,
 // nested and scoped groupings, other modules' groupings), the faults it
 // reports, and when it applies (YANG always, YIN with the option bit).
-#include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "test_support.h"
-#include "schema/kzs_node.h"
 
 using kztest::ScratchDir;
 

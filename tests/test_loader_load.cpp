@@ -1,14 +1,8 @@
 // Loading modules by name from search directories: messages of each failure,
 // merge sources across loads, registration refusals and imports.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "loader/kzs_loader.h"
 #include "test_support.h"
-#include "runtime/kz_ctx.h"
-#include "schema/kzs_mod.h"
 
 using kztest::Diagnostics;
 using kztest::LoadMessages;

@@ -1,10 +1,5 @@
 // Which files of a module are read: candidates over the search directories,
 // merge-source suffixes, the per-load file limit, and the pending table.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "loader/kzs_loader.h"
 #include "test_support.h"

@@ -1,23 +1,10 @@
 /* Module header, linkage and body arrays; submodules read from a search
  * directory into the including module's record. */
-#include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <string>
-#include <vector>
 
-#include <libxml/parser.h>
-#include <unistd.h>
-
-#include "korla.h"
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {

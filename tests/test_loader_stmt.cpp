@@ -1,20 +1,8 @@
 /* Statement tables and the sub-statement framework, driven on small YIN
  * snippets parsed with libxml2 against a bare module record. */
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <libxml/parser.h>
 
 #include "loader/kzs_stmt.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
 #include "runtime/kz_diag.h"
-#include "runtime/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {

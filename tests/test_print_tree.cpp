@@ -1,17 +1,6 @@
 // Schema tree printer: exact rows for every node kind, sections, alignment and buffering.
-#include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "print/kz_print.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {

@@ -1,11 +1,6 @@
 // The string dictionary.
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "runtime/kz_dict.h"
-#include "runtime/kz_mem.h"
+#include "test_support.h"
 
 namespace {
 

@@ -1,14 +1,9 @@
 // Allocator choice, arrays and allocated strings.
-#include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstring>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "runtime/kz_mem.h"
+#include "test_support.h"
 #include "runtime/kz_slab.h"
 
 namespace {

@@ -1,14 +1,7 @@
 // libxml2 node accessors and the non-recursive walk.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <libxml/parser.h>
 
 #include "runtime/kz_xml.h"
+#include "test_support.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 /* Modules: global definitions, prefixes, node lookups by identifier and by
  * path, features and the module scans. */
-#include <vector>
 
 #include "test_support.h"
 

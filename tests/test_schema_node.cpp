@@ -1,6 +1,5 @@
 /* Schema nodes: flag inheritance, keys, walks, copies, extension instances
  * and the node queries, on trees built by hand. */
-#include <vector>
 
 #include "test_support.h"
 

@@ -1,10 +1,5 @@
 // Type statements: built-in names, counting and marking of sub-elements,
 // constraint entries, derived references, copy and destroy.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "test_support.h"
 

@@ -1,11 +1,7 @@
 // Range and length expressions, integer bounds, decimal64 scaling and the
 // checks of values against segments.
-#include <gtest/gtest.h>
 
-#include <cstring>
 #include <deque>
-#include <string>
-#include <vector>
 
 #include "test_support.h"
 

@@ -1,9 +1,5 @@
 // Typedef statements, union members, restrictions of several kinds together,
 // and the binding of derived references to a module's typedefs.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "runtime/kz_diag.h"
 #include "test_support.h"

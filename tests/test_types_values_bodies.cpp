@@ -2,30 +2,14 @@
  * leniency, boolean/empty, bits value parsing, enumeration names, cached
  * patterns against per-value compilation, unions, derived chains and the
  * public scans. */
-#include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "korla.h"
-#include "runtime/kz_ctx.h"
-#include "runtime/kz_mem.h"
-#include "types/kzt_cons.h"
-#include "types/kzt_type.h"
 #include "test_support.h"
 
 namespace {
 
-KztValCheckCtx FreshChk()
-{
-    KztValCheckCtx chk{};
-    return chk;
-}
-
 uint32_t CheckBinary(const char *v, uint32_t *len)
 {
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     chk.binLen = 0xdeadu;
     const uint32_t rc = KZT_CONS_CheckValStrAgainstDefRestrictBinary(KZT_BASE_BINARY, v, &chk);
     *len = chk.binLen;
@@ -61,13 +45,13 @@ TEST(TypesValuesBinary, RejectsBadShapes)
     for (const char *v : bad) {
         EXPECT_EQ(CheckBinary(v, &len), KZ_VAL_ERR_BINARY) << v;
     }
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictBinary(KZT_BASE_BINARY, nullptr, &chk), KZ_VAL_ERR_BINARY);
 }
 
 TEST(TypesValuesSimple, BooleanAndEmpty)
 {
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictBoolean(KZT_BASE_BOOLEAN, "true", &chk), 0u);
     EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictBoolean(KZT_BASE_BOOLEAN, "false", &chk), 0u);
     for (const char *v : {"True", " true", "false ", "1", ""}) {
@@ -96,7 +80,7 @@ struct BitsBody {
 
     uint32_t Check(const char *v)
     {
-        KztValCheckCtx chk = FreshChk();
+        KztValCheckCtx chk = KztValCheckCtx{};
         return KZT_CONS_ValidateValueNodeAgainstDataBit(&body, KZ_VAL_INPUT_STRING, v, &chk);
     }
 };
@@ -141,7 +125,7 @@ TEST(TypesValuesEnum, ExactNames)
 {
     KztSegEnum segs[] = {{"up", 0}, {"down", 1}, {"", 2}};
     KztConsDataEnum body{2, segs, nullptr};
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataEnum(&body, KZ_VAL_INPUT_STRING, "up", &chk), 0u);
     EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataEnum(&body, KZ_VAL_INPUT_STRING, "down", &chk), 0u);
     for (const char *v : {"Up", "up ", "", "do"}) {
@@ -165,25 +149,30 @@ protected:
     }
     uint32_t Check(KztConsDataPattern *body, const char *v)
     {
-        KztValCheckCtx chk = FreshChk();
+        KztValCheckCtx chk = KztValCheckCtx{};
         return KZT_CONS_ValidateValueNodeAgainstDataPattern(body, KZ_VAL_INPUT_STRING, v, &chk);
     }
 };
 
-TEST_F(TypesValuesPattern, CachedMatchesPerValueCompilation)
+TEST_F(TypesValuesPattern, CompiledOnceAnchoredAndInvertible)
 {
-    const char *patterns[] = {"[a-z]+", "[0-9]{1,3}(\\.[0-9]{1,3}){3}", "\\d*", "(ab|cd)+x?", "[a-", "", ".*"};
-    const char *values[] = {"abc", "ABC", "", "10.0.0.1", "1.2.3", "abcdx", "cdab", "123", "a-", "x\ny"};
-    for (const char *p : patterns) {
+    struct Row {
+        const char *pattern;
+        const char *value;
+        bool matches;
+    } rows[] = {
+        {"[a-z]+", "abc", true}, {"[a-z]+", "ABC", false}, {"[a-z]+", "", false},
+        {"[0-9]{1,3}(\\.[0-9]{1,3}){3}", "10.0.0.1", true}, {"[0-9]{1,3}(\\.[0-9]{1,3}){3}", "1.2.3", false},
+        {"\\d*", "", true}, {"(ab|cd)+x?", "abcdx", true}, {"(ab|cd)+x?", "abcdxx", false},
+        {"", "", true}, {"", "a", false}, {".*", "x\ny", false}, /* "." matches no line feed */
+        {"[a-", "a-", false}, /* does not compile: matches nothing */
+    };
+    for (const Row &r : rows) {
         for (uint32_t invert = 0; invert < 2; ++invert) {
-            KztConsDataPattern *body = Make(p, invert);
+            KztConsDataPattern *body = Make(r.pattern, invert);
             ASSERT_NE(body, nullptr);
-            for (const char *v : values) {
-                const bool perValueMatch = KZ_UTL_MatchStrWithPattern(v, p) == 0;
-                const bool expectOk = perValueMatch != (invert != 0);
-                EXPECT_EQ(Check(body, v), expectOk ? 0u : KZ_VAL_ERR_PATTERN)
-                    << "pattern " << p << " invert " << invert << " value " << v;
-            }
+            EXPECT_EQ(Check(body, r.value), r.matches != (invert != 0) ? 0u : KZ_VAL_ERR_PATTERN)
+                << r.pattern << " invert " << invert << " value " << r.value;
             KZT_CONS_DestroyConsDataBodyWithPattern(&ctx_->dict, body);
         }
     }
@@ -217,36 +206,10 @@ struct HandType {
     }
 };
 
-TEST(TypesValuesDriver, DerivedChainStopsAfter129Steps)
-{
-    /* chain[0] is "boolean"; chain[i] derives from chain[i-1]. */
-    const int depth = 131;
-    std::vector<KztConsDataDerived> bodies(depth);
-    std::vector<KztTypeConstraint> entries(depth);
-    std::vector<KztRealType> chain(depth);
-    chain[0].baseType = KZT_BASE_BOOLEAN;
-    for (int i = 1; i < depth; ++i) {
-        bodies[i] = KztConsDataDerived{"m", "t", &chain[i - 1]};
-        entries[i] = KztTypeConstraint{KZT_CONS_DERIVED, &bodies[i]};
-        chain[i] = KztRealType{KZT_BASE_DERIVED, 0, 1, &entries[i]};
-    }
-    KztValCheckCtx chk = FreshChk();
-    EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&chain[129], KZ_VAL_INPUT_STRING, "true", &chk), 0u);
-    EXPECT_EQ(chk.derivedDepth, 129u);
-    /* The deepest derived step reports the type nearest the built-in. */
-    EXPECT_EQ(chk.matchRealType, &chain[0]);
-    chk = FreshChk();
-    EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&chain[129], KZ_VAL_INPUT_STRING, "yes", &chk),
-              KZ_VAL_ERR_BOOLEAN);
-    chk = FreshChk();
-    EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&chain[130], KZ_VAL_INPUT_STRING, "true", &chk),
-              KZ_VAL_ERR_DERIVED);
-}
-
 TEST(TypesValuesDriver, EntryWithoutBodyAndNullNode)
 {
     HandType t(KZT_BASE_ENUMERATION, KZT_CONS_ENUM, nullptr);
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&t.type, KZ_VAL_INPUT_STRING, "a", &chk),
               KZ_VAL_ERR_NO_BODY);
     EXPECT_EQ(KZ_NODE_ValidateValue(nullptr, KZ_VAL_INPUT_STRING, "a"), KZ_EINVAL);
@@ -276,7 +239,7 @@ TEST(TypesValuesDriver, UnionTakesFirstAcceptingMember)
         {"manual", KZ_VAL_ERR_UNION, nullptr},
     };
     for (const Case &c : cases) {
-        KztValCheckCtx chk = FreshChk();
+        KztValCheckCtx chk = KztValCheckCtx{};
         EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&t.type, KZ_VAL_INPUT_STRING, c.value, &chk), c.rc)
             << c.value;
         if (c.rc == 0) {
@@ -285,7 +248,7 @@ TEST(TypesValuesDriver, UnionTakesFirstAcceptingMember)
     }
     KztConsDataUnion empty{0, nullptr};
     HandType e(KZT_BASE_UNION, KZT_CONS_UNION, &empty);
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&e.type, KZ_VAL_INPUT_STRING, "x", &chk), KZ_VAL_ERR_UNION);
 }
 
@@ -303,10 +266,10 @@ TEST(TypesValuesDriver, SelfReferringUnionsAreBounded)
     KztConsDataUnion u{3, members};
     HandType t(KZT_BASE_UNION, KZT_CONS_UNION, &u);
     der.tdefRealType = &t.type;
-    KztValCheckCtx chk = FreshChk();
+    KztValCheckCtx chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&t.type, KZ_VAL_INPUT_STRING, "maybe", &chk),
               KZ_VAL_ERR_UNION);
-    chk = FreshChk();
+    chk = KztValCheckCtx{};
     EXPECT_EQ(KZT_TYPE_ValidateValueNodeAgainstRealType(&t.type, KZ_VAL_INPUT_STRING, "true", &chk), 0u);
     EXPECT_EQ(chk.matchRealType, &members[2]);
 }

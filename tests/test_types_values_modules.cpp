@@ -1,20 +1,11 @@
 /* Value checks through loaded modules: typedef chains with ranges, enum and
  * bits numbering, identityrefs across modules, unions, leafrefs, patterns,
  * binary lengths, deep chains, and checks running on several threads. */
-#include <gtest/gtest.h>
-
-#include <libxml/parser.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "korla.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
-#include "types/kzt_cons.h"
 
 namespace {
 

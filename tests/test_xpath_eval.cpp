@@ -1,17 +1,8 @@
 // Condition evaluation on small instance trees.
-#include <gtest/gtest.h>
-
-#include <libxml/parser.h>
-#include <libxml/tree.h>
 
 #include <cmath>
-#include <cstring>
-#include <initializer_list>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "schema/kzs_node.h"
 #include "test_support.h"
 #include "xpath/kz_xpath.h"
 

@@ -1,14 +1,5 @@
 // derived-from and derived-from-or-self against identities of a loaded module.
-#include <gtest/gtest.h>
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
-#include <cstring>
-
-#include "korla.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
 #include "test_support.h"
 

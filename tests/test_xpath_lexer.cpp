@@ -1,9 +1,4 @@
 // Tokenizer: operator/name disambiguation, literals, numbers and rejects.
-#include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <string>
-#include <vector>
 
 #include "test_support.h"
 #include "xpath/kz_xpath.h"

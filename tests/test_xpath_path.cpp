@@ -1,11 +1,6 @@
 // Path texts: prefixed paths to module-qualified form, target-path splitting.
-#include <gtest/gtest.h>
 
-#include <string>
-
-#include "runtime/kz_mem.h"
 #include "test_support.h"
-#include "schema/kzs_mod.h"
 #include "xpath/kz_xpath.h"
 
 namespace {

@@ -1,15 +1,9 @@
 // The YANG text front end: the argument text each lexical rule gives, the
 // position and message of each syntax fault, the YIN form of extension
 // instances, and where the loader finds .yang files.
-#include <gtest/gtest.h>
-
-#include <libxml/tree.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-
-#include <string>
-#include <vector>
 
 #include "test_support.h"
 #include "runtime/kz_dir_cache.h"
