@@ -70,19 +70,6 @@ TEST_F(SchemaModDefs, FamiliesAppendFindAndCompare)
     EXPECT_EQ(mod->importCount, 0u) << "a failed fill leaves the count";
 }
 
-TEST_F(SchemaModDefs, TypedefCopiesItsType)
-{
-    KztRealType rt{};
-    rt.baseType = KZT_BASE_INT32;
-    ASSERT_EQ(KZS_MOD_AppendOneTypeDef(mod, "percent", "50", "%", &rt), KZ_OK);
-    KztRealType *held = KZ_MOD_GetRealTypeByTypDefName(mod, "percent");
-    ASSERT_NE(held, nullptr);
-    EXPECT_NE(held, &rt);
-    EXPECT_EQ(held->baseType, static_cast<uint32_t>(KZT_BASE_INT32));
-    EXPECT_STREQ(KZS_MOD_FindTypDefObjByName(mod, "percent")->units, "%");
-    EXPECT_EQ(KZ_MOD_GetRealTypeByTypDefName(mod, "nope"), nullptr);
-}
-
 TEST_F(SchemaModDefs, TopLevelChainsByKind)
 {
     KzsNode *data = Top(KZS_NODE_CONTAINER, "dup");

@@ -9,12 +9,6 @@ using kztest::TypesFixture;
 
 namespace {
 
-uint32_t CollectMessage(const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg)
-{
-    static_cast<std::vector<std::string> *>(arg)->emplace_back(message);
-    return 0;
-}
-
 std::string TypedefYin(const std::string &attrs, const std::string &body)
 {
     return "<typedef xmlns=\"" + std::string(kztest::kYinNs) + "\"" + attrs + ">" + body + "</typedef>";
@@ -50,8 +44,7 @@ protected:
     // Recorded messages of module "m"; clearing them releases the interned module name.
     std::vector<std::string> TakeMessages()
     {
-        std::vector<std::string> out;
-        KZ_CTX_ScanAllSchemaLoadFail(&ctx_, CollectMessage, &out);
+        std::vector<std::string> out = kztest::LoadMessages(&ctx_);
         KZ_CTX_DeleteErrNodeByModName(ctx_.errMng, "m");
         return out;
     }

@@ -129,25 +129,19 @@ uint32_t CollectNameValue(const char *name, int64_t value, const char *desc, voi
     return 0;
 }
 
-TEST_F(TypesValuesModule, EnumAndBitsNumbering)
+TEST_F(TypesValuesModule, EnumAndBitsNumberingAndDescriptionsOnlyWhenAsked)
 {
+    auto pairs = [this](const char *leaf) {
+        std::vector<std::string> seen;
+        EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", leaf)), CollectNameValue, &seen), 0u);
+        return seen;
+    };
     Load(0, {Module("vt", kValBody)});
-    std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
-    EXPECT_EQ(seen, (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
-    seen.clear();
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "flags")), CollectNameValue, &seen), 0u);
-    EXPECT_EQ(seen, (std::vector<std::string>{"x=0", "y=3", "z=4"}));
-
-}
-
-TEST_F(TypesValuesModule, EnumDescriptionsOnlyWhenAsked)
-{
-    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
-    std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
+    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
+    EXPECT_EQ(pairs("flags"), (std::vector<std::string>{"x=0", "y=3", "z=4"}));
     /* The first sentence only; a text starting with "." keeps nothing. */
-    EXPECT_EQ(seen, (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
+    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
+    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
 }
 
 TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
@@ -178,19 +172,26 @@ TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
     EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("b1", bits).c_str()), 0u);
 }
 
-TEST_F(TypesValuesModule, UnionOrderAndMatchedMember)
+// The member types of a union leaf, in order.
+std::vector<KztRealType *> Members(KzsNode *leaf)
 {
-    Load(0, {Module("vt", kValBody)});
     std::vector<KztRealType *> members;
     KZ_TYPE_ScanUnionSubType(
-        KZ_NODE_GetRealType(Leaf("vt", "u")),
+        KZ_NODE_GetRealType(leaf),
         [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
             static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
             return 0;
         },
         &members);
-    ASSERT_EQ(members.size(), 2u);
+    return members;
+}
+
+TEST_F(TypesValuesModule, UnionOrderAndMatchedMember)
+{
+    Load(0, {Module("vt", kValBody)});
     KzsNode *u = Leaf("vt", "u");
+    std::vector<KztRealType *> members = Members(u);
+    ASSERT_EQ(members.size(), 2u);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "5"), members[0]);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "500"), members[1]);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "x"), members[1]);
@@ -227,14 +228,7 @@ TEST_F(TypesValuesModule, LeafrefAsUnionMemberUsesItsOwnPath)
     Load(0, {Module("vt", kValBody)});
     KzsNode *n = Leaf("vt", "refOrName");
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "-5"), KZ_NODE_GetRealType(Leaf("vt", "i8")));
-    std::vector<KztRealType *> members;
-    KZ_TYPE_ScanUnionSubType(
-        KZ_NODE_GetRealType(n),
-        [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
-            static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
-            return 0;
-        },
-        &members);
+    std::vector<KztRealType *> members = Members(n);
     ASSERT_EQ(members.size(), 2u);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "500"), members[1]);
 }
@@ -352,10 +346,9 @@ TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
         {"<alg xmlns=\"urn:test:idb\"/>", KZ_VAL_ERR_IDENTREF},
     };
     for (const Case &c : cases) {
-        xmlDocPtr doc = xmlReadMemory(c.xml, static_cast<int>(strlen(c.xml)), nullptr, nullptr, 0);
+        kztest::DocPtr doc = kztest::ParseXml(c.xml, 0);
         ASSERT_NE(doc, nullptr) << c.xml;
-        EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc)), c.rc) << c.xml;
-        xmlFreeDoc(doc);
+        EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc.get())), c.rc) << c.xml;
     }
 }
 
