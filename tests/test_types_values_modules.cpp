@@ -37,6 +37,19 @@ const char *kValBody = R"(
   <pattern value="admin"><modifier value="invert-match"/></pattern>
 </type></leaf>
 <leaf name="blob"><type name="binary"><length value="2..3"/></type></leaf>
+<leaf name="bin0"><type name="binary"><length value="0"/></type></leaf>
+<leaf name="bin1"><type name="binary"><length value="1"/></type></leaf>
+<leaf name="bin4"><type name="binary"><length value="4"/></type></leaf>
+<leaf name="yes"><type name="boolean"/></leaf>
+<leaf name="s24"><type name="string"><length value="2..4"/></type></leaf>
+<leaf name="i8gap"><type name="int8"><range value="1..10 | 20..max"/></type></leaf>
+<leaf name="u64r"><type name="uint64"><range value="10..20 | 18446744073709551610..max"/></type></leaf>
+<leaf name="i64r"><type name="int64"><range value="min..-9223372036854775800 | 0"/></type></leaf>
+<leaf name="u32r"><type name="uint32"><range value="4294967290..max"/></type></leaf>
+<leaf name="w-int16"><type name="int16"/></leaf><leaf name="w-int32"><type name="int32"/></leaf>
+<leaf name="w-int64"><type name="int64"/></leaf><leaf name="w-uint16"><type name="uint16"/></leaf>
+<leaf name="w-uint32"><type name="uint32"/></leaf><leaf name="w-uint64"><type name="uint64"/></leaf>
+<leaf name="none"><type name="empty"/></leaf>
 <leaf name="ref"><type name="leafref"><path value="../i8"/></type></leaf>
 <leaf name="dangling"><type name="leafref"><path value="../nothing"/></type></leaf>
 <leaf name="price"><type name="decimal64"><fraction-digits value="2"/><range value="-1.5..12.34 | 100"/></type></leaf>
@@ -82,7 +95,28 @@ TEST_F(TypesValuesModule, ValueChecksAlongTypedefChains)
         uint32_t rc;
     };
     const Case cases[] = {
-        {"i8", "127", 0}, {"i8", "128", kRange}, {"i8", "-128", 0}, {"i8", "5 \t\n", 0},
+        /* Every built-in width at its edges; only white space may surround the number. */
+        {"i8", "127", 0}, {"i8", "128", kRange}, {"i8", "-128", 0}, {"i8", "-129", kRange}, {"i8", " 5 \t\n", 0},
+        {"i8", "5x", kRange}, {"i8", "5 x", kRange}, {"i8", "", kRange}, {"i8", "5.0", kRange}, {"i8", "0x10", kRange},
+        {"w-int16", "-32768", 0}, {"w-int16", "32767", 0}, {"w-int16", "-32769", kRange}, {"w-int16", "32768", kRange},
+        {"w-int32", "-2147483648", 0}, {"w-int32", "2147483647", 0}, {"w-int32", "-2147483649", kRange},
+        {"w-int32", "2147483648", kRange}, {"w-int64", "-9223372036854775808", 0},
+        {"w-int64", "9223372036854775807", 0}, {"w-int64", "-9223372036854775809", kRange},
+        {"w-int64", "9223372036854775808", kRange}, {"small", "255", 0}, {"small", "-1", kRange},
+        {"w-uint16", "65535", 0}, {"w-uint16", "65536", kRange}, {"w-uint16", "-1", kRange},
+        {"w-uint32", "4294967295", 0}, {"w-uint32", "4294967296", kRange}, {"w-uint64", "0", 0},
+        {"w-uint64", "18446744073709551615", 0}, {"w-uint64", "18446744073709551616", kRange},
+        {"w-uint64", "-0", kRange},
+        /* Gaps between segments, and the widest widths. */
+        {"i8gap", "1", 0}, {"i8gap", "10", 0}, {"i8gap", "20", 0}, {"i8gap", "127", 0}, {"i8gap", "0", kRange},
+        {"i8gap", "11", kRange}, {"i8gap", "19", kRange}, {"i8gap", "-1", kRange}, {"i8gap", "128", kRange},
+        {"u64r", "15", 0}, {"u64r", "18446744073709551615", 0}, {"u64r", "18446744073709551609", kRange},
+        {"u64r", "9", kRange}, {"i64r", "-9223372036854775808", 0}, {"i64r", "-9223372036854775799", kRange},
+        {"i64r", "0", 0}, {"i64r", "1", kRange}, {"u32r", "4294967295", 0}, {"u32r", "4294967289", kRange},
+        {"u32r", "4294967296", kRange},
+        /* Lengths count bytes, not characters. */
+        {"s24", "ab", 0}, {"s24", "abcd", 0}, {"s24", "a", kLength}, {"s24", "abcde", kLength},
+        {"s24", "\xc3\xa9\xc3\xa9\xc3\xa9", kLength},
         /* narrow: pct 0..100 refined to 10..20; the built-in bounds are always checked. */
         {"narrow", "15", 0}, {"narrow", "50", kRange}, {"narrow", "5", kRange}, {"narrow", "4294967296", kRange},
         /* min..20 takes its "min" from pct, whose range is checked as well. */
@@ -98,12 +132,24 @@ TEST_F(TypesValuesModule, ValueChecksAlongTypedefChains)
         {"code", "abc", 0}, {"code", "", kLength}, {"code", "abcd", kLength},
         {"small", "10", 0}, {"small", "255", 0}, {"small", "15", kRange}, {"small", "0", kRange},
         {"small", "256", kRange},
-        {"color", "d", 0}, {"color", "f", KZ_VAL_ERR_ENUM},
-        {"flags", "x z", 0}, {"flags", "", 0}, {"flags", "x x", KZ_VAL_ERR_BITS}, {"flags", "x,z", KZ_VAL_ERR_BITS},
+        /* Enumeration names are exact. */
+        {"color", "d", 0}, {"color", "f", KZ_VAL_ERR_ENUM}, {"color", "A", KZ_VAL_ERR_ENUM},
+        {"color", "a ", KZ_VAL_ERR_ENUM}, {"color", "", KZ_VAL_ERR_ENUM},
+        /* Bits in any order, each once, separated by white space only. */
+        {"flags", "x z", 0}, {"flags", "z x", 0}, {"flags", "x\t y\nz", 0}, {"flags", "", 0},
+        {"flags", "x x", KZ_VAL_ERR_BITS}, {"flags", "x,z", KZ_VAL_ERR_BITS}, {"flags", " x", KZ_VAL_ERR_BITS},
+        {"flags", "x ", KZ_VAL_ERR_BITS}, {"flags", "w", KZ_VAL_ERR_BITS}, {"flags", "x y z x", KZ_VAL_ERR_BITS},
         {"name", "root", 0}, {"name", "admin", KZ_VAL_ERR_PATTERN}, {"name", "Root", KZ_VAL_ERR_PATTERN},
         {"ref", "5", 0}, {"ref", "300", kRange}, {"dangling", "5", KZ_VAL_ERR_LEAFREF},
-        {"blob", "QUI=", 0}, {"blob", "QUJD", 0}, /* 2 and 3 bytes */
+        /* Base64: the decoded length counts; outer white space and foreign characters are tolerated. */
+        {"blob", "QUI=", 0}, {"blob", "QUJD", 0}, {"bin1", "QQ==", 0}, {"bin4", "QUJDRA==", 0},
+        {"blob", " \n QUJD\t\n ", 0}, {"bin0", "", 0}, {"bin0", "  \t", 0}, {"blob", "QU!D", 0}, {"blob", "a/b=", 0},
         {"blob", "QQ==", kLength}, {"blob", "QUJDRA==", kLength}, {"blob", "QUJ", KZ_VAL_ERR_BINARY},
+        {"blob", "Q===", KZ_VAL_ERR_BINARY}, {"blob", "QU=D", KZ_VAL_ERR_BINARY}, {"blob", "Q==/", KZ_VAL_ERR_BINARY},
+        {"bin4", "QUJD\nQUJD", KZ_VAL_ERR_BINARY}, /* an inner line feed counts towards the length */
+        {"yes", "true", 0}, {"yes", "false", 0}, {"yes", "True", KZ_VAL_ERR_BOOLEAN}, {"yes", " true", KZ_VAL_ERR_BOOLEAN},
+        {"yes", "false ", KZ_VAL_ERR_BOOLEAN}, {"yes", "1", KZ_VAL_ERR_BOOLEAN}, {"yes", "", KZ_VAL_ERR_BOOLEAN},
+        {"none", "", 0}, {"none", " ", KZ_VAL_ERR_EMPTY},
     };
     for (const Case &c : cases) {
         EXPECT_EQ(Check("vt", c.leaf, c.value), c.rc) << c.leaf << " = \"" << c.value << '"';
