@@ -83,16 +83,6 @@ TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
     EXPECT_EQ(mod->description, nullptr); /* kept only with the context option */
 }
 
-TEST_F(LoaderModule, DescriptionKeptWithOption)
-{
-    Reopen(KZ_CTX_OPT_KEEP_DESCRIPTION);
-    KzMod *mod = LoadText(
-        ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><description><text>about</text></description>"));
-    ASSERT_NE(mod, nullptr) << status_;
-    EXPECT_STREQ(mod->description, "about");
-    EXPECT_EQ(mod->yangVersion, 0u);
-}
-
 TEST_F(LoaderModule, HeaderFailures)
 {
     EXPECT_EQ(ParseBody(ModuleText("m", "<yang-version value='1.0'/><namespace uri='urn:m'/>")), 0xFFFFFFFFu);
