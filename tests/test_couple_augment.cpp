@@ -3,9 +3,6 @@
  * the independence of the final schema from the order of loading. */
 #include "test_support.h"
 
-#include <cstdlib>
-#include <fstream>
-
 using namespace kztest;
 
 namespace {
