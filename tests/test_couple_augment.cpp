@@ -1,15 +1,9 @@
 /* Augment coupling through whole loads: into another module, into rpc input
  * and output that do not exist yet, into the module itself, late targets, and
  * the independence of the final schema from the order of loading. */
-#include "couple_test_util.h"
-#include "loader/kzs_loader.h"
+#include "test_support.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <unistd.h>
-
-using namespace couple_test;
+using namespace kztest;
 
 namespace {
 
@@ -188,7 +182,7 @@ TEST(CoupleAugment, MissingTargetCouplesWhenItsModuleArrives)
     EXPECT_EQ(ChildNames(aug), (std::vector<std::string>{"e1", "bx"}));
     /* The relation is there before the target is. */
     EXPECT_EQ(Relations(ctx, "ca"), (std::vector<std::string>{"0:cb"}));
-    EXPECT_TRUE(Messages(ctx, "cb").empty());
+    EXPECT_TRUE(LoadMessages(ctx, "cb").empty());
 
     ASSERT_EQ(Load(ctx, kBase), 0u);
     EXPECT_NE(aug->flags & KZS_NODE_FLAG_AUG_COUPLED, 0u);
@@ -236,39 +230,14 @@ TEST(CoupleAugment, EveryLoadOrderGivesTheSameSchema)
     } while (std::next_permutation(order.begin(), order.end()));
 }
 
-/* Files of the family in a fresh directory, removed again at the end. */
-struct Dir {
-    std::string path;
-    std::vector<std::string> files;
-    Dir()
-    {
-        char tmpl[] = "/tmp/korla-couple-XXXXXX";
-        const char *made = mkdtemp(tmpl);
-        path = made != nullptr ? made : "";
-    }
-    void Write(const std::string &name, const std::string &text)
-    {
-        files.push_back(path + "/" + name + ".yin");
-        std::ofstream(files.back()) << text;
-    }
-    ~Dir()
-    {
-        for (const auto &f : files) {
-            std::remove(f.c_str());
-        }
-        rmdir(path.c_str());
-    }
-};
-
 TEST(CoupleAugment, ImportsLoadedAfterTheModuleCoupleAsFromMemory)
 {
-    Dir dir;
-    ASSERT_FALSE(dir.path.empty());
-    dir.Write("ca", kBase);
-    dir.Write("cb", kAug);
-    dir.Write("cd", kNested);
+    ScratchDir dir;
+    dir.Write("ca.yin", kBase);
+    dir.Write("cb.yin", kAug);
+    dir.Write("cd.yin", kNested);
     Ctx loaded(KZ_CTX_OPT_LOAD_IMPORTS | KZ_CTX_OPT_KEEP_UNITS);
-    ASSERT_EQ(KZ_CTX_SetSearchDir(loaded, dir.path.c_str()), 0u);
+    ASSERT_EQ(KZ_CTX_SetSearchDir(loaded, dir.Path().c_str()), 0u);
     /* cd comes first, its targets only with the imports that follow. */
     ASSERT_EQ(KZ_CTX_LoadModule(loaded, "cd"), 0u);
 

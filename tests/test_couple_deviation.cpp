@@ -1,10 +1,10 @@
 /* Deviation coupling: each deviate kind with its messages, and that undoing a
  * deviation (unloading its module) gives the target back exactly. */
-#include "couple_test_util.h"
+#include "test_support.h"
 
 #include <functional>
 
-using namespace couple_test;
+using namespace kztest;
 
 namespace {
 
@@ -224,7 +224,7 @@ TEST(CoupleDeviation, EachDeviateKindAndItsMessages)
         ASSERT_NE(dx, nullptr);
         ASSERT_EQ(dx->deviationCount, 1u);
         EXPECT_EQ((dx->deviations[0].flags & KZS_DEVIATION_FLAG_COUPLED) != 0, c.coupled);
-        EXPECT_EQ(Messages(ctx, "dx"), c.messages);
+        EXPECT_EQ(LoadMessages(ctx, "dx"), c.messages);
         EXPECT_EQ(KZ_CTX_GetLoadStage(ctx), 0u);
         EXPECT_EQ(Relations(ctx, "dv"), (std::vector<std::string>{"1:dx"}));
         if (c.check) {
@@ -323,7 +323,7 @@ TEST(CoupleDeviation, IdentityrefDefaultsTakeModuleNames)
       <deviation target-node="/p:kind"><deviate value="add"><default value="p:one"/></deviate></deviation>
     </module>)";
     ASSERT_EQ(KZ_CTX_LoadMemory(ctx, text), 0u);
-    EXPECT_TRUE(Messages(ctx, "dz").empty());
+    EXPECT_TRUE(LoadMessages(ctx, "dz").empty());
     EXPECT_STREQ(Str(Leaf(ctx, "/di:kind")->dflt), "di:one");
     ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "dz"), 0u);
     EXPECT_EQ(Leaf(ctx, "/di:kind")->dflt, nullptr);

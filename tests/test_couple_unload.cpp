@@ -1,8 +1,8 @@
 /* Unloading: a module leaves with everything built on it, targets are given
  * back exactly, and loading the family again couples as a fresh load. */
-#include "couple_test_util.h"
+#include "test_support.h"
 
-using namespace couple_test;
+using namespace kztest;
 
 namespace {
 

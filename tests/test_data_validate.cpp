@@ -1,12 +1,6 @@
 // Validation of requests and notifications: every kind of error record, defaults, when, must,
 // mandatory, caller-owned trees and notifications cleaned of false conditions.
-#include <gtest/gtest.h>
-#include <libxml/parser.h>
 
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "test_support.h"
 
 namespace {

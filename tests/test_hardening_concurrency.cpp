@@ -2,15 +2,10 @@
 // notifications, value checks and condition evaluation on their own threads,
 // each repeating a known answer.  Under ThreadSanitizer this is the check that
 // none of them writes shared state.
-#include <gtest/gtest.h>
-#include <libxml/parser.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "korla.h"
 #include "test_support.h"
 
 namespace {

@@ -1,21 +1,12 @@
 // Hostile input from a remote client or a module author: document type
 // declarations and entities, elements in foreign namespaces, module headers
 // that lack their keys, parser chatter on stderr, and the input limits.
-#include <gtest/gtest.h>
 #include <fcntl.h>
-#include <libxml/parser.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <valgrind/valgrind.h>
 
-#include <algorithm>
-#include <string>
-#include <vector>
-
-#include "korla.h"
-#include "loader_test_util.h"
 #include "test_support.h"
 
 namespace {
@@ -176,7 +167,7 @@ TEST_F(HardeningHeaders, BrokenHeadersThenAValidLoad)
 // and documents leave the process's stderr untouched.
 TEST_F(HardeningHeaders, NothingIsWrittenToStderr)
 {
-    loadertest::ScratchDir dir;
+    kztest::ScratchDir dir;
     dir.Write("broken.yin", "<module name=\"broken\"");
     ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir.Path().c_str()), KZ_OK);
     int fds[2];
@@ -210,7 +201,7 @@ TEST_F(HardeningHeaders, NothingIsWrittenToStderr)
 // Limits refuse at once instead of failing later without a word.
 TEST_F(HardeningHeaders, LimitsAreRefusedUpFront)
 {
-    loadertest::ScratchDir dir;
+    kztest::ScratchDir dir;
     std::string longDir = dir.Path();
     while (longDir.size() <= KZ_CTX_SEARCH_DIR_MAX) {
         longDir += "/dddddddddddddddddddddddddddddd";
@@ -219,7 +210,7 @@ TEST_F(HardeningHeaders, LimitsAreRefusedUpFront)
     EXPECT_EQ(KZ_CTX_SetSearchDir(ctx_, longDir.c_str()), KZ_EINVAL);
     ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir.Path().c_str()), KZ_OK);
 
-    dir.Write("mx.yin", loadertest::Module("mx", ""));
+    dir.Write("mx.yin", kztest::Module("mx", ""));
     const std::vector<std::string> names{"m*", "m?", "[m]x", "1mx", "mx/", "", std::string(65, 'm')};
     for (const std::string &name : names) {
         EXPECT_EQ(KZ_CTX_LoadModule(ctx_, name.c_str()), KZ_EINVAL) << name;

@@ -1,14 +1,7 @@
 // An augment's when condition moved one level down, and the hand-down of an
 // augment's when and if-features to its children.
-#include <gtest/gtest.h>
-
-#include <string>
 
 #include "loader/kzs_cond.h"
-#include "schema/kzs_ctx.h"
-#include "base/kz_dict.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {

@@ -1,14 +1,6 @@
 /* Modules loaded from memory: data-definition statements, their links, flags
  * and conditions, and the exact failure messages of refused modules. */
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "korla.h"
-#include "schema/kzs_ctx.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {

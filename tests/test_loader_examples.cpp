@@ -1,13 +1,6 @@
 // The example modules shipped with the library load without any diagnostic
 // and come out as their text says.
-#include <gtest/gtest.h>
 
-#include <string>
-
-#include "loader_test_util.h"
-#include "schema/kzs_ctx.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {
@@ -24,7 +17,7 @@ protected:
     std::string AllDiagnostics()
     {
         std::string all;
-        for (const auto &d : loadertest::Diagnostics(ctx_)) {
+        for (const auto &d : kztest::Diagnostics(ctx_)) {
             all += d.module + " (" + d.file + "): " + d.message + "\n";
         }
         return all;

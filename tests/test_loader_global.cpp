@@ -1,18 +1,10 @@
 // Module-level definitions: extensions, features, identities, extension
 // instances with and without the filter, and the records of deviations.
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "loader_test_util.h"
-#include "schema/kzs_ctx.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
-using loadertest::Messages;
-using loadertest::Module;
+using kztest::LoadMessages;
+using kztest::Module;
 
 namespace {
 
@@ -29,7 +21,7 @@ protected:
     {
         return LoadAs(Module("g", body, "g", extraNs), "g");
     }
-    Names Msgs() { return Messages(ctx_, "g"); }
+    Names Msgs() { return LoadMessages(ctx_, "g"); }
 };
 
 // Filter that refuses one extension by name.
@@ -55,16 +47,6 @@ TEST_F(LoaderGlobal, ExtensionsWithAndWithoutArgument)
     EXPECT_EQ(mod->extensions[1].yinElement, 1u);
     EXPECT_STREQ(mod->extensions[2].argName, "value");
     EXPECT_EQ(mod->extensions[2].yinElement, 0u);
-}
-
-TEST_F(LoaderGlobal, BadYinElementFailsTheExtension)
-{
-    EXPECT_EQ(Load("  <extension name=\"e\"><argument name=\"a\"><yin-element value=\"yes\"/></argument>"
-                   "</extension>\n"),
-              nullptr);
-    EXPECT_NE(status_, 0u);
-    EXPECT_EQ(Msgs(), Names({"Failed to parse value \"yes\" of statement \"yin-element\".",
-                             "Failed to parse value \"e\" of statement \"extension\"."}));
 }
 
 TEST_F(LoaderGlobal, FeaturesAndIdentitiesWithBases)
@@ -93,13 +75,6 @@ TEST_F(LoaderGlobal, FeaturesAndIdentitiesWithBases)
     EXPECT_STREQ(child.bases[1].identName, "other");
     ASSERT_EQ(child.ifFeatureCount, 1);
     EXPECT_STREQ(child.ifFeatures[0].featName, "extra");
-}
-
-TEST_F(LoaderGlobal, BaseWithUnknownPrefixFailsTheIdentity)
-{
-    EXPECT_EQ(Load("  <identity name=\"i\"><base name=\"q:root\"/></identity>\n"), nullptr);
-    EXPECT_EQ(Msgs(), Names({"Failed to find module by prefix \"q\".",
-                             "Failed to parse value \"i\" of statement \"identity\"."}));
 }
 
 TEST_F(LoaderGlobal, ExtensionInstancesOfNodesAndModule)
@@ -213,26 +188,32 @@ TEST_F(LoaderGlobal, DeviationRecords)
     EXPECT_EQ(mod->deviations[1].deviates[0].kind, static_cast<uint32_t>(KZS_DEVIATE_NOT_SUPPORTED));
 }
 
-TEST_F(LoaderGlobal, BadDeviations)
+TEST_F(LoaderGlobal, RefusedDefinitionsAndTheirMessages)
 {
-    EXPECT_EQ(Load(std::string(kImportT) + "  <deviation target-node=\"t:system\"/>\n", kTNs), nullptr);
-    EXPECT_EQ(Msgs().at(0), "Failed to get value of statement \"deviation\".");
-
-    Reopen(0);
-    EXPECT_EQ(Load(std::string(kImportT) +
-                       "  <deviation target-node=\"/t:system\"><deviate value=\"change\"/></deviation>\n",
-                   kTNs),
-              nullptr);
-    EXPECT_EQ(status_, 1u);
-    EXPECT_EQ(Msgs(), Names({"Failed to parse value \"change\" of statement \"deviate\".",
-                             "Failed to parse \"deviation\" statement \"/t:system\"."}));
-
-    Reopen(0);
-    EXPECT_EQ(Load(std::string(kImportT) +
-                       "  <deviation target-node=\"/t:system\"><deviate value=\"replace\">"
-                       "<config value=\"maybe\"/></deviate></deviation>\n",
-                   kTNs),
-              nullptr);
-    EXPECT_EQ(Msgs(), Names({"Failed to parse value \"maybe\" of statement \"config\".",
-                             "Failed to parse value \"replace\" of statement \"deviate\"."}));
+    struct Case {
+        std::string body;
+        Names messages;
+    };
+    const std::string dev = std::string(kImportT) + "  <deviation target-node=\"/t:system\">";
+    const Case cases[] = {
+        {"<extension name=\"e\"><argument name=\"a\"><yin-element value=\"yes\"/></argument></extension>",
+         {"Failed to parse value \"yes\" of statement \"yin-element\".",
+          "Failed to parse value \"e\" of statement \"extension\"."}},
+        {"<identity name=\"i\"><base name=\"q:root\"/></identity>",
+         {"Failed to find module by prefix \"q\".", "Failed to parse value \"i\" of statement \"identity\"."}},
+        {std::string(kImportT) + "<deviation target-node=\"t:system\"/>",
+         {"Failed to get value of statement \"deviation\"."}},
+        {dev + "<deviate value=\"change\"/></deviation>",
+         {"Failed to parse value \"change\" of statement \"deviate\".",
+          "Failed to parse \"deviation\" statement \"/t:system\"."}},
+        {dev + "<deviate value=\"replace\"><config value=\"maybe\"/></deviate></deviation>",
+         {"Failed to parse value \"maybe\" of statement \"config\".",
+          "Failed to parse value \"replace\" of statement \"deviate\"."}},
+    };
+    for (const Case &c : cases) {
+        Reopen(0);
+        EXPECT_EQ(Load(c.body, kTNs), nullptr) << c.body;
+        EXPECT_EQ(status_, 1u) << c.body;
+        EXPECT_EQ(Msgs(), c.messages) << c.body;
+    }
 }

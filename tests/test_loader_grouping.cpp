@@ -1,18 +1,10 @@
 // Grouping expansion: what a uses brings (refine, augment, when, if-feature,
 // nested and scoped groupings, other modules' groupings), the faults it
 // reports, and when it applies (YANG always, YIN with the option bit).
-#include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "korla.h"
-#include "loader_test_util.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 
 namespace {
 
@@ -219,7 +211,7 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
 
 TEST(LoaderGrouping, YinExpandsOnlyWithTheOptionBit)
 {
-    const std::string yin = loadertest::Module(
+    const std::string yin = kztest::Module(
         "y", "<grouping name=\"gr\"><leaf name=\"l\"><type name=\"string\"/></leaf></grouping>\n"
              "<container name=\"c\"><uses name=\"gr\"/></container>\n",
         "y");

@@ -1,19 +1,13 @@
 // Loading modules by name from search directories: messages of each failure,
 // merge sources across loads, registration refusals and imports.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "loader/kzs_loader.h"
-#include "loader_test_util.h"
-#include "schema/kzs_ctx.h"
-#include "schema/kzs_mod.h"
+#include "test_support.h"
 
-using loadertest::Diagnostics;
-using loadertest::Messages;
-using loadertest::Module;
-using loadertest::ScratchDir;
+using kztest::Diagnostics;
+using kztest::LoadMessages;
+using kztest::Module;
+using kztest::ScratchDir;
 
 namespace {
 
@@ -30,10 +24,7 @@ protected:
 
     KzMod *Mod(const char *name) { return KZ_CTX_GetModuleByModName(ctx_, name); }
 
-    static std::string Import(const std::string &name)
-    {
-        return "  <import module=\"" + name + "\"><prefix value=\"" + name + "\"/></import>\n";
-    }
+    static std::string Import(const std::string &name) { return kztest::Imports({name}); }
     static std::string Leaf(const std::string &name)
     {
         return "<leaf name=\"" + name + "\"><type name=\"string\"/></leaf>";
@@ -44,41 +35,43 @@ protected:
 
 } // namespace
 
-TEST_F(LoaderLoad, MissingModuleLeavesOnlyTheWarning)
+TEST_F(LoaderLoad, EachFailureLeavesItsDiagnostics)
 {
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "absent"), 2u);
-    const auto diags = Diagnostics(ctx_);
-    ASSERT_EQ(diags.size(), 1u);
-    EXPECT_EQ(diags[0].module, "absent");
-    EXPECT_EQ(diags[0].level, 1u);
-    EXPECT_EQ(diags[0].message, "Module \"absent\" not found from search directories.");
+    struct Case {
+        const char *name;
+        const char *file; // written as <name>.yin when not null
+        uint32_t status;
+        std::vector<kztest::Diag> diags;
+    };
+    const Case cases[] = {
+        {"absent", nullptr, 2, {{"absent", "", 1, "Module \"absent\" not found from search directories."}}},
+        {"m", "other", 22, {{"m", "m.yin", 0, "Failed to parse module \"m\" from the yin file."}}},
+        {"broken", "<module name=\"broken\"", 22,
+         {{"broken", "broken.yin", 0, "Failed to read content from the yin file. Line 1: attributes construct error"},
+          {"broken", "broken.yin", 0, "Failed to parse module \"broken\" from the yin file."}}},
+        {"sub", "<submodule name=\"sub\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>", 22,
+         {{"sub", "sub.yin", 0, "Failed to parse module \"sub\" from the yin file."}}},
+    };
+    for (const Case &c : cases) {
+        Open(0);
+        if (c.file != nullptr) {
+            // A file holding another module's text is refused by its name.
+            dir_.Write(std::string(c.name) + ".yin", std::string(c.file) == "other" ? Module("other", "") : c.file);
+        }
+        EXPECT_EQ(KZ_CTX_LoadModule(ctx_, c.name), c.status) << c.name;
+        const auto diags = Diagnostics(ctx_);
+        ASSERT_EQ(diags.size(), c.diags.size()) << c.name;
+        for (size_t i = 0; i < diags.size(); i++) {
+            EXPECT_EQ(diags[i].module, c.diags[i].module);
+            EXPECT_EQ(diags[i].file, c.diags[i].file);
+            EXPECT_EQ(diags[i].level, c.diags[i].level);
+            EXPECT_EQ(diags[i].message, c.diags[i].message);
+        }
+        EXPECT_EQ(Mod(c.name), nullptr);
+    }
+    EXPECT_EQ(Mod("other"), nullptr);
     EXPECT_EQ(KZ_CTX_LoadModule(nullptr, "absent"), 22u);
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, nullptr), 22u);
-}
-
-TEST_F(LoaderLoad, FileWithAnotherModuleNameIsRefused)
-{
-    dir_.Write("m.yin", Module("other", ""));
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 22u);
-    const auto diags = Diagnostics(ctx_);
-    ASSERT_EQ(diags.size(), 1u);
-    EXPECT_EQ(diags[0].message, "Failed to parse module \"m\" from the yin file.");
-    EXPECT_EQ(diags[0].file, "m.yin");
-    EXPECT_EQ(Mod("m"), nullptr);
-    EXPECT_EQ(Mod("other"), nullptr);
-}
-
-TEST_F(LoaderLoad, UnreadableAndWrongRootFiles)
-{
-    dir_.Write("broken.yin", "<module name=\"broken\"");
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "broken"), 22u);
-    EXPECT_EQ(Messages(ctx_, "broken"),
-              Names({"Failed to read content from the yin file. Line 1: attributes construct error",
-                     "Failed to parse module \"broken\" from the yin file."}));
-
-    dir_.Write("sub.yin", "<submodule name=\"sub\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
-    EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "sub"), 22u);
-    EXPECT_EQ(Messages(ctx_, "sub"), Names({"Failed to parse module \"sub\" from the yin file."}));
 }
 
 TEST_F(LoaderLoad, FreshLoadStartsWithCleanDiagnostics)
@@ -134,7 +127,7 @@ TEST_F(LoaderLoad, FailingMergeSourceKeepsWhatWasMergedBefore)
     dir_.Write("m@@b.yin", Module("wrong", ""));
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "m"), 0u); // the status is that of registering what was merged
     ASSERT_NE(Mod("m"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "m"), Names({"Failed to parse module \"m\" from the yin file."}));
+    EXPECT_EQ(LoadMessages(ctx_, "m"), Names({"Failed to parse module \"m\" from the yin file."}));
     ASSERT_EQ(Mod("m")->mrgSrcCount, 1);
     EXPECT_STREQ(Mod("m")->mrgSrcs[0], "a");
 }
@@ -148,7 +141,7 @@ TEST_F(LoaderLoad, NamespaceAlreadyRegisteredIsRefused)
     ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "one"), 0u);
     EXPECT_EQ(KZ_CTX_LoadModule(ctx_, "two"), 1u);
     EXPECT_EQ(Mod("two"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "two"), Names({"Failed to load module \"two\"."}));
+    EXPECT_EQ(LoadMessages(ctx_, "two"), Names({"Failed to load module \"two\"."}));
 }
 
 TEST_F(LoaderLoad, LoadMemoryKeepsTheFirstModule)
@@ -206,8 +199,8 @@ TEST_F(LoaderLoad, ImportsLoadBreadthFirstAndStopAtTheFirstFailure)
     EXPECT_NE(Mod("b"), nullptr);
     EXPECT_NE(Mod("c"), nullptr);
     EXPECT_EQ(Mod("d"), nullptr);
-    EXPECT_EQ(Messages(ctx_, "x"), Names({"Module \"x\" not found from search directories."}));
-    EXPECT_TRUE(Messages(ctx_, "top").empty());
+    EXPECT_EQ(LoadMessages(ctx_, "x"), Names({"Module \"x\" not found from search directories."}));
+    EXPECT_TRUE(LoadMessages(ctx_, "top").empty());
 }
 
 TEST_F(LoaderLoad, ImportFailuresIgnoredWithTheOption)

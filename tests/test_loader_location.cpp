@@ -1,16 +1,11 @@
 // Which files of a module are read: candidates over the search directories,
 // merge-source suffixes, the per-load file limit, and the pending table.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "loader/kzs_loader.h"
-#include "loader_test_util.h"
+#include "test_support.h"
 #include "base/kz_dir_cache.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 
 namespace {
 

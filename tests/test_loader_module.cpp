@@ -1,24 +1,10 @@
 /* Module header, linkage and body arrays; submodules read from a search
  * directory into the including module's record. */
-#include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <string>
-#include <vector>
 
-#include <libxml/parser.h>
-#include <unistd.h>
-
-#include "korla.h"
 #include "loader/kzs_stmt.h"
-#include "schema/kzs_ctx.h"
-#include "base/kz_dict.h"
-#include "base/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
-#include "loader_test_util.h"
 #include "test_support.h"
 
 namespace {
@@ -64,20 +50,18 @@ protected:
     /* Parses a module text straight into a fresh record and returns the body status. */
     uint32_t ParseBody(const std::string &text)
     {
-        xmlKeepBlanksDefault(0);
-        xmlDoc *doc = xmlParseMemory(text.c_str(), static_cast<int>(text.size()));
+        kztest::DocPtr doc = kztest::ParseXml(text);
         EXPECT_NE(doc, nullptr);
         auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
         *mod = KzMod{};
         mod->ctx = ctx_;
         mod->name = KZ_DICT_Insert(&ctx_->dict, "m");
-        uint32_t ret = KZS_LOADER_ParseModuleContent(mod, xmlDocGetRootElement(doc), nullptr);
+        uint32_t ret = KZS_LOADER_ParseModuleContent(mod, xmlDocGetRootElement(doc.get()), nullptr);
         KZS_MOD_Free(mod);
-        xmlFreeDoc(doc);
         return ret;
     }
 
-    loadertest::ScratchDir dir_;
+    kztest::ScratchDir dir_;
     bool searched_ = false;
 };
 
@@ -97,16 +81,6 @@ TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
     EXPECT_STREQ(mod->semVer, "1.2.3-01234567890123456789012345");
     EXPECT_STREQ(mod->organization, "Org");
     EXPECT_EQ(mod->description, nullptr); /* kept only with the context option */
-}
-
-TEST_F(LoaderModule, DescriptionKeptWithOption)
-{
-    Reopen(KZ_CTX_OPT_KEEP_DESCRIPTION);
-    KzMod *mod = LoadText(
-        ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><description><text>about</text></description>"));
-    ASSERT_NE(mod, nullptr) << status_;
-    EXPECT_STREQ(mod->description, "about");
-    EXPECT_EQ(mod->yangVersion, 0u);
 }
 
 TEST_F(LoaderModule, HeaderFailures)

@@ -1,20 +1,8 @@
 /* Statement tables and the sub-statement framework, driven on small YIN
  * snippets parsed with libxml2 against a bare module record. */
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <libxml/parser.h>
 
 #include "loader/kzs_stmt.h"
-#include "schema/kzs_ctx.h"
-#include "base/kz_dict.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {
@@ -146,21 +134,16 @@ TEST_F(LoaderStmt, ValueIsReadOnlyUnderErrorMessage)
 
 TEST_F(LoaderStmt, StatusValues)
 {
-    xmlNode *root = Parse("leaf", "<status value='deprecated'/><status value='obsolete'/><status value='current'/>"
-                                  "<status value='Current'/><status/>");
-    ASSERT_NE(root, nullptr);
-    uint32_t flags = 0;
-    xmlNode *c = root->children;
-    EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c, KZS_STMT_LEAF, &flags), 0u);
-    EXPECT_EQ(flags, KZS_NODE_FLAG_DEPRECATED);
-    flags = 0;
-    EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next, KZS_STMT_LEAF, &flags), 0u);
-    EXPECT_EQ(flags, KZS_NODE_FLAG_OBSOLETE);
-    flags = 0;
-    EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next->next, KZS_STMT_LEAF, &flags), 0u);
-    EXPECT_EQ(flags, 0u);
-    EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next->next->next, KZS_STMT_LEAF, &flags), 22u);
-    EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c->next->next->next->next, KZS_STMT_LEAF, &flags), 22u);
+    xmlNode *c = Parse("leaf", "<status value='deprecated'/><status value='obsolete'/><status value='current'/>"
+                               "<status value='Current'/><status/>")->children;
+    const std::pair<uint32_t, uint32_t> expected[] = {
+        {0, KZS_NODE_FLAG_DEPRECATED}, {0, KZS_NODE_FLAG_OBSOLETE}, {0, 0}, {22, 0}, {22, 0}};
+    for (const auto &[rc, flag] : expected) {
+        uint32_t flags = 0;
+        EXPECT_EQ(KZS_LOADER_ParseStatus(&mod_, c, KZS_STMT_LEAF, &flags), rc);
+        EXPECT_EQ(flags, flag);
+        c = c->next;
+    }
     EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to parse value \"Current\" of statement \"status\".",
                                                             "Failed to get value of statement \"status\"."}));
 }

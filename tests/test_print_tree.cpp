@@ -1,17 +1,6 @@
 // Schema tree printer: exact rows for every node kind, sections, alignment and buffering.
-#include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "print/kz_print.h"
-#include "schema/kzs_ctx.h"
-#include "base/kz_dict.h"
-#include "base/kz_mem.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
 
 namespace {
@@ -39,43 +28,23 @@ uint32_t failing(const char *, uint32_t, void *)
     return 1;
 }
 
-// Builds modules and nodes by hand so the printer is tested without the loader.
-class PrintTree : public kztest::CtxTest {
+// Modules and nodes built by hand, so the printer is tested without the loader.
+class PrintTree : public kztest::SchemaModTest {
 protected:
-    void SetUp() override
-    {
-        CtxTest::SetUp();
-        mod_ = newModule("m");
-    }
     void TearDown() override
     {
-        for (KzMod *m : mods_) {
+        KZS_MOD_Free(mod); // before the other modules its nodes may name
+        mod = nullptr;
+        for (KzMod *m : others_) {
             KZS_MOD_Free(m);
         }
-        CtxTest::TearDown();
+        SchemaModTest::TearDown();
     }
 
-    KzMod *newModule(const char *name)
+    KzsNode *node(uint32_t kind, const char *name, KzsNode *parent, KzMod *owner = nullptr, uint32_t flags = 0)
     {
-        auto *m = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
-        memset(m, 0, sizeof(KzMod));
-        m->ctx = ctx_;
-        m->name = KZ_DICT_Insert(&ctx_->dict, name);
-        mods_.push_back(m);
-        return m;
-    }
-
-    KzsNode *node(uint32_t kind, const char *name, KzsNode *parent, KzMod *mod = nullptr, uint32_t flags = 0)
-    {
-        KzsNode *n = KZS_NODE_New(kind);
-        n->module = mod != nullptr ? mod : mod_;
-        n->name = KZ_DICT_Insert(&ctx_->dict, name);
+        KzsNode *n = parent != nullptr ? NewNode(owner != nullptr ? owner : mod, kind, name, parent) : Top(kind, name);
         n->flags = flags;
-        if (parent != nullptr) {
-            KZS_NODE_AddChild(parent, n);
-        } else {
-            EXPECT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, n), KZ_OK);
-        }
         return n;
     }
 
@@ -86,15 +55,14 @@ protected:
         return n;
     }
 
-    std::string print(KzMod *m = nullptr)
+    std::string print()
     {
         Collected out;
-        EXPECT_EQ(KZ_MOD_PrintModelTree(m != nullptr ? m : mod_, collect, &out), KZ_OK);
+        EXPECT_EQ(KZ_MOD_PrintModelTree(mod, collect, &out), KZ_OK);
         return out.all();
     }
 
-    KzMod *mod_ = nullptr;
-    std::vector<KzMod *> mods_;
+    std::vector<KzMod *> others_;
 };
 
 TEST_F(PrintTree, ContainerWithMandatoryAndOptionalLeavesAlignsTypes)
@@ -102,7 +70,7 @@ TEST_F(PrintTree, ContainerWithMandatoryAndOptionalLeavesAlignsTypes)
     KzsNode *c = node(KZS_NODE_CONTAINER, "c", nullptr);
     leaf("a", KZT_BASE_STRING, c, KZS_NODE_FLAG_MANDATORY_TRUE);
     leaf("bb", KZT_BASE_INT8, c);
-    EXPECT_EQ(print(), "module: m\n"
+    EXPECT_EQ(print(), "module: a\n"
                        "   +--rw c\n"
                        "      +--rw a     string\n"
                        "      +--rw bb?   int8\n");
@@ -115,7 +83,7 @@ TEST_F(PrintTree, SiblingBarsStatusMarksAndAccess)
     leaf("gone", KZT_BASE_EMPTY, top, KZS_NODE_FLAG_OBSOLETE | KZS_NODE_FLAG_CONFIG_FALSE);
     KzsNode *state = node(KZS_NODE_CONTAINER, "state", nullptr, nullptr, KZS_NODE_FLAG_CONFIG_FALSE);
     leaf("up", KZT_BASE_UINT32, state, KZS_NODE_FLAG_CONFIG_FALSE);
-    EXPECT_EQ(print(), "module: m\n"
+    EXPECT_EQ(print(), "module: a\n"
                        "   +--rw top!\n"
                        "   |  x--rw old?    boolean\n"
                        "   |  o--ro gone?   empty\n"
@@ -132,7 +100,7 @@ TEST_F(PrintTree, ListKeysLeafListAndAnydata)
     static_cast<KzsLeafListInfo *>(ll->schemaInfo)->realType.baseType = KZT_BASE_STRING;
     node(KZS_NODE_ANYDATA, "blob", l, nullptr, KZS_NODE_FLAG_MANDATORY_TRUE);
     l->keyCount = 2;
-    EXPECT_EQ(print(), "module: m\n"
+    EXPECT_EQ(print(), "module: a\n"
                        "   +--rw item* [k1 k2]\n"
                        "      +--rw k1      string\n"
                        "      +--rw k2      uint8\n"
@@ -144,11 +112,11 @@ TEST_F(PrintTree, ChoiceWithRealAndShorthandCases)
 {
     KzsNode *c = node(KZS_NODE_CONTAINER, "c", nullptr);
     KzsNode *ch = node(KZS_NODE_CHOICE, "how", c);
-    static_cast<KzsChoiceInfo *>(ch->schemaInfo)->defaultCase = KZ_DICT_Insert(&ctx_->dict, "fast");
+    static_cast<KzsChoiceInfo *>(ch->schemaInfo)->defaultCase = Intern("fast");
     KzsNode *fast = node(KZS_NODE_CASE, "fast", ch);
     leaf("speed", KZT_BASE_INT32, fast);
     leaf("slow", KZT_BASE_STRING, ch);
-    EXPECT_EQ(print(), "module: m\n"
+    EXPECT_EQ(print(), "module: a\n"
                        "   +--rw c\n"
                        "      +--rw (how)? <fast>\n"
                        "         +--:(fast)\n"
@@ -159,24 +127,18 @@ TEST_F(PrintTree, ChoiceWithRealAndShorthandCases)
 
 TEST_F(PrintTree, RpcsNotificationsAndForeignAugmentNodes)
 {
-    KzsNode *rpc = KZS_NODE_New(KZS_NODE_RPC);
-    rpc->module = mod_;
-    rpc->name = KZ_DICT_Insert(&ctx_->dict, "reboot");
-    ASSERT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, rpc), KZ_OK);
+    KzsNode *rpc = node(KZS_NODE_RPC, "reboot", nullptr);
     KzsNode *in = node(KZS_NODE_INPUT, "input", rpc);
     leaf("delay", KZT_BASE_UINT16, in);
     KzsNode *out = node(KZS_NODE_OUTPUT, "output", rpc);
     leaf("when", KZT_BASE_STRING, out);
 
-    KzsNode *n = KZS_NODE_New(KZS_NODE_NOTIF);
-    n->module = mod_;
-    n->name = KZ_DICT_Insert(&ctx_->dict, "restarted");
-    ASSERT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod_, n), KZ_OK);
-    KzMod *other = newModule("ext");
+    KzsNode *n = node(KZS_NODE_NOTIF, "restarted", nullptr);
+    KzMod *other = others_.emplace_back(NewModule("ext", "ext"));
     node(KZS_NODE_LEAF, "reason", n, other);
     static_cast<KzsLeafInfo *>(n->firstChild->schemaInfo)->realType.baseType = KZT_BASE_STRING;
 
-    EXPECT_EQ(print(), "module: m\n"
+    EXPECT_EQ(print(), "module: a\n"
                        "rpcs:\n"
                        "   +---x reboot\n"
                        "      +---w input\n"
@@ -197,7 +159,7 @@ TEST_F(PrintTree, BranchOfOneNodeShowsAncestorsOnly)
     leaf("y", KZT_BASE_STRING, b);
     Collected out;
     ASSERT_EQ(KZ_NODE_PrintNodesTree(b, collect, &out), KZ_OK);
-    EXPECT_EQ(out.all(), "module: m\n"
+    EXPECT_EQ(out.all(), "module: a\n"
                          "   +--rw a\n"
                          "      +--rw b\n"
                          "         +--rw y?   string\n");
@@ -206,21 +168,21 @@ TEST_F(PrintTree, BranchOfOneNodeShowsAncestorsOnly)
 TEST_F(PrintTree, FailuresReportTheirStatus)
 {
     node(KZS_NODE_CONTAINER, "c", nullptr);
-    EXPECT_EQ(KZ_MOD_PrintModelTree(mod_, nullptr, nullptr), KZ_EINVAL);
-    EXPECT_EQ(KZ_MOD_PrintModelTree(mod_, failing, nullptr), KZ_ERR);
+    EXPECT_EQ(KZ_MOD_PrintModelTree(mod, nullptr, nullptr), KZ_EINVAL);
+    EXPECT_EQ(KZ_MOD_PrintModelTree(mod, failing, nullptr), KZ_ERR);
     EXPECT_EQ(KZ_NODE_PrintNodesTree(nullptr, collect, nullptr), KZ_EINVAL);
 }
 
 TEST_F(PrintTree, LargeModuleIsFlushedInChunksWithoutChangingTheText)
 {
-    std::string expected = "module: m\n";
+    std::string expected = "module: a\n";
     for (int i = 0; i < 600; ++i) {
         std::string name = "leaf" + std::to_string(1000 + i);
         leaf(name.c_str(), KZT_BASE_STRING, nullptr);
         expected += "   +--rw " + name + "?   string\n";
     }
     Collected out;
-    ASSERT_EQ(KZ_MOD_PrintModelTree(mod_, collect, &out), KZ_OK);
+    ASSERT_EQ(KZ_MOD_PrintModelTree(mod, collect, &out), KZ_OK);
     EXPECT_GE(out.chunks.size(), 3u);
     for (const auto &chunk : out.chunks) {
         EXPECT_LE(chunk.size(), KZS_PRINT_BUF_SIZE);

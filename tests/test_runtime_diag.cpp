@@ -1,10 +1,7 @@
 // Load diagnostics: limits, truncation, stage clearing and concurrent scans.
-#include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "schema/kzs_diag.h"
 #include "test_support.h"

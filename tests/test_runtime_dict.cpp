@@ -1,11 +1,6 @@
 // The string dictionary.
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "base/kz_dict.h"
-#include "base/kz_mem.h"
+#include "test_support.h"
 
 namespace {
 

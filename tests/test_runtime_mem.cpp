@@ -1,14 +1,9 @@
 // Allocator choice, arrays and allocated strings.
-#include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstring>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "base/kz_mem.h"
+#include "test_support.h"
 #include "base/kz_slab.h"
 
 namespace {
@@ -142,35 +137,18 @@ TEST(RuntimeArray, ExpandKeepsContentAndZeroFillsTheTail)
     KZ_MemFree(set);
 }
 
-TEST(RuntimeString, CopiesAndComparisons)
+TEST(RuntimeString, CopiesAndComparisonsAtTheirEdges)
 {
-    Str dup(KZ_UTL_StrDup("hello"));
-    ASSERT_TRUE(dup);
-    EXPECT_STREQ("hello", dup.get());
-    EXPECT_EQ(nullptr, KZ_UTL_StrDup(nullptr));
-
     Str part(KZ_UTL_StrDupWithSpecifyLength("hello", 3));
     ASSERT_TRUE(part);
     EXPECT_STREQ("hel", part.get());
-    Str whole(KZ_UTL_StrDupWithSpecifyLength("hello", 5));
-    ASSERT_TRUE(whole);
-    EXPECT_STREQ("hello", whole.get());
-    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 6));
+    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 6));  // longer than the text
     EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 0));
-    EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength(nullptr, 1));
-
-    Str empty(KZ_UTL_CreateEmptyString());
-    ASSERT_TRUE(empty);
-    EXPECT_STREQ("", empty.get());
-
+    EXPECT_EQ(nullptr, KZ_UTL_StrDup(nullptr));
     EXPECT_EQ(1u, KZ_UTL_IsNulStringEqual(nullptr, nullptr));
     EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual("a", nullptr));
     EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual(nullptr, "a"));
-    EXPECT_EQ(1u, KZ_UTL_IsNulStringEqual("a", "a"));
-    EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual("a", "b"));
-
     EXPECT_EQ(3u, KZ_UTL_CountCharNumber("/a/b/c", '/'));
-    EXPECT_EQ(0u, KZ_UTL_CountCharNumber("abc", '/'));
     EXPECT_EQ(0u, KZ_UTL_CountCharNumber(nullptr, '/'));
 }
 

@@ -1,9 +1,6 @@
 // Identifier, path-step and integer scanners.
-#include <gtest/gtest.h>
 
-#include <cstring>
-
-#include "base/kz_mem.h"
+#include "test_support.h"
 
 TEST(RuntimeScan, IdentifierClassForwardAndBackward)
 {

@@ -1,31 +1,14 @@
 // libxml2 node accessors and the non-recursive walk.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <libxml/parser.h>
 
 #include "base/kz_xml.h"
+#include "test_support.h"
 
 namespace {
 
-struct Doc {
-    explicit Doc(const char *text) : doc(xmlReadMemory(text, static_cast<int>(strlen(text)), "t.xml", nullptr, XML_PARSE_NOBLANKS)) {}
-    ~Doc()
-    {
-        xmlFreeDoc(doc);
-    }
-    Doc(const Doc &) = delete;
-    Doc &operator=(const Doc &) = delete;
-    xmlNode *Root() const
-    {
-        return xmlDocGetRootElement(doc);
-    }
-    xmlDoc *doc;
-};
+xmlNode *Root(const kztest::DocPtr &doc)
+{
+    return xmlDocGetRootElement(doc.get());
+}
 
 std::string Name(const xmlNode *n)
 {
@@ -51,10 +34,10 @@ std::vector<std::pair<std::string, uint32_t>> Walk(xmlNode *root)
 TEST(RuntimeXml, AttributeAndContentAccessors)
 {
     // An attribute made only of an entity reference has no text child.
-    Doc d("<!DOCTYPE leaf [<!ENTITY e 'x'>]>"
+    kztest::DocPtr d = kztest::ParseXml("<!DOCTYPE leaf [<!ENTITY e 'x'>]>"
           "<leaf xmlns='urn:y' xmlns:p='urn:p' p:name='&e;' name='v' other='w'>"
           "<default value='x'/>text-after</leaf>");
-    xmlNode *root = d.Root();
+    xmlNode *root = Root(d);
     ASSERT_NE(nullptr, root);
     // The first attribute of that name has no text: the next one counts.
     EXPECT_STREQ("v", KZ_XML_GetTargetPropertyValue(root, "name"));
@@ -66,34 +49,34 @@ TEST(RuntimeXml, AttributeAndContentAccessors)
     // The first child is an element, so the element has no content here.
     EXPECT_EQ(nullptr, KZ_XML_GetElemNodeContent(root));
 
-    Doc t("<description><text>hello</text></description>");
-    EXPECT_STREQ("hello", KZ_XML_GetElemNodeContent(t.Root()->children));
-    EXPECT_EQ(nullptr, KZ_XML_GetXmlNodeDefaultNs(t.Root()));
+    kztest::DocPtr t = kztest::ParseXml("<description><text>hello</text></description>");
+    EXPECT_STREQ("hello", KZ_XML_GetElemNodeContent(Root(t)->children));
+    EXPECT_EQ(nullptr, KZ_XML_GetXmlNodeDefaultNs(Root(t)));
     EXPECT_EQ(nullptr, KZ_XML_GetTargetPropertyValue(nullptr, "x"));
 }
 
 TEST(RuntimeXml, ChildByPrivateMark)
 {
-    Doc d("<r><a/><b/><c/></r>");
-    xmlNode *a = d.Root()->children;
+    kztest::DocPtr d = kztest::ParseXml("<r><a/><b/><c/></r>");
+    xmlNode *a = Root(d)->children;
     xmlNode *b = a->next;
     xmlNode *c = b->next;
     b->_private = reinterpret_cast<void *>(uintptr_t{0x4});
     c->_private = reinterpret_cast<void *>(uintptr_t{0x6});
-    EXPECT_EQ(b, KZ_XML_GetFirstChildNodeWithPriVal(d.Root(), 0x2 | 0x4));
-    EXPECT_EQ(c, KZ_XML_GetFirstChildNodeWithPriVal(d.Root(), 0x2));
-    EXPECT_EQ(nullptr, KZ_XML_GetFirstChildNodeWithPriVal(d.Root(), 0x1));
+    EXPECT_EQ(b, KZ_XML_GetFirstChildNodeWithPriVal(Root(d), 0x2 | 0x4));
+    EXPECT_EQ(c, KZ_XML_GetFirstChildNodeWithPriVal(Root(d), 0x2));
+    EXPECT_EQ(nullptr, KZ_XML_GetFirstChildNodeWithPriVal(Root(d), 0x1));
     b->_private = nullptr;
     c->_private = nullptr;
 }
 
 TEST(RuntimeXml, WalkIsPreOrderAndStaysUnderItsRoot)
 {
-    Doc d("<r><a><b/><c/></a><d/></r>");
+    kztest::DocPtr d = kztest::ParseXml("<r><a><b/><c/></a><d/></r>");
     using Steps = std::vector<std::pair<std::string, uint32_t>>;
-    EXPECT_EQ((Steps{{"a", 0}, {"b", 0}, {"c", 1}, {"a", 2}, {"d", 1}, {"r", 2}}), Walk(d.Root()));
+    EXPECT_EQ((Steps{{"a", 0}, {"b", 0}, {"c", 1}, {"a", 2}, {"d", 1}, {"r", 2}}), Walk(Root(d)));
     // A subtree root with a next sibling: the walk must not leave it.
-    xmlNode *a = d.Root()->children;
+    xmlNode *a = Root(d)->children;
     EXPECT_EQ((Steps{{"b", 0}, {"c", 1}, {"a", 2}}), Walk(a));
     // A leaf root ends at once.
     EXPECT_TRUE(Walk(a->next).empty());
@@ -129,11 +112,11 @@ TEST(RuntimeXml, WalkDepthIsNotBoundByTheStack)
 
 TEST(RuntimeXml, ParentForEachDirection)
 {
-    Doc d("<r><a/><b/></r>");
-    xmlNode *b = d.Root()->children->next;
+    kztest::DocPtr d = kztest::ParseXml("<r><a/><b/></r>");
+    xmlNode *b = Root(d)->children->next;
     EXPECT_EQ(b, KZ_XML_GetParentNodeByTraverse(b, KZ_XML_DIR_CHILD));
     EXPECT_EQ(b, KZ_XML_GetParentNodeByTraverse(b, KZ_XML_DIR_START));
-    EXPECT_EQ(d.Root(), KZ_XML_GetParentNodeByTraverse(b, KZ_XML_DIR_SIBLING));
+    EXPECT_EQ(Root(d), KZ_XML_GetParentNodeByTraverse(b, KZ_XML_DIR_SIBLING));
     EXPECT_EQ(nullptr, KZ_XML_GetParentNodeByTraverse(b, KZ_XML_DIR_PARENT));
     EXPECT_EQ(nullptr, KZ_XML_GetParentNodeByTraverse(b, 7));
 }

@@ -1,11 +1,6 @@
 /* Node and module queries on a module loaded from YIN text, through the
  * public surface only. */
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "test_support.h"
 
 namespace {

@@ -1,12 +1,11 @@
 /* Modules: global definitions, prefixes, node lookups by identifier and by
  * path, features and the module scans. */
-#include <vector>
 
-#include "schema_test_util.h"
+#include "test_support.h"
 
 namespace {
 
-using SchemaMod = SchemaModTest;
+using SchemaMod = kztest::SchemaModTest;
 
 using SchemaModDefs = SchemaMod;
 
@@ -69,19 +68,6 @@ TEST_F(SchemaModDefs, FamiliesAppendFindAndCompare)
     ASSERT_NE(KZS_MOD_FindIncludeBySubName(mod, "a-sub"), nullptr);
     EXPECT_EQ(KZS_MOD_AppendOneImport(mod, "x", nullptr), KZ_EINVAL);
     EXPECT_EQ(mod->importCount, 0u) << "a failed fill leaves the count";
-}
-
-TEST_F(SchemaModDefs, TypedefCopiesItsType)
-{
-    KztRealType rt{};
-    rt.baseType = KZT_BASE_INT32;
-    ASSERT_EQ(KZS_MOD_AppendOneTypeDef(mod, "percent", "50", "%", &rt), KZ_OK);
-    KztRealType *held = KZ_MOD_GetRealTypeByTypDefName(mod, "percent");
-    ASSERT_NE(held, nullptr);
-    EXPECT_NE(held, &rt);
-    EXPECT_EQ(held->baseType, static_cast<uint32_t>(KZT_BASE_INT32));
-    EXPECT_STREQ(KZS_MOD_FindTypDefObjByName(mod, "percent")->units, "%");
-    EXPECT_EQ(KZ_MOD_GetRealTypeByTypDefName(mod, "nope"), nullptr);
 }
 
 TEST_F(SchemaModDefs, TopLevelChainsByKind)

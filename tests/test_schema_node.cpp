@@ -1,12 +1,11 @@
 /* Schema nodes: flag inheritance, keys, walks, copies, extension instances
  * and the node queries, on trees built by hand. */
-#include <vector>
 
-#include "schema_test_util.h"
+#include "test_support.h"
 
 namespace {
 
-using SchemaNode = SchemaModTest;
+using SchemaNode = kztest::SchemaModTest;
 
 using SchemaNodeFlags = SchemaNode;
 
@@ -484,44 +483,8 @@ TEST_F(SchemaNodeExt, ReplaceScanAndClean)
 
 using SchemaNodeCond = SchemaNode;
 
-TEST_F(SchemaNodeCond, MustAndDefaultArrays)
-{
-    KzsMust *musts = nullptr;
-    uint16_t count = 0;
-    EXPECT_EQ(KZS_NODE_AppendOneMust(dict(), &musts, &count, nullptr, "m", nullptr), KZ_EINVAL);
-    ASSERT_EQ(KZS_NODE_AppendOneMust(dict(), &musts, &count, "a", "ma", "ta"), KZ_OK);
-    ASSERT_EQ(KZS_NODE_AppendOneMust(dict(), &musts, &count, "b", nullptr, nullptr), KZ_OK);
-    ASSERT_EQ(KZS_NODE_AppendOneMust(dict(), &musts, &count, "c", "mc", nullptr), KZ_OK);
-    KzsMust *copy = KZS_NODE_CopyMustsArray(dict(), musts, count);
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(KZS_NODE_CheckTwoMustSame(&copy[2], &musts[2]), 1u);
-
-    /* Drop "a" and "c": the caller clears their conditions first. */
-    KZ_DICT_Remove(dict(), musts[0].cond);
-    musts[0].cond = nullptr;
-    KZ_DICT_Remove(dict(), musts[2].cond);
-    musts[2].cond = nullptr;
-    ASSERT_EQ(KZS_NODE_SubtractMustsArray(dict(), &musts, &count, 3), KZ_OK);
-    ASSERT_EQ(count, 1u);
-    EXPECT_STREQ(musts[0].cond, "b");
-    KZS_NODE_FreeMusts(dict(), musts, count);
-    KZS_NODE_FreeMusts(dict(), copy, 3);
-
-    KzsLeafListInfo info{};
-    const char *first[] = {"1", "2"};
-    const char *second[] = {"3"};
-    ASSERT_EQ(KZS_NODE_AppendLeaflistDefaults(dict(), &info, 2, first), KZ_OK);
-    ASSERT_EQ(KZS_NODE_AppendLeaflistDefaults(dict(), &info, 1, second), KZ_OK);
-    ASSERT_EQ(info.defaultCount, 3u);
-    KZ_DICT_Remove(dict(), info.defaults[1]);
-    info.defaults[1] = nullptr;
-    ASSERT_EQ(KZS_NODE_SubtractLeaflistDefaults(dict(), &info, 3, 0), KZ_OK);
-    ASSERT_EQ(info.defaultCount, 2u);
-    EXPECT_STREQ(info.defaults[0], "1");
-    EXPECT_STREQ(info.defaults[1], "3");
-    KZS_NODE_FreeDefaults(dict(), info.defaults, info.defaultCount);
-}
-
+/* Must and default arrays are added to and subtracted from by every deviate
+ * kind in test_couple_deviation.cpp, which also checks the exact undo. */
 TEST_F(SchemaNodeCond, IfFeatureArraysCompareInOrder)
 {
     KzsIfFeature *a = nullptr;

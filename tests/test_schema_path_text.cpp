@@ -1,12 +1,7 @@
 // Path texts: prefixed paths to module-qualified form, target-path splitting.
-#include <gtest/gtest.h>
 
-#include <string>
-
-#include "base/kz_mem.h"
 #include "test_support.h"
 #include "schema/kzs_mod.h"
-#include "xpath/kz_xpath.h"
 
 namespace {
 

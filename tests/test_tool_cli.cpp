@@ -1,9 +1,6 @@
 // The korla command-line tool, run as a process on the bundled examples.
-#include <gtest/gtest.h>
 #include <sys/wait.h>
-
-#include <cstdio>
-#include <string>
+#include "test_support.h"
 
 namespace {
 

@@ -1,13 +1,8 @@
 // A bad pattern in a loaded module: refused values, and libxml2's error
 // output left as the embedding process set it.
-#include <gtest/gtest.h>
 #include <libxml/xmlerror.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <string>
-
-#include "korla.h"
+#include "test_support.h"
 
 namespace {
 

@@ -1,15 +1,10 @@
 // Type statements: built-in names, counting and marking of sub-elements,
 // constraint entries, derived references, copy and destroy.
-#include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
+#include "test_support.h"
 
-#include "types_fixture.h"
-
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 class TypesParse : public TypesFixture {};
 
@@ -28,21 +23,14 @@ const SegInt64 &RawSeg(const KztRealType &rt, uint16_t entry, uint16_t i)
 
 } // namespace
 
-TEST(TypesBuiltIn, EveryBuiltInNameMapsToItsCode)
+TEST(TypesBuiltIn, ExactNamesOnlyAreBuiltIn)
 {
-    const std::pair<const char *, KztBaseType> names[] = {
-        {"binary", 1},  {"bits", 2},    {"boolean", 3}, {"decimal64", 4}, {"empty", 5},
-        {"enumeration", 6}, {"identityref", 7}, {"instance-identifier", 8}, {"int8", 9},
-        {"int16", 10},  {"int32", 11},  {"int64", 12},  {"leafref", 13},  {"string", 14},
-        {"uint8", 15},  {"uint16", 16}, {"uint32", 17}, {"uint64", 18},   {"union", 19},
-    };
-    for (const auto &[name, code] : names) {
-        EXPECT_EQ(KZT_LOADER_GetBaseTypeFromTypeName(name), code) << name;
+    const char *names[] = {"binary", "bits", "boolean", "decimal64", "empty", "enumeration", "identityref",
+                           "instance-identifier", "int8", "int16", "int32", "int64", "leafref", "string",
+                           "uint8", "uint16", "uint32", "uint64", "union"};
+    for (KztBaseType code = 1; code <= 19; ++code) {
+        EXPECT_EQ(KZT_LOADER_GetBaseTypeFromTypeName(names[code - 1]), code) << names[code - 1];
     }
-}
-
-TEST(TypesBuiltIn, NearMissesAreDerivedNames)
-{
     // Case, prefixes, truncations and extensions all name typedefs.
     for (const char *name : {"Int8", "INT8", "int", "uint", "int8 ", " int8", "p:int8", "int128", "strings",
                              "b", "bool", "x", "", "unionx", "enumerations"}) {
@@ -53,7 +41,7 @@ TEST(TypesBuiltIn, NearMissesAreDerivedNames)
 
 TEST(TypesCount, CountsEachKindAndMarksElements)
 {
-    auto doc = kzt_test::ParseYin(TypeYin(
+    auto doc = kztest::ParseXml(TypeYin(
         "union",
         "<type name=\"int8\"/><range value=\"1\"/><description><text>d</text></description>"
         "<pattern value=\"a\"/><pattern value=\"b\"/><bit name=\"x\"/><base name=\"i\"/>"
@@ -91,7 +79,7 @@ TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArray)
 TEST_F(TypesParse, TypeWithoutNameFails)
 {
     KztRealType rt{};
-    auto doc = kzt_test::ParseYin("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
+    auto doc = kztest::ParseXml("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
     EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, &rt), 22u);
     EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, nullptr), 22u);
     Destroy(&rt);
@@ -187,22 +175,16 @@ TEST_F(TypesParse, CopyIsIndependentOfItsSource)
 
     KztRealType *copy = KZT_TYPE_CopyNytRealType(&ctx_.dict, &rt);
     ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(copy->baseType, rt.baseType);
-    EXPECT_EQ(copy->rngLenFlags, rt.rngLenFlags);
-    ASSERT_EQ(copy->consCount, rt.consCount);
-    EXPECT_NE(copy->constraints, rt.constraints);
-    for (uint16_t i = 0; i < rt.consCount; ++i) {
-        EXPECT_EQ(copy->constraints[i].consType, rt.constraints[i].consType);
-        EXPECT_NE(copy->constraints[i].consData, rt.constraints[i].consData);
-    }
-    auto *src = static_cast<KztConsDataRange *>(rt.constraints[2].consData);
-    auto *dst = static_cast<KztConsDataRange *>(copy->constraints[2].consData);
-    ASSERT_EQ(dst->segCount, src->segCount);
-    EXPECT_EQ(std::memcmp(dst->segs, src->segs, static_cast<size_t>(src->segCount) * src->segSize), 0);
+    ASSERT_EQ(copy->consCount, 3u);
     EXPECT_EQ(Leaked(), 2 * afterParse); // every string referenced once more
 
-    // Destroying the source first must leave the copy intact.
+    // Destroying the source first must leave the copy intact, its segments too.
     Destroy(&rt);
+    KztValCheckCtx chk{};
+    chk.baseType = 14;
+    chk.curRealType = copy;
+    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(KZT_TYPE_GetTypeConsDataByConsType(copy, KZT_CONS_LENGTH),
+                                                          KZ_VAL_INPUT_STRING, "123456789", &chk), 0u);
     const char *modName = nullptr;
     EXPECT_STREQ(KZT_TYPE_GetInheritedTypDefName(copy, &modName), "t");
     EXPECT_STREQ(modName, "m");
@@ -257,7 +239,7 @@ uint32_t LogFillOne(KzCtx *, KzMod *, void *seg, uint8_t *aux, xmlNode *elem)
 
 TEST_F(TypesParse, SegmentFillerVisitsMarkedChildrenUpToCount)
 {
-    auto doc = kzt_test::ParseYin(
+    auto doc = kztest::ParseXml(
         TypeYin("bits", "<bit name=\"a\"/><enum name=\"skip\"/><bit name=\"b\"/><bit name=\"c\"/>"));
     xmlNode *type = xmlDocGetRootElement(doc.get());
     uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
@@ -296,17 +278,14 @@ TEST(TypesSystemCheck, InputKindsAndTypesWithoutCheck)
     // Enumerations are checked by their constraint only.
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(6, KZ_VAL_INPUT_STRING, "anything", &chk), 0u);
 
-    auto doc = kzt_test::ParseYin("<v>-7</v>");
+    auto doc = kztest::ParseXml("<v>-7</v>");
     xmlNode *v = xmlDocGetRootElement(doc.get());
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(10, KZ_VAL_INPUT_XMLNODE, v, nullptr), 0u);
     EXPECT_EQ(KZT_TYPE_CheckBaseTypeSystemRestriction(15, KZ_VAL_INPUT_XMLNODE, v, nullptr), 28680u);
 }
 
-TEST(TypesDispatch, LengthSharesTheRangeBodyAndIndexesAreBounded)
+TEST(TypesDispatch, IndexesAreBounded)
 {
-    EXPECT_EQ(KZT_CONS_GetConsDataCreateBodyFunc(5), KZT_CONS_GetConsDataCreateBodyFunc(8));
-    EXPECT_EQ(KZT_CONS_GetConsDataCopyBodyFunc(5), KZT_CONS_GetConsDataCopyBodyFunc(8));
-    EXPECT_EQ(KZT_CONS_GetConsDataDestroyBodyFunc(5), KZT_CONS_GetConsDataDestroyBodyFunc(8));
     EXPECT_EQ(KZT_CONS_GetConsDataCreateBodyFunc(10), nullptr);
     EXPECT_EQ(KZT_LOADER_GetConsDataFillAllSegFunc(0xFFFFFFFFu), nullptr);
     EXPECT_EQ(KZT_CONS_GetBaseTypeDefRestrictCheckFunc(20), nullptr);

@@ -1,16 +1,13 @@
-// Range and length expressions, integer bounds, decimal64 scaling and the
-// checks of values against segments.
-#include <gtest/gtest.h>
+// Range and length expressions, their segments per width, decimal64 scaling
+// and segment comparison.  Values against whole types are tabled in
+// test_types_values_modules.cpp.
 
-#include <cstring>
 #include <deque>
-#include <string>
-#include <vector>
 
-#include "types_fixture.h"
+#include "test_support.h"
 
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 namespace {
 
@@ -258,42 +255,6 @@ TEST_F(TypesRangeLoad, LengthSegmentWidthFollowsDerivationAndMinMax)
 
 /* ---- Built-in bounds ------------------------------------------------------------- */
 
-TEST(TypesIntBounds, EveryWidthAtItsEdges)
-{
-    struct Row {
-        KztBaseType base;
-        const char *ok[2];
-        const char *bad[2];
-    };
-    const Row rows[] = {
-        {9, {"-128", "127"}, {"-129", "128"}},
-        {10, {"-32768", "32767"}, {"-32769", "32768"}},
-        {11, {"-2147483648", "2147483647"}, {"-2147483649", "2147483648"}},
-        {12, {"-9223372036854775808", "9223372036854775807"}, {"-9223372036854775809", "9223372036854775808"}},
-        {15, {"0", "255"}, {"-1", "256"}},
-        {16, {"0", "65535"}, {"-1", "65536"}},
-        {17, {"0", "4294967295"}, {"-1", "4294967296"}},
-        {18, {"0", "18446744073709551615"}, {"-0", "18446744073709551616"}},
-    };
-    for (const Row &r : rows) {
-        for (const char *v : r.ok) {
-            KztValCheckCtx chk{};
-            EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(r.base, v, &chk), 0u) << r.base << " " << v;
-        }
-        for (const char *v : r.bad) {
-            KztValCheckCtx chk{};
-            EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(r.base, v, &chk), 28680u) << r.base << " " << v;
-        }
-    }
-    // Only white space may surround the number.
-    KztValCheckCtx chk{};
-    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(9, " 5 \t\n", &chk), 0u);
-    for (const char *bad : {"5x", "5 x", "", "5.0", "0x10"}) {
-        EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(9, bad, &chk), 28680u) << bad;
-    }
-    EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictRange(14, "5", &chk), 28680u);
-}
-
 /* ---- decimal64 --------------------------------------------------------------------- */
 
 TEST(TypesDecimal64, ConversionWithTwoFractionDigits)
@@ -344,109 +305,6 @@ TEST(TypesDecimal64, BuiltInCheckNeedsFractionDigits)
     EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, nullptr, &chk), 28680u);
 }
 
-/* ---- Values against segments ---------------------------------------------------------- */
-
-class TypesRangeCheck : public TypesFixture {
-protected:
-    void TearDown() override
-    {
-        for (KztRealType &rt : types_) {
-            Destroy(&rt);
-        }
-        EXPECT_EQ(Leaked(), 0u);
-        TypesFixture::TearDown();
-    }
-
-    KztRealType *Load(const std::string &name, const std::string &body)
-    {
-        types_.emplace_back();
-        KztRealType *rt = &types_.back();
-        EXPECT_EQ(ParseType(TypeYin(name, body), rt), 0u) << name << " " << body;
-        return rt;
-    }
-
-    // Runs one type's range check as the chain walk does: its own base type
-    // (or the chain's built-in one) in the context, the type as current.
-    uint32_t CheckRange(KztRealType *rt, const char *value, KztValCheckCtx *chk, KztBaseType chainBase = 0)
-    {
-        chk->curRealType = rt;
-        chk->baseType = rt->baseType != 0 ? rt->baseType : chainBase;
-        void *body = KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_RANGE);
-        return KZT_CONS_ValidateValueNodeAgainstDataRange(body, KZ_VAL_INPUT_STRING, value, chk);
-    }
-
-    std::deque<KztRealType> types_;
-};
-
-TEST_F(TypesRangeCheck, GapsBetweenSegments)
-{
-    KztRealType *rt = Load("int8", "<range value=\"1..10 | 20..max\"/>");
-    auto *body = static_cast<KztConsDataRange *>(KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_RANGE));
-    const auto *segs = static_cast<const KztSegInt8 *>(body->segs);
-    SegInt64 fifteen{15, 0, KZT_SEGF_SIGNED};
-    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegInt8Signed(&fifteen, &segs[0], nullptr), 22u);
-    EXPECT_EQ(KZT_CONS_CheckValueAgainstRangeSegInt8Signed(&fifteen, &segs[1], nullptr), 4097u);
-
-    for (const char *v : {"1", "10", "20", "127", " 5 "}) {
-        KztValCheckCtx chk{};
-        EXPECT_EQ(CheckRange(rt, v, &chk), 0u) << v;
-    }
-    for (const char *v : {"0", "15", "11", "19", "-1", "128", "x"}) {
-        KztValCheckCtx chk{};
-        EXPECT_EQ(CheckRange(rt, v, &chk), 28680u) << v;
-    }
-}
-
-TEST_F(TypesRangeCheck, UnsignedAndWideWidths)
-{
-    KztRealType *u64 = Load("uint64", "<range value=\"10..20 | 18446744073709551610..max\"/>");
-    KztRealType *i64 = Load("int64", "<range value=\"min..-9223372036854775800 | 0\"/>");
-    KztRealType *u32 = Load("uint32", "<range value=\"4294967290..max\"/>");
-    struct Row {
-        KztRealType *rt;
-        const char *value;
-        uint32_t ret;
-    };
-    const Row rows[] = {
-        {u64, "15", 0}, {u64, "18446744073709551615", 0}, {u64, "18446744073709551609", 28680}, {u64, "9", 28680},
-        {i64, "-9223372036854775808", 0}, {i64, "-9223372036854775799", 28680}, {i64, "0", 0}, {i64, "1", 28680},
-        {u32, "4294967295", 0}, {u32, "4294967289", 28680}, {u32, "4294967296", 28680},
-    };
-    for (const Row &r : rows) {
-        KztValCheckCtx chk{};
-        EXPECT_EQ(CheckRange(r.rt, r.value, &chk), r.ret) << r.value;
-    }
-}
-
-TEST_F(TypesRangeCheck, Decimal64Range)
-{
-    KztRealType *rt = Load("decimal64", "");
-    // Give the type its digits and a range as the loader would with fraction-digits 2.
-    KZT_TYPE_DestroyTypeConstraintArray(&ctx_.dict, rt);
-    ASSERT_EQ(KZT_TYPE_ExpandConstraintArray(rt, 2), 0u);
-    rt->constraints[0] = {KZT_CONS_FRACTION, KZT_CONS_CreateConsDataBodyWithFraction(0)};
-    static_cast<KztConsDataFraction *>(rt->constraints[0].consData)->fracDigits = 2;
-    rt->constraints[1] = {KZT_CONS_RANGE, KZT_CONS_CreateConsDataBodyWithRange(0)};
-    rt->consCount = 2;
-    auto doc = kzt_test::ParseYin(TypeYin("decimal64", "<range value=\"-1.5..12.34\"/>"));
-    xmlNode *type = xmlDocGetRootElement(doc.get());
-    uint16_t counters[KZT_TYPE_COUNTER_NUM] = {};
-    KZT_LOADER_CountAndMarkTypeSubElem(type, counters);
-    KztConsFillArg arg{rt, &rt->constraints[1], 1};
-    ASSERT_EQ(KZT_LOADER_FillConsDataAndAllRangeSeg(&ctx_, &mod_, type, &arg), 0u);
-
-    for (const char *v : {"12.34", "-1.5", "0", "+12"}) {
-        KztValCheckCtx chk{};
-        chk.fracDigits = 2;
-        EXPECT_EQ(CheckRange(rt, v, &chk), 0u) << v;
-    }
-    for (const char *v : {"12.35", "-1.51", "12.345", "13"}) {
-        KztValCheckCtx chk{};
-        chk.fracDigits = 2;
-        EXPECT_EQ(CheckRange(rt, v, &chk), 28680u) << v;
-    }
-}
-
 TEST(TypesSegCompare, DerivedSegmentsAndMixedSigns)
 {
     const SegInt64 signedSeg{-10, 10, KZT_SEGF_SIGNED};
@@ -486,54 +344,16 @@ TEST(TypesSegCompare, DerivedSegmentsAndMixedSigns)
 
 /* ---- Lengths -------------------------------------------------------------------------- */
 
-TEST_F(TypesRangeCheck, StringAndBinaryLengths)
+TEST_F(TypesRangeLoad, DerivedLengthWithMinScansAsMin)
 {
-    KztRealType *str = Load("string", "<length value=\"2..4\"/>");
-    void *body = KZT_TYPE_GetTypeConsDataByConsType(str, KZT_CONS_LENGTH);
-    auto check = [&](const char *v, KztValCheckCtx chk) {
-        chk.curRealType = str;
-        return KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, v, &chk);
-    };
-    KztValCheckCtx plain{};
-    plain.baseType = 14;
-    EXPECT_EQ(check("ab", plain), 0u);
-    EXPECT_EQ(check("abcd", plain), 0u);
-    EXPECT_EQ(check("a", plain), 28677u);
-    EXPECT_EQ(check("abcde", plain), 28677u);
-    EXPECT_EQ(check("\xc3\xa9\xc3\xa9\xc3\xa9", plain), 28677u); // bytes, not characters
-    EXPECT_EQ(check(nullptr, plain), 28677u);
-
-    KztValCheckCtx bin{};
-    bin.baseType = 1;
-    bin.binLen = 3;
-    EXPECT_EQ(check("this text is not what counts", bin), 0u);
-    bin.binLen = 5;
-    EXPECT_EQ(check("QUJD", bin), 28677u);
-
-    KztValCheckCtx nested{};
-    nested.baseType = 14;
-    nested.explicitCnt = 2;
-    EXPECT_EQ(check("abcdefgh", nested), 0u);
-}
-
-TEST_F(TypesRangeCheck, DerivedLengthWithMinUsesTheParentStart)
-{
-    KztRealType *rt = Load("name-t", "<length value=\"min..3\"/>");
-    void *body = KZT_TYPE_GetTypeConsDataByConsType(rt, KZT_CONS_LENGTH);
-    KztValCheckCtx chk{};
-    chk.baseType = 14;
-    chk.storeParent = 1;
-    chk.curRealType = rt;
-    chk.parentMinMax = SegInt64{2, 10, KZT_SEGF_UNSIGNED};
-    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "abc", &chk), 0u);
-    chk.parentMinMax = SegInt64{2, 10, KZT_SEGF_UNSIGNED};
-    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "a", &chk), 28677u);
-    EXPECT_EQ(KZT_CONS_ValidateValueNodeAgainstDataLength(body, KZ_VAL_INPUT_STRING, "abcd", &chk), 28677u);
-
+    KztRealType rt{};
+    ASSERT_EQ(ParseType(TypeYin("name-t", "<length value=\"min..3\"/>"), &rt), 0u);
     std::vector<Bounds> b;
-    ASSERT_EQ(KZT_CONS_ScanStartEndPairsWithLength(body, rt->baseType, CollectBounds, &b), 0u);
+    void *body = KZT_TYPE_GetTypeConsDataByConsType(&rt, KZT_CONS_LENGTH);
+    ASSERT_EQ(KZT_CONS_ScanStartEndPairsWithLength(body, rt.baseType, CollectBounds, &b), 0u);
     ASSERT_EQ(b.size(), 1u);
     EXPECT_EQ(b[0].startFlags, KZ_BOUND_UNSIGNED | KZ_BOUND_MIN);
     EXPECT_EQ(b[0].end, 3);
     EXPECT_EQ(b[0].endFlags, KZ_BOUND_UNSIGNED);
+    Destroy(&rt);
 }

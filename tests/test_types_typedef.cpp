@@ -1,27 +1,17 @@
 // Typedef statements, union members, restrictions of several kinds together,
 // and the binding of derived references to a module's typedefs.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "schema/kzs_diag.h"
-#include "types_fixture.h"
+#include "test_support.h"
 
-using kzt_test::TypeYin;
-using kzt_test::TypesFixture;
+using kztest::TypeYin;
+using kztest::TypesFixture;
 
 namespace {
 
-uint32_t CollectMessage(const char *, const char *, uint32_t, const char *message, const KzSysTime *, void *arg)
-{
-    static_cast<std::vector<std::string> *>(arg)->emplace_back(message);
-    return 0;
-}
-
 std::string TypedefYin(const std::string &attrs, const std::string &body)
 {
-    return "<typedef xmlns=\"" + std::string(kzt_test::kYinNs) + "\"" + attrs + ">" + body + "</typedef>";
+    return "<typedef xmlns=\"" + std::string(kztest::kYinNs) + "\"" + attrs + ">" + body + "</typedef>";
 }
 
 } // namespace
@@ -43,7 +33,7 @@ protected:
 
     uint32_t ParseTypedef(const std::string &yin, KzsTypedef *tdef)
     {
-        doc_ = kzt_test::ParseYin(yin);
+        doc_ = kztest::ParseXml(yin);
         if (!doc_) {
             ADD_FAILURE() << "bad XML: " << yin;
             return 1;
@@ -54,8 +44,7 @@ protected:
     // Recorded messages of module "m"; clearing them releases the interned module name.
     std::vector<std::string> TakeMessages()
     {
-        std::vector<std::string> out;
-        KZ_CTX_ScanAllSchemaLoadFail(&ctx_, CollectMessage, &out);
+        std::vector<std::string> out = kztest::LoadMessages(&ctx_);
         KZ_CTX_DeleteErrNodeByModName(ctx_.errMng, "m");
         return out;
     }

@@ -1,29 +1,15 @@
 /* Value checks through loaded modules: typedef chains with ranges, enum and
  * bits numbering, identityrefs across modules, unions, leafrefs, patterns,
  * binary lengths, deep chains, and checks running on several threads. */
-#include <gtest/gtest.h>
-
-#include <libxml/parser.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "korla.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "test_support.h"
-#include "types/kzt_cons.h"
 
 namespace {
 
-std::string Module(const std::string &name, const std::string &body, const std::string &extraNs = "")
-{
-    return "<module name=\"" + name + "\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:" + name +
-           "=\"urn:" + name + "\"" + extraNs + ">\n<namespace uri=\"urn:" + name + "\"/>\n<prefix value=\"" +
-           name + "\"/>\n" + body + "</module>\n";
-}
+using kztest::Module;
 
 const char *kValBody = R"(
 <typedef name="pct"><type name="int32"><range value="0..100"/></type></typedef>
@@ -51,6 +37,19 @@ const char *kValBody = R"(
   <pattern value="admin"><modifier value="invert-match"/></pattern>
 </type></leaf>
 <leaf name="blob"><type name="binary"><length value="2..3"/></type></leaf>
+<leaf name="bin0"><type name="binary"><length value="0"/></type></leaf>
+<leaf name="bin1"><type name="binary"><length value="1"/></type></leaf>
+<leaf name="bin4"><type name="binary"><length value="4"/></type></leaf>
+<leaf name="yes"><type name="boolean"/></leaf>
+<leaf name="s24"><type name="string"><length value="2..4"/></type></leaf>
+<leaf name="i8gap"><type name="int8"><range value="1..10 | 20..max"/></type></leaf>
+<leaf name="u64r"><type name="uint64"><range value="10..20 | 18446744073709551610..max"/></type></leaf>
+<leaf name="i64r"><type name="int64"><range value="min..-9223372036854775800 | 0"/></type></leaf>
+<leaf name="u32r"><type name="uint32"><range value="4294967290..max"/></type></leaf>
+<leaf name="w-int16"><type name="int16"/></leaf><leaf name="w-int32"><type name="int32"/></leaf>
+<leaf name="w-int64"><type name="int64"/></leaf><leaf name="w-uint16"><type name="uint16"/></leaf>
+<leaf name="w-uint32"><type name="uint32"/></leaf><leaf name="w-uint64"><type name="uint64"/></leaf>
+<leaf name="none"><type name="empty"/></leaf>
 <leaf name="ref"><type name="leafref"><path value="../i8"/></type></leaf>
 <leaf name="dangling"><type name="leafref"><path value="../nothing"/></type></leaf>
 <leaf name="price"><type name="decimal64"><fraction-digits value="2"/><range value="-1.5..12.34 | 100"/></type></leaf>
@@ -96,7 +95,28 @@ TEST_F(TypesValuesModule, ValueChecksAlongTypedefChains)
         uint32_t rc;
     };
     const Case cases[] = {
-        {"i8", "127", 0}, {"i8", "128", kRange}, {"i8", "-128", 0}, {"i8", "5 \t\n", 0},
+        /* Every built-in width at its edges; only white space may surround the number. */
+        {"i8", "127", 0}, {"i8", "128", kRange}, {"i8", "-128", 0}, {"i8", "-129", kRange}, {"i8", " 5 \t\n", 0},
+        {"i8", "5x", kRange}, {"i8", "5 x", kRange}, {"i8", "", kRange}, {"i8", "5.0", kRange}, {"i8", "0x10", kRange},
+        {"w-int16", "-32768", 0}, {"w-int16", "32767", 0}, {"w-int16", "-32769", kRange}, {"w-int16", "32768", kRange},
+        {"w-int32", "-2147483648", 0}, {"w-int32", "2147483647", 0}, {"w-int32", "-2147483649", kRange},
+        {"w-int32", "2147483648", kRange}, {"w-int64", "-9223372036854775808", 0},
+        {"w-int64", "9223372036854775807", 0}, {"w-int64", "-9223372036854775809", kRange},
+        {"w-int64", "9223372036854775808", kRange}, {"small", "255", 0}, {"small", "-1", kRange},
+        {"w-uint16", "65535", 0}, {"w-uint16", "65536", kRange}, {"w-uint16", "-1", kRange},
+        {"w-uint32", "4294967295", 0}, {"w-uint32", "4294967296", kRange}, {"w-uint64", "0", 0},
+        {"w-uint64", "18446744073709551615", 0}, {"w-uint64", "18446744073709551616", kRange},
+        {"w-uint64", "-0", kRange},
+        /* Gaps between segments, and the widest widths. */
+        {"i8gap", "1", 0}, {"i8gap", "10", 0}, {"i8gap", "20", 0}, {"i8gap", "127", 0}, {"i8gap", "0", kRange},
+        {"i8gap", "11", kRange}, {"i8gap", "19", kRange}, {"i8gap", "-1", kRange}, {"i8gap", "128", kRange},
+        {"u64r", "15", 0}, {"u64r", "18446744073709551615", 0}, {"u64r", "18446744073709551609", kRange},
+        {"u64r", "9", kRange}, {"i64r", "-9223372036854775808", 0}, {"i64r", "-9223372036854775799", kRange},
+        {"i64r", "0", 0}, {"i64r", "1", kRange}, {"u32r", "4294967295", 0}, {"u32r", "4294967289", kRange},
+        {"u32r", "4294967296", kRange},
+        /* Lengths count bytes, not characters. */
+        {"s24", "ab", 0}, {"s24", "abcd", 0}, {"s24", "a", kLength}, {"s24", "abcde", kLength},
+        {"s24", "\xc3\xa9\xc3\xa9\xc3\xa9", kLength},
         /* narrow: pct 0..100 refined to 10..20; the built-in bounds are always checked. */
         {"narrow", "15", 0}, {"narrow", "50", kRange}, {"narrow", "5", kRange}, {"narrow", "4294967296", kRange},
         /* min..20 takes its "min" from pct, whose range is checked as well. */
@@ -112,12 +132,24 @@ TEST_F(TypesValuesModule, ValueChecksAlongTypedefChains)
         {"code", "abc", 0}, {"code", "", kLength}, {"code", "abcd", kLength},
         {"small", "10", 0}, {"small", "255", 0}, {"small", "15", kRange}, {"small", "0", kRange},
         {"small", "256", kRange},
-        {"color", "d", 0}, {"color", "f", KZ_VAL_ERR_ENUM},
-        {"flags", "x z", 0}, {"flags", "", 0}, {"flags", "x x", KZ_VAL_ERR_BITS}, {"flags", "x,z", KZ_VAL_ERR_BITS},
+        /* Enumeration names are exact. */
+        {"color", "d", 0}, {"color", "f", KZ_VAL_ERR_ENUM}, {"color", "A", KZ_VAL_ERR_ENUM},
+        {"color", "a ", KZ_VAL_ERR_ENUM}, {"color", "", KZ_VAL_ERR_ENUM},
+        /* Bits in any order, each once, separated by white space only. */
+        {"flags", "x z", 0}, {"flags", "z x", 0}, {"flags", "x\t y\nz", 0}, {"flags", "", 0},
+        {"flags", "x x", KZ_VAL_ERR_BITS}, {"flags", "x,z", KZ_VAL_ERR_BITS}, {"flags", " x", KZ_VAL_ERR_BITS},
+        {"flags", "x ", KZ_VAL_ERR_BITS}, {"flags", "w", KZ_VAL_ERR_BITS}, {"flags", "x y z x", KZ_VAL_ERR_BITS},
         {"name", "root", 0}, {"name", "admin", KZ_VAL_ERR_PATTERN}, {"name", "Root", KZ_VAL_ERR_PATTERN},
         {"ref", "5", 0}, {"ref", "300", kRange}, {"dangling", "5", KZ_VAL_ERR_LEAFREF},
-        {"blob", "QUI=", 0}, {"blob", "QUJD", 0}, /* 2 and 3 bytes */
+        /* Base64: the decoded length counts; outer white space and foreign characters are tolerated. */
+        {"blob", "QUI=", 0}, {"blob", "QUJD", 0}, {"bin1", "QQ==", 0}, {"bin4", "QUJDRA==", 0},
+        {"blob", " \n QUJD\t\n ", 0}, {"bin0", "", 0}, {"bin0", "  \t", 0}, {"blob", "QU!D", 0}, {"blob", "a/b=", 0},
         {"blob", "QQ==", kLength}, {"blob", "QUJDRA==", kLength}, {"blob", "QUJ", KZ_VAL_ERR_BINARY},
+        {"blob", "Q===", KZ_VAL_ERR_BINARY}, {"blob", "QU=D", KZ_VAL_ERR_BINARY}, {"blob", "Q==/", KZ_VAL_ERR_BINARY},
+        {"bin4", "QUJD\nQUJD", KZ_VAL_ERR_BINARY}, /* an inner line feed counts towards the length */
+        {"yes", "true", 0}, {"yes", "false", 0}, {"yes", "True", KZ_VAL_ERR_BOOLEAN}, {"yes", " true", KZ_VAL_ERR_BOOLEAN},
+        {"yes", "false ", KZ_VAL_ERR_BOOLEAN}, {"yes", "1", KZ_VAL_ERR_BOOLEAN}, {"yes", "", KZ_VAL_ERR_BOOLEAN},
+        {"none", "", 0}, {"none", " ", KZ_VAL_ERR_EMPTY},
     };
     for (const Case &c : cases) {
         EXPECT_EQ(Check("vt", c.leaf, c.value), c.rc) << c.leaf << " = \"" << c.value << '"';
@@ -143,25 +175,19 @@ uint32_t CollectNameValue(const char *name, int64_t value, const char *desc, voi
     return 0;
 }
 
-TEST_F(TypesValuesModule, EnumAndBitsNumbering)
+TEST_F(TypesValuesModule, EnumAndBitsNumberingAndDescriptionsOnlyWhenAsked)
 {
+    auto pairs = [this](const char *leaf) {
+        std::vector<std::string> seen;
+        EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", leaf)), CollectNameValue, &seen), 0u);
+        return seen;
+    };
     Load(0, {Module("vt", kValBody)});
-    std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
-    EXPECT_EQ(seen, (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
-    seen.clear();
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "flags")), CollectNameValue, &seen), 0u);
-    EXPECT_EQ(seen, (std::vector<std::string>{"x=0", "y=3", "z=4"}));
-
-}
-
-TEST_F(TypesValuesModule, EnumDescriptionsOnlyWhenAsked)
-{
-    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
-    std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", "color")), CollectNameValue, &seen), 0u);
+    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
+    EXPECT_EQ(pairs("flags"), (std::vector<std::string>{"x=0", "y=3", "z=4"}));
     /* The first sentence only; a text starting with "." keeps nothing. */
-    EXPECT_EQ(seen, (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
+    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
+    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
 }
 
 TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
@@ -192,19 +218,26 @@ TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
     EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("b1", bits).c_str()), 0u);
 }
 
-TEST_F(TypesValuesModule, UnionOrderAndMatchedMember)
+// The member types of a union leaf, in order.
+std::vector<KztRealType *> Members(KzsNode *leaf)
 {
-    Load(0, {Module("vt", kValBody)});
     std::vector<KztRealType *> members;
     KZ_TYPE_ScanUnionSubType(
-        KZ_NODE_GetRealType(Leaf("vt", "u")),
+        KZ_NODE_GetRealType(leaf),
         [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
             static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
             return 0;
         },
         &members);
-    ASSERT_EQ(members.size(), 2u);
+    return members;
+}
+
+TEST_F(TypesValuesModule, UnionOrderAndMatchedMember)
+{
+    Load(0, {Module("vt", kValBody)});
     KzsNode *u = Leaf("vt", "u");
+    std::vector<KztRealType *> members = Members(u);
+    ASSERT_EQ(members.size(), 2u);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "5"), members[0]);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "500"), members[1]);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "x"), members[1]);
@@ -241,14 +274,7 @@ TEST_F(TypesValuesModule, LeafrefAsUnionMemberUsesItsOwnPath)
     Load(0, {Module("vt", kValBody)});
     KzsNode *n = Leaf("vt", "refOrName");
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "-5"), KZ_NODE_GetRealType(Leaf("vt", "i8")));
-    std::vector<KztRealType *> members;
-    KZ_TYPE_ScanUnionSubType(
-        KZ_NODE_GetRealType(n),
-        [](const char *, const char *, KztRealType *rt, void *arg) -> uint32_t {
-            static_cast<std::vector<KztRealType *> *>(arg)->push_back(rt);
-            return 0;
-        },
-        &members);
+    std::vector<KztRealType *> members = Members(n);
     ASSERT_EQ(members.size(), 2u);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(n, KZ_VAL_INPUT_STRING, "500"), members[1]);
 }
@@ -356,20 +382,19 @@ TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
         const char *xml;
         uint32_t rc;
     } cases[] = {
-        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:aes256</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\" xmlns:y=\"urn:ida\">y:crypto</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\">aes</alg>", 0u},          /* default namespace */
-        {"<alg xmlns=\"urn:ida\">crypto</alg>", 0u},
-        {"<alg xmlns=\"urn:idb\">q:aes</alg>", KZ_VAL_ERR_IDENTREF},  /* unknown prefix */
+        {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:aes256</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\" xmlns:y=\"urn:test:ida\">y:crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\">aes</alg>", 0u},          /* default namespace */
+        {"<alg xmlns=\"urn:test:ida\">crypto</alg>", 0u},
+        {"<alg xmlns=\"urn:test:idb\">q:aes</alg>", KZ_VAL_ERR_IDENTREF},  /* unknown prefix */
         {"<alg xmlns=\"urn:other\">aes</alg>", KZ_VAL_ERR_IDENTREF},  /* no such module */
-        {"<alg xmlns=\"urn:idb\" xmlns:x=\"urn:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
-        {"<alg xmlns=\"urn:idb\"/>", KZ_VAL_ERR_IDENTREF},
+        {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
+        {"<alg xmlns=\"urn:test:idb\"/>", KZ_VAL_ERR_IDENTREF},
     };
     for (const Case &c : cases) {
-        xmlDocPtr doc = xmlReadMemory(c.xml, static_cast<int>(strlen(c.xml)), nullptr, nullptr, 0);
+        kztest::DocPtr doc = kztest::ParseXml(c.xml, 0);
         ASSERT_NE(doc, nullptr) << c.xml;
-        EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc)), c.rc) << c.xml;
-        xmlFreeDoc(doc);
+        EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc.get())), c.rc) << c.xml;
     }
 }
 

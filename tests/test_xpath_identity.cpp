@@ -1,15 +1,5 @@
 // derived-from and derived-from-or-self against identities of a loaded module.
-#include <gtest/gtest.h>
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
-#include <cstring>
-
-#include "korla.h"
-#include "data/kzd_valid.h"
-#include "schema/kzs_mod.h"
-#include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
 #include "test_support.h"
 
@@ -42,12 +32,13 @@ protected:
         ASSERT_STREQ(leaf_->name, "type");
     }
 
-    // Parses an instance <top> holding the given <type> element and binds it as a
-    // validation does.
+    // Parses an instance <top> holding the given <type> element and binds it.
     xmlNode *Instance(const char *typeElem)
     {
         doc_ = kztest::ParseXml(std::string("<top xmlns=\"urn:idm\" xmlns:x=\"urn:idm\">") + typeElem +
                                 "<label>l</label></top>");
+        // Bound as a validation binds it: schema nodes on the elements, the
+        // validator's value accessor on the document.
         doc_->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
         xmlNode *top = xmlDocGetRootElement(doc_.get());
         top->_private = top_;

@@ -1,22 +1,15 @@
 // The YANG text front end: the argument text each lexical rule gives, the
 // position and message of each syntax fault, the YIN form of extension
 // instances, and where the loader finds .yang files.
-#include <gtest/gtest.h>
-
-#include <libxml/tree.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <string>
-#include <vector>
-
-#include "loader_test_util.h"
-#include "base/kz_dir_cache.h"
 #include "test_support.h"
+#include "base/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
 
-using loadertest::ScratchDir;
+using kztest::ScratchDir;
 using kztest::DocPtr;
 
 namespace {
@@ -206,7 +199,7 @@ TEST(YangRead, LoaderFindsYangAfterYin)
                 ch = (ch == '.' || ch == '@' || ch == '-') ? '_' : ch;
             }
             if (file == "m.yin") {
-                dirs[index].Write(file, loadertest::Module("m", "<leaf name=\"yin\"><type name=\"string\"/></leaf>", "p"));
+                dirs[index].Write(file, kztest::Module("m", "<leaf name=\"yin\"><type name=\"string\"/></leaf>", "p"));
             } else {
                 dirs[index].Write(file, module("m", leaf));
             }
@@ -223,7 +216,7 @@ TEST(YangRead, LoaderFindsYangAfterYin)
 TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
 {
     ScratchDir dir;
-    dir.Write("top.yin", loadertest::Module("top", "  <import module=\"lib\"><prefix value=\"l\"/></import>\n"
+    dir.Write("top.yin", kztest::Module("top", "  <import module=\"lib\"><prefix value=\"l\"/></import>\n"
                                                    "  <include module=\"part\"/>\n"
                                                    "  <leaf name=\"a\"><type name=\"l:word\"/></leaf>\n",
                                             "top"));

@@ -1,11 +1,6 @@
 // Writing a module's YIN document as YANG text or as canonical YIN, and the
 // exported source printer.
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "korla.h"
 #include "test_support.h"
 #include "yang/kz_yang_read.h"
 #include "yang/kz_yang_write.h"

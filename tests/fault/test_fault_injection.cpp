@@ -8,13 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <new>
 #include <string>
 
-#include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
@@ -22,6 +21,7 @@
 
 #include "korla.h"
 #include "base/kz_mem.h"
+#include "../test_support.h"
 
 namespace {
 
@@ -140,33 +140,18 @@ class FaultInjection : public ::testing::TestWithParam<Fault> {
 protected:
     static void SetUpTestSuite()
     {
-        char tmpl[] = "/tmp/korla-fault-XXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir_ = tmpl;
-        Write("fa.yin", kBase);
-        Write("fb@@core.yin", kExtCore);
-        Write("fb@@dev.yin", kExtDev);
+        dir_ = std::make_unique<kztest::ScratchDir>();
+        dir_->Write("fa.yin", kBase);
+        dir_->Write("fb@@core.yin", kExtCore);
+        dir_->Write("fb@@dev.yin", kExtDev);
     }
-    static void TearDownTestSuite()
-    {
-        std::remove((dir_ + "/fa.yin").c_str());
-        std::remove((dir_ + "/fb@@core.yin").c_str());
-        std::remove((dir_ + "/fb@@dev.yin").c_str());
-        rmdir(dir_.c_str());
-    }
-    static void Write(const char *name, const char *text)
-    {
-        FILE *f = std::fopen((dir_ + "/" + name).c_str(), "w");
-        ASSERT_NE(f, nullptr);
-        std::fputs(text, f);
-        std::fclose(f);
-    }
+    static void TearDownTestSuite() { dir_.reset(); }
 
     static KzCtx *NewCtx(bool loaded)
     {
         KzCtx *ctx = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
         EXPECT_NE(ctx, nullptr);
-        EXPECT_EQ(KZ_CTX_SetSearchDir(ctx, dir_.c_str()), KZ_OK);
+        EXPECT_EQ(KZ_CTX_SetSearchDir(ctx, dir_->Path().c_str()), KZ_OK);
         if (loaded) {
             EXPECT_EQ(KZ_CTX_LoadModule(ctx, "fb"), KZ_OK);
         }
@@ -217,7 +202,7 @@ protected:
         return kMaxPoints;
     }
 
-    inline static std::string dir_;
+    inline static std::unique_ptr<kztest::ScratchDir> dir_;
 };
 
 TEST_P(FaultInjection, LoadCoupleValidateUnloadDelete)
