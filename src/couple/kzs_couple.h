@@ -13,10 +13,6 @@
 extern "C" {
 #endif
 
-
-/* Bit of KzsDeviation.flags: the deviation is applied to its target. */
-#define KZS_DEVIATION_FLAG_COUPLED 0x1u
-
 /* Reasons why two nodes of two sources of one module differ. */
 #define KZS_NODE_DIFF_NONE  0u
 #define KZS_NODE_DIFF_EXT   1u
@@ -86,9 +82,6 @@ KZ_API uint32_t KZS_MOD_UnCoupleDeviationFromDepMods(KzCtx *ctx, const char *mod
 KZ_API uint32_t KZS_MOD_CoupleDeviation(KzMod *mod, KzsDeviation *dev);
 /* Restores the target of a coupled deviation exactly as it was. */
 KZ_API uint32_t KZS_MOD_UnCoupleDeviation(KzMod *mod, KzsDeviation *dev);
-/* Releases what a coupled deviation keeps to be undone, without undoing it
- * (for freeing a deviation record while it is coupled). */
-KZ_API void KZS_MOD_FreeDeviationUndo(KzsDeviation *dev);
 
 /* One deviate and its kinds; mod is the deviating module. */
 KZ_API uint32_t KZS_MOD_CoupleDeviate(KzMod *mod, KzsDeviation *dev, KzsDeviate *dvt, KzsNode *target);
@@ -109,8 +102,6 @@ KZ_API void KZS_NODE_NotifyBeforeDeviateNotSupport(KzsNode *node);
 /* Uncouples the augments of the modules built on mod whose target lies at or
  * below the node named by path. */
 KZ_API uint32_t KZS_MOD_RemoveAllModAugmentStartsWithDeviationPath(KzMod *mod, const char *path);
-/* 1 when the two deviations have the same target. */
-KZ_API uint32_t KZS_MOD_CheckTwoDeviationSame(const KzsDeviation *a, const KzsDeviation *b);
 
 /* ---- Merging two sources of one module ----------------------------------- */
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "couple/kzs_couple.h"
+#include "schema/kzs_node_subtree.h"
 
 /* Module names in paths and relation tables: 64 characters and NUL. */
 constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = 65u;
@@ -20,16 +21,10 @@ inline bool kzs_couple_same_text(const char *a, const char *b)
     return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
 }
 
-/* Next node of a pre-order walk of the subtree at root, or null. */
+/* Next node of a pre-order walk of the subtree at root, or null (kz::schema::NextInSubtree). */
 inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
 {
-    if (node->firstChild != nullptr) {
-        return node->firstChild;
-    }
-    while (node != root && node->next == nullptr) {
-        node = node->parent;
-    }
-    return node == root ? nullptr : node->next;
+    return kz::schema::NextInSubtree(root, node);
 }
 
 /* Whether child lies in the moved range first..last of a coupled augment. */

@@ -1,5 +1,5 @@
 /* Module file location, the load sequence, the table of modules waiting to
- * be loaded, and the records of the deviation statement. */
+ * be loaded, and the parsers of the deviation statement. */
 #ifndef KZS_LOADER_H
 #define KZS_LOADER_H
 
@@ -140,10 +140,6 @@ KZ_API uint32_t KZS_LOADER_GetDeviateType(const char *value);
 KZ_API uint32_t KZS_LOADER_ParseDeviateAdd(KzMod *mod, xmlNode *elem, KzsDeviate *deviate);
 KZ_API uint32_t KZS_LOADER_ParseDeviateDelete(KzMod *mod, xmlNode *elem, KzsDeviate *deviate);
 KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDeviate *deviate);
-
-/* KZS_MOD_ClearDeviate, KZS_MOD_ClearDeviation and KZS_MOD_FreeDeviation are
- * declared with the module records (schema/kzs_mod.h); they are defined with
- * the deviation parser. */
 
 #ifdef __cplusplus
 }

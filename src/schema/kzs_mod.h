@@ -73,12 +73,15 @@ typedef struct KzsDeviate {
     KzsExtInst *extInsts;
 } KzsDeviate;
 
+/* Bit of KzsDeviation.flags: the deviation is applied to its target. */
+#define KZS_DEVIATION_FLAG_COUPLED 0x1u
+
 typedef struct KzsDeviation {
     const char *target; /* JSON form */
     KzsDeviate *deviates;
     uint16_t deviateCount;
-    uint32_t flags; /* KZS_DEVIATION_FLAG_COUPLED (couple/kzs_couple.h) */
-    void *undo;     /* what coupling changed, kept to undo it; owned by couple */
+    uint32_t flags; /* KZS_DEVIATION_FLAG_COUPLED */
+    void *undo;     /* what coupling changed, kept to undo it: a kz::schema::DeviationUndoLog */
 } KzsDeviation;
 
 struct KzMod {
@@ -194,6 +197,11 @@ KZ_API void KZS_TYPE_FreeTypDefArray(KzDict *dict, KzsTypedef *tdefs, uint16_t c
 KZ_API void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *dev);
 KZ_API void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *dev);
 KZ_API void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *devs, uint16_t count);
+/* Releases what a coupled deviation keeps to be undone, without undoing it
+ * (for freeing a deviation record while it is coupled). */
+KZ_API void KZS_MOD_FreeDeviationUndo(KzsDeviation *dev);
+/* 1 when the two deviations have the same target. */
+KZ_API uint32_t KZS_MOD_CheckTwoDeviationSame(const KzsDeviation *a, const KzsDeviation *b);
 
 /* ---- Prefixes ---- */
 KZ_API const char *KZS_MOD_GetModuleNameByPrefix(const KzMod *mod, const char *prefix);

@@ -1,4 +1,4 @@
-/* The deviation statement and its deviates, recorded for deviation coupling. */
+/* Parsers of the deviation statement and its deviates, recorded for deviation coupling. */
 #include <cstring>
 
 #include "loader/kzs_loader.h"
@@ -9,7 +9,6 @@
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
-#include "couple/kzs_couple.h"
 #include "types/kzt_type.h"
 #include "xpath/kz_xpath.h"
 
@@ -210,62 +209,6 @@ KZ_API uint32_t KZS_LOADER_ParseDeviation(KzMod *mod, xmlNode *elem, uint32_t pa
         KZS_MOD_ClearDeviation(&mod->ctx->dict, deviation);
     }
     return ret;
-}
-
-KZ_API void KZS_MOD_ClearDeviate(KzDict *dict, KzsDeviate *deviate)
-{
-    if (dict == nullptr || deviate == nullptr) {
-        return;
-    }
-    if (deviate->musts != nullptr) {
-        KZS_NODE_FreeMusts(dict, deviate->musts, deviate->mustCount);
-    }
-    for (uint16_t i = 0; deviate->defaults != nullptr && i < deviate->defaultCount; i++) {
-        if (deviate->defaults[i] != nullptr) {
-            KZ_DICT_Remove(dict, deviate->defaults[i]);
-        }
-    }
-    KZ_MemFree(deviate->defaults);
-    if (deviate->type != nullptr) {
-        KZT_TYPE_DestroyNytRealTypeInner(dict, deviate->type);
-        KZ_MemFree(deviate->type);
-    }
-    if (deviate->units != nullptr) {
-        KZ_DICT_Remove(dict, deviate->units);
-    }
-    if (deviate->extInsts != nullptr) {
-        KZS_EXT_FreeExtInsts(dict, deviate->extInsts, deviate->extInstCount);
-    }
-    std::memset(deviate, 0, sizeof(*deviate));
-}
-
-KZ_API void KZS_MOD_ClearDeviation(KzDict *dict, KzsDeviation *deviation)
-{
-    if (dict == nullptr || deviation == nullptr) {
-        return;
-    }
-    if (deviation->undo != nullptr) {
-        KZS_MOD_FreeDeviationUndo(deviation);
-    }
-    if (deviation->target != nullptr) {
-        KZ_DICT_Remove(dict, deviation->target);
-    }
-    for (uint16_t i = 0; deviation->deviates != nullptr && i < deviation->deviateCount; i++) {
-        KZS_MOD_ClearDeviate(dict, &deviation->deviates[i]);
-    }
-    KZ_MemFree(deviation->deviates);
-    std::memset(deviation, 0, sizeof(*deviation));
-}
-
-KZ_API void KZS_MOD_FreeDeviation(KzDict *dict, KzsDeviation *deviations, uint16_t count)
-{
-    if (deviations == nullptr) {
-        return;
-    }
-    for (uint16_t i = 0; i < count; i++) {
-        KZS_MOD_ClearDeviation(dict, &deviations[i]);
-    }
-    KZ_MemFree(deviations);
 }
 
 } /* extern "C" */
