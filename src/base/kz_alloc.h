@@ -5,7 +5,6 @@
 #define KZ_ALLOC_HPP
 
 #include <cstddef>
-#include <memory>
 #include <new>
 
 #include "korla.h"
@@ -70,13 +69,6 @@ void DeleteObject(T *obj) noexcept
         KZ_MemFree(obj);
     }
 }
-
-struct MemRelease {
-    void operator()(void *p) const noexcept { KZ_MemFree(p); }
-};
-// Owns a KZ_MemMalloc block until the end of a scope, also when a container throws.
-template <typename T>
-using MemPtr = std::unique_ptr<T, MemRelease>;
 
 }  // namespace kz
 

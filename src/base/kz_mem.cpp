@@ -7,6 +7,7 @@
 
 #include "base/kz_mem.h"
 #include "base/kz_slab.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -192,13 +193,11 @@ uint32_t KZ_UTL_GetSysTotalMem(uint64_t *totalKb)
     if (totalKb == nullptr) {
         return KZ_ERR;
     }
-    FILE *f = fopen(kMemInfoPath, "r");
+    kz::FilePtr f(fopen(kMemInfoPath, "r"));
     if (f == nullptr) {
         return KZ_ERR;
     }
-    uint32_t rc = KZ_UTL_ReadTotalMemFromFile(f, totalKb);
-    fclose(f);
-    return rc;
+    return KZ_UTL_ReadTotalMemFromFile(f.get(), totalKb);
 }
 
 uint32_t KZ_UTL_MemFuncInitInner(void)

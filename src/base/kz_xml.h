@@ -46,16 +46,6 @@ xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern);
 #ifdef __cplusplus
 }
 
-#include <memory>
-
-namespace kz {
-/* Owns a libxml2 document. */
-struct XmlDocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocFreer>;
-} /* namespace kz */
-
 namespace kz::xml {
 
 /* What one parse reported: the parser's first error (line and message, without

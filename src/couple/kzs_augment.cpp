@@ -7,6 +7,7 @@
 #include "schema/kzs_ctx.h"
 #include "base/kz_mem.h"
 #include "loader/kzs_loader.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -52,13 +53,13 @@ void CoupleWaitingAugments(KzMod *mod)
 
 } // namespace
 
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF])
+uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBufSize])
 {
     modName[0] = '\0';
     if (path == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t ret = KZ_XPATH_SplitTargetNodeXpath(path, modName, KZS_COUPLE_MOD_NAME_BUF, nullptr, nullptr);
+    uint32_t ret = KZ_XPATH_SplitTargetNodeXpath(path, modName, kz::kNameBufSize, nullptr, nullptr);
     if (ret != 0) {
         return ret;
     }
@@ -180,12 +181,10 @@ KzsNode *KZS_NODE_UpdateTargetPathWithInputOutput(KzCtx *ctx, const char *path)
     if (ctx == nullptr || path == nullptr) {
         return nullptr;
     }
-    size_t len = std::strlen(path);
-    char *copy = static_cast<char *>(KZ_MemMalloc(len + 1));
+    char *copy = kz::DupText(path);
     if (copy == nullptr) {
         return nullptr;
     }
-    std::memcpy(copy, path, len + 1);
     KzsNode *node = nullptr;
     char *slash = std::strrchr(copy, '/');
     if (slash != nullptr) {
@@ -348,7 +347,7 @@ uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod)
         return KZ_EINVAL;
     }
     return ForEachUncoupledAugment(mod, [ctx, mod](KzsNode *aug) -> uint32_t {
-        char target[KZS_COUPLE_MOD_NAME_BUF];
+        char target[kz::kNameBufSize];
         if (kzs_couple_target_module(aug->name, target) != 0) {
             return KZ_EINVAL;
         }
@@ -423,7 +422,7 @@ uint32_t KZS_MOD_UnCoupleAugmentFromDepMods(KzCtx *ctx, const char *modName, con
         return KZ_ERR;
     }
     for (KzsNode *aug = dep->augments; aug != nullptr; aug = aug->next) {
-        char target[KZS_COUPLE_MOD_NAME_BUF];
+        char target[kz::kNameBufSize];
         if (!IsCoupled(aug) || kzs_couple_target_module(aug->name, target) != 0) {
             continue;
         }

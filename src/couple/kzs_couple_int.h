@@ -5,19 +5,20 @@
 #include <cstring>
 #include <vector>
 
+#include "base/kz_kit.h"
 #include "couple/kzs_couple.h"
 
-/* Module names in paths and relation tables: 64 characters and NUL. */
-constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = 65u;
+/* Old name of kz::kNameBufSize, still used by couple/kzs_deviation.cpp. */
+constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = kz::kNameBufSize;
 
 /* Module named by the last module-qualified step of a JSON path; 0 with a
  * non-empty name, else 22 (or the splitter's status). */
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF]);
+uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBufSize]);
 
-/* Equal texts, two nulls included (interned strings usually match by address). */
+/* Old name of kz::SameText, still used by couple/kzs_deviation.cpp. */
 inline bool kzs_couple_same_text(const char *a, const char *b)
 {
-    return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
+    return kz::SameText(a, b);
 }
 
 /* Next node of a pre-order walk of the subtree at root, or null. */

@@ -11,6 +11,7 @@
 #include "base/kz_mem.h"
 #include "base/kz_alloc.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ uint32_t CollectUnloadSet(KzCtx *ctx, KzMod *root, std::vector<KzMod *> &set)
 
 void DropRelations(KzCtx *ctx, KzMod *mod)
 {
-    char target[KZS_COUPLE_MOD_NAME_BUF];
+    char target[kz::kNameBufSize];
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
         if (kzs_couple_target_module(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
             (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_AUGMENT);

@@ -7,13 +7,9 @@
 #include "data/kzd_internal.h"
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
+#include "base/kz_kit.h"
 
 namespace {
-
-char *dup_text(const char *text)
-{
-    return text != nullptr ? KZ_UTL_StrDup(text) : nullptr;
-}
 
 /* Builds the path backwards into a fixed buffer whose last byte is the terminator. */
 class BackwardPath {
@@ -46,14 +42,6 @@ std::string quoted(const char *value)
     return std::string(1, q) + value + q;
 }
 
-bool same_name(const char *a, const char *b)
-{
-    if (a == nullptr || b == nullptr) {
-        return a == b;
-    }
-    return a == b || strcmp(a, b) == 0;
-}
-
 } // namespace
 
 void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
@@ -66,7 +54,7 @@ void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
     if (n <= 0) {
         return;
     }
-    err->message = KZ_UTL_StrDup(buf);
+    err->message = kz::DupText(buf);
 }
 
 uint32_t kzd_report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format, ...)
@@ -108,7 +96,7 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
         const char *mod = KZD_NODE_GetModuleName(aux->ctx, e);
         bool top = e->parent == nullptr || e->parent == aux->root || e->parent->type != XML_ELEMENT_NODE;
         std::string step = "/";
-        if (mod != nullptr && (top || !same_name(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent)))) {
+        if (mod != nullptr && (top || !kz::SameText(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent)))) {
             step += std::string(mod) + ":";
         }
         step += reinterpret_cast<const char *>(e->name);
@@ -116,21 +104,20 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
             return nullptr;
         }
     }
-    return KZ_UTL_StrDup(path.text());
+    return kz::DupText(path.text());
 }
 
 KZ_API KzdErrNode *KZD_ERR_NewErrNode(KzdCheckAux *aux, uint32_t type, uint32_t severity, uint32_t tag,
                                       xmlNode *element)
 {
-    auto *err = static_cast<KzdErrNode *>(KZ_MemMalloc(sizeof(KzdErrNode)));
+    auto *err = kz::ZeroAlloc<KzdErrNode>();
     if (err == nullptr) {
         return nullptr;
     }
-    memset(err, 0, sizeof *err);
     err->errorType = type;
     err->severity = severity;
     err->tag = tag;
-    err->path = element != nullptr ? KZD_ERR_GeneralErrorPath(aux, element) : KZ_UTL_StrDup("/");
+    err->path = element != nullptr ? KZD_ERR_GeneralErrorPath(aux, element) : kz::DupText("/");
     return err;
 }
 
@@ -145,14 +132,14 @@ KZ_API void KZD_ERR_SetErrorMsg(KzdErrNode *err, const char *format, ...)
 KZ_API void KZD_ERR_SetErrorAppTag(KzdErrNode *err, const char *text)
 {
     if (err != nullptr && err->appTag == nullptr) {
-        err->appTag = dup_text(text);
+        err->appTag = kz::DupText(text);
     }
 }
 
 KZ_API void KZD_ERR_SetBadElement(KzdErrNode *err, const char *text)
 {
     if (err != nullptr && err->badElement == nullptr) {
-        err->badElement = dup_text(text);
+        err->badElement = kz::DupText(text);
     }
 }
 

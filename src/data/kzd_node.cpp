@@ -7,6 +7,7 @@
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ KZ_API char *KZD_NODE_ConvertPrefixValueToModValue(xmlNode *element, const KzsNo
         name = colon + 1;
     }
     std::string out = std::string(modName != nullptr ? modName : "") + ":" + name;
-    return KZ_UTL_StrDup(out.c_str());
+    return kz::DupText(out.c_str());
 }
 
 KZ_API char *KZD_NODE_GetValueContent(xmlNode *element, const KzsNode *schemaNode)
@@ -72,7 +73,7 @@ KZ_API char *KZD_NODE_GetValueContent(xmlNode *element, const KzsNode *schemaNod
     if (KZD_MDL_IsIdentityref(schemaNode)) {
         return KZD_NODE_ConvertPrefixValueToModValue(element, schemaNode, text);
     }
-    return KZ_UTL_StrDup(text);
+    return kz::DupText(text);
 }
 
 KZ_API uint32_t KZD_NODE_IsKeyLeafNode(const xmlNode *element)

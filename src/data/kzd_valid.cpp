@@ -7,6 +7,7 @@
 #include "data/kzd_internal.h"
 #include "base/kz_xml.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 

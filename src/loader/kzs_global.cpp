@@ -9,13 +9,13 @@
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
+#include "base/kz_kit.h"
 
 namespace {
 
 using kzs::ArrayElem;
 using kzs::OnceElem;
 
-constexpr uint32_t kNameBuf = 65; /* identifier parts of at most 64 characters */
 
 /* Interns the element's argument into *slot; records the missing-value message. */
 uint32_t InternArgument(KzMod *mod, xmlNode *elem, uint32_t stmt, const char **slot)
@@ -159,9 +159,9 @@ KZ_API uint32_t KZS_LOADER_ParseIdentBase(KzMod *mod, xmlNode *elem, uint32_t pa
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    char prefix[kNameBuf];
-    char name[kNameBuf];
-    if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, kNameBuf, name, kNameBuf) != KZ_OK) {
+    char prefix[kz::kNameBufSize];
+    char name[kz::kNameBufSize];
+    if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, kz::kNameBufSize, name, kz::kNameBufSize) != KZ_OK) {
         KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_XPATH, value);
         return KZ_EINVAL;
     }

@@ -20,6 +20,7 @@
 #include "schema/kzs_diag.h"
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
+#include "base/kz_kit.h"
 
 namespace kz::loader {
 namespace {

@@ -19,6 +19,7 @@
 #include "types/kzt_type.h"
 #include "yang/kz_yang_read.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -32,12 +33,6 @@ constexpr const char *kMsgCoupleDeviation = "Failed to couple deviation statemen
 constexpr const char *kMsgLoadModule = "Failed to load module \"%s\".";
 constexpr const char *kMsgHeaderMissing = "Module \"%s\" has no %s.";
 
-struct FileCloser {
-    void operator()(FILE *f) const { std::fclose(f); }
-};
-struct MemFreer {
-    void operator()(void *p) const { KZ_MemFree(p); }
-};
 
 /* The context's record of imported module files, made on first use. */
 kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
@@ -73,7 +68,7 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
                             size, KZ_CTX_MODULE_FILE_MAX);
         return nullptr;
     }
-    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
+    kz::MemPtr<char> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
     if (buf == nullptr) {
         return nullptr;
     }
@@ -84,7 +79,7 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
 
 xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
 {
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
+    kz::FilePtr file(std::fopen(path, "rb"));
     if (file == nullptr) {
         return nullptr;
     }
@@ -253,11 +248,10 @@ KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssis
     if (KZS_LOADER_CheckParsedModNameMatched(nameAttr, assister) != KZ_OK) {
         return nullptr;
     }
-    auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
+    auto *mod = kz::ZeroAlloc<KzMod>();
     if (mod == nullptr) {
         return nullptr;
     }
-    std::memset(mod, 0, sizeof(*mod));
     mod->ctx = ctx;
     mod->name = KZ_DICT_Insert(&ctx->dict, nameAttr);
     if (mod->name == nullptr) {

@@ -16,6 +16,7 @@
 #include "base/kz_mem.h"
 #include "yang/kz_yang_read.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 /* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
 static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
@@ -183,11 +184,10 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
     struct CollFreer {
         void operator()(PathCollection *c) const { KZS_LOADER_DestroyPathCollection(c); }
     };
-    std::unique_ptr<PathCollection, CollFreer> coll(static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection))));
+    std::unique_ptr<PathCollection, CollFreer> coll(kz::ZeroAlloc<PathCollection>());
     if (coll == nullptr) {
         return nullptr;
     }
-    std::memset(coll.get(), 0, sizeof(PathCollection));
     coll->maxToProcess = 1;
     return kz::Guarded(static_cast<PathCollection *>(nullptr), [&]() -> PathCollection * {
         for (uint32_t i = 0; i < ctx->searchDirCount; i++) {

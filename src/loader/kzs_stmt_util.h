@@ -12,6 +12,7 @@
 #include "schema/kzs_diag.h"
 #include "base/kz_dict.h"
 #include "base/kz_xml.h"
+#include "schema/kzs_internal.h"
 #include "schema/kzs_mod.h"
 
 /* Message texts recorded against the module being loaded. */
@@ -52,11 +53,6 @@ inline void ClearElemMark(xmlNode *node)
 inline const char *Keyword(uint32_t stmt)
 {
     return KZS_LOADER_GetKeywordByStmt(stmt);
-}
-
-inline KzDict *ModDict(KzMod *mod)
-{
-    return &mod->ctx->dict;
 }
 
 inline const char *ElemArg(const xmlNode *elem)

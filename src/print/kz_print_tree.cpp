@@ -5,6 +5,7 @@
 
 #include "base/kz_mem.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -103,11 +104,10 @@ uint32_t print_range(KzsNode *first, KzsNode *last, KzsPrintPara *para)
 template <typename Body>
 uint32_t run_print(const KzMod *module, KzPrintOutputCb output, void *arg, Body body)
 {
-    char *buffer = static_cast<char *>(KZ_MemMalloc(KZS_PRINT_BUF_SIZE));
+    char *buffer = kz::ZeroAlloc<char>(KZS_PRINT_BUF_SIZE);
     if (buffer == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(buffer, 0, KZS_PRINT_BUF_SIZE);
     KzsPrintPara para{};
     para.bufSize = KZS_PRINT_BUF_SIZE;
     para.buffer = buffer;

@@ -6,12 +6,15 @@
 
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
+#include "base/kz_kit.h"
 #include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
 namespace kzs {
 
+/* The dictionary a module's texts are interned in; null for a missing module
+ * or one not (yet) in a context. */
 inline KzDict *ModDict(const KzMod *mod)
 {
     return (mod != nullptr && mod->ctx != nullptr) ? &mod->ctx->dict : nullptr;
@@ -52,24 +55,15 @@ inline void FreeArrayAndClear(KzDict *dict, T *&array, Count &count, Free free)
     count = 0;
 }
 
+/* Old name, still used by schema/kzs_mod.cpp. */
 inline bool StrEq(const char *a, const char *b)
 {
-    return a != nullptr && b != nullptr && (a == b || std::strcmp(a, b) == 0);
+    return kz::SameNonNullText(a, b);
 }
 
 inline bool IsDataOrOperation(const KzsNode *node)
 {
     return KZS_NODE_IS_DATA(node->kind) || KZS_NODE_IS_OPERATION(node->kind);
-}
-
-template <typename T>
-inline T *AllocZeroed(size_t count = 1)
-{
-    void *p = KZ_MemMalloc(sizeof(T) * count);
-    if (p != nullptr) {
-        std::memset(p, 0, sizeof(T) * count);
-    }
-    return static_cast<T *>(p);
 }
 
 /* Grows an array by one zeroed entry, lets fill complete it and raises the
@@ -112,7 +106,7 @@ T *CopyArray(KzDict *dict, const T *src, uint16_t count, Clear clear, Fill fill)
     if (dict == nullptr || src == nullptr || count == 0) {
         return nullptr;
     }
-    T *dst = AllocZeroed<T>(count);
+    T *dst = kz::ZeroAlloc<T>(count);
     if (dst == nullptr) {
         return nullptr;
     }

@@ -119,8 +119,6 @@ struct KzMod {
 
 /* Semantic versions are kept to this many characters. */
 #define KZS_MOD_SEMVER_MAX_LEN 32u
-/* Module and name parts of a path step or prefixed value: 64 characters and NUL. */
-#define KZS_MOD_NAME_BUF 65u
 
 /* ---- Module life ---- */
 KZ_API void KZS_MOD_Free(KzMod *mod);

@@ -50,7 +50,7 @@ uint32_t CopyVisit(KzsNode *node, uint32_t step, void *cookie)
 template <typename Info>
 Info *NewInfoWithTypeOf(KzDict *dict, const Info *src)
 {
-    auto *dst = AllocZeroed<Info>();
+    auto *dst = kz::ZeroAlloc<Info>();
     if (dst == nullptr) {
         return nullptr;
     }
@@ -113,7 +113,7 @@ void *KZS_NODE_CopySchemaChoice(KzDict *dict, const void *info)
         return nullptr;
     }
     auto *src = static_cast<const KzsChoiceInfo *>(info);
-    auto *dst = AllocZeroed<KzsChoiceInfo>();
+    auto *dst = kz::ZeroAlloc<KzsChoiceInfo>();
     if (dst == nullptr) {
         return nullptr;
     }

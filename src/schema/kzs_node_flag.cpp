@@ -3,6 +3,7 @@
 
 #include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
+#include "base/kz_kit.h"
 
 using namespace kzs;
 
@@ -179,7 +180,7 @@ uint32_t KZS_NODE_MarkKeyAttrToListLeafs(KzsNode *list, const char *keyText, uin
         return KZ_EINVAL;
     }
     const char *p = keyText;
-    char name[KZS_NODE_KEY_NAME_BUF];
+    char name[kz::kNameBufSize];
     for (;;) {
         while (*p == ' ' || *p == '\t' || *p == '\n') {
             ++p;

@@ -84,7 +84,7 @@ uint32_t KZT_LOADER_FillConsDataAndAllBitSeg(KzCtx *ctx, KzMod *mod, xmlNode *ty
 
 KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity)
 {
-    auto *coll = static_cast<KztBitValColl *>(kzt::ZeroAlloc(sizeof(KztBitValColl)));
+    auto *coll = kz::ZeroAlloc<KztBitValColl>();
     if (coll == nullptr) {
         return nullptr;
     }
@@ -92,7 +92,7 @@ KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity)
         capacity = kBitValueMaxNames;
     }
     if (capacity != 0) {
-        coll->names = static_cast<char(*)[65]>(kzt::ZeroAlloc(sizeof(*coll->names) * capacity));
+        coll->names = kz::ZeroAlloc<char[kz::kNameBufSize]>(capacity);
         if (coll->names == nullptr) {
             KZ_MemFree(coll);
             return nullptr;

@@ -53,7 +53,7 @@ void ReleaseDescs(KzDict *dict, const char **descs, uint16_t count)
 /* Keeps the first sentence of each enum's description, in enum order. */
 uint32_t FillEnumDescs(KzCtx *ctx, KztConsDataEnum *body, xmlNode *typeElem)
 {
-    const char **descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * body->segCount));
+    const char **descs = kz::ZeroAlloc<const char *>(body->segCount);
     if (descs == nullptr) {
         return KZ_ENOMEM;
     }
@@ -120,7 +120,7 @@ void *KZT_CONS_CopyConsDataBodyWithEnum(KzDict *dict, const void *src)
     if (d == nullptr || s->descs == nullptr || s->segCount == 0) {
         return d;
     }
-    d->descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * s->segCount));
+    d->descs = kz::ZeroAlloc<const char *>(s->segCount);
     bool ok = d->descs != nullptr;
     for (uint16_t i = 0; ok && i < s->segCount; ++i) {
         ok = kzt::CopyInterned(dict, d->descs[i], s->descs[i]);

@@ -10,10 +10,10 @@
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-constexpr size_t kNameBuf = 65;        /* 64 characters and the NUL */
 constexpr size_t kXmlPrefixMax = 1024; /* longest prefix taken from a value */
 constexpr size_t kIdentNameBuf = 1025;
 constexpr uint32_t kIdentDepthMax = 128;
@@ -106,8 +106,8 @@ uint32_t KZT_LOADER_FillOneConsSegBase(KzCtx *ctx, KzMod *mod, void *seg, uint8_
         KZ_CTX_AddModError(ctx, mod->name, "Failed to get value of statement \"%s\".", "base");
         return KZ_EINVAL;
     }
-    char prefix[kNameBuf];
-    char name[kNameBuf];
+    char prefix[kz::kNameBufSize];
+    char name[kz::kNameBufSize];
     if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, sizeof(prefix), name, sizeof(name)) != KZ_OK) {
         return KZ_EINVAL;
     }
@@ -176,7 +176,7 @@ uint32_t KZT_CONS_GetLeafXmlNodeAsIdentModAndName(KzCtx *ctx, xmlNode *node, cha
     if (mod == nullptr || mod->name == nullptr) {
         return KZ_EINVAL;
     }
-    if (CopyPart(modName, modSize, mod->name, std::strlen(mod->name)) != KZ_OK || std::strlen(mod->name) >= kNameBuf) {
+    if (CopyPart(modName, modSize, mod->name, std::strlen(mod->name)) != KZ_OK || std::strlen(mod->name) >= kz::kNameBufSize) {
         return KZ_EINVAL;
     }
     return CopyPart(identName, identSize, ident, std::strlen(ident));
@@ -193,7 +193,7 @@ uint32_t KZT_CONS_GetLeafJsonStrAsIdentModAndName(const char *value, char *modNa
         return KZ_EINVAL;
     }
     const size_t modLen = static_cast<size_t>(colon - value);
-    if (modLen >= kNameBuf || CopyPart(modName, modSize, value, modLen) != KZ_OK) {
+    if (modLen >= kz::kNameBufSize || CopyPart(modName, modSize, value, modLen) != KZ_OK) {
         return KZ_EINVAL;
     }
     return CopyPart(identName, identSize, colon + 1, std::strlen(colon + 1));
@@ -241,7 +241,7 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataBase(void *body, uint32_t inputKin
     if (b == nullptr || chk == nullptr || b->segCount == 0) {
         return KZ_VAL_ERR_IDENTREF;
     }
-    char modName[kNameBuf];
+    char modName[kz::kNameBufSize];
     char identName[kIdentNameBuf];
     if (KZT_CONS_GetInputValAsIdentModAndName(chk->ctx, inputKind, input, modName, sizeof(modName), identName,
                                               sizeof(identName)) != KZ_OK) {

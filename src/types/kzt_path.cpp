@@ -16,7 +16,7 @@ extern "C" {
 void *KZT_CONS_CreateConsDataBodyWithPath(uint16_t segCount)
 {
     (void)segCount;
-    return kzt::ZeroAlloc(sizeof(KztConsDataPath));
+    return kz::ZeroAlloc<KztConsDataPath>();
 }
 
 void KZT_CONS_DestroyConsDataBodyWithPath(KzDict *dict, void *body)
@@ -37,7 +37,7 @@ void *KZT_CONS_CopyConsDataBodyWithPath(KzDict *dict, const void *src)
     if (dict == nullptr || s == nullptr) {
         return nullptr;
     }
-    auto *d = static_cast<KztConsDataPath *>(kzt::ZeroAlloc(sizeof(KztConsDataPath)));
+    auto *d = kz::ZeroAlloc<KztConsDataPath>();
     if (d == nullptr) {
         return nullptr;
     }
