@@ -11,7 +11,6 @@
 #include "korla.h"
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"

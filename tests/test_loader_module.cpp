@@ -15,7 +15,6 @@
 #include "loader/kzs_stmt.h"
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "loader_test_util.h"

@@ -12,7 +12,6 @@
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

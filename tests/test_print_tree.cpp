@@ -9,7 +9,6 @@
 #include "print/kz_print.h"
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "test_support.h"

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "base/kz_mem.h"
+#include "base/kz_array.h"
+#include "base/kz_str.h"
 #include "base/kz_slab.h"
 
 namespace {

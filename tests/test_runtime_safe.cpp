@@ -9,6 +9,7 @@
 #include "schema/kzs_diag.h"
 #include "base/kz_dict.h"
 #include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_xml.h"
 
 namespace {

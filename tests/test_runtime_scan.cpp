@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 
 TEST(RuntimeScan, IdentifierClassForwardAndBackward)
 {

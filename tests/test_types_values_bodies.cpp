@@ -10,7 +10,7 @@
 
 #include "korla.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
 #include "test_support.h"

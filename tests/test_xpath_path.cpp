@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "base/kz_mem.h"
 #include "test_support.h"
 #include "schema/kzs_mod.h"
 #include "xpath/kz_xpath.h"

@@ -2,7 +2,8 @@
 // loader counts first and sizes once, so there is no doubling here.
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
+#include "base/kz_safe.h"
 #include "base/kz_kit.h"
 
 namespace {

@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
 #include "base/kz_kit.h"
 
 // For every chain, an open-addressed table of its entries keyed by their hash,

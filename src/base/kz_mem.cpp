@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_slab.h"
 #include "base/kz_kit.h"
 

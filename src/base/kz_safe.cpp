@@ -3,9 +3,10 @@
 // truncating, except kz_vsnprintf_trunc, which exists to truncate.
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 
 namespace {
 

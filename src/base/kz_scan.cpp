@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
+#include "base/kz_safe.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <libxml/xmlregexp.h>
 
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
 #include "base/kz_kit.h"
 #include "base/kz_xml.h"
 

@@ -8,7 +8,7 @@
 #include <climits>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_xml.h"
 
 namespace {

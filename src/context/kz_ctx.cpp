@@ -6,7 +6,7 @@
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "schema/kzs_mod.h"
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"

@@ -5,7 +5,6 @@
 
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "loader/kzs_loader.h"
 #include "base/kz_kit.h"
 

@@ -74,7 +74,6 @@ void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs);
 /* Order in which a coupled deviation was applied (0 when not coupled). */
 uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev);
 
-#include "base/kz_mem.h"
 
 template <typename Skip>
 void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip)

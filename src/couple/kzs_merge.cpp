@@ -8,7 +8,7 @@
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "base/kz_guard.h"
 
 namespace {

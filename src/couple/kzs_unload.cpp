@@ -8,7 +8,6 @@
 
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_alloc.h"
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"

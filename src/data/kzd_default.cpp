@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "data/kzd_internal.h"
-#include "base/kz_mem.h"
 
 namespace {
 

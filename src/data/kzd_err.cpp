@@ -5,7 +5,6 @@
 #include <string>
 
 #include "data/kzd_internal.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "base/kz_kit.h"
 

@@ -4,7 +4,6 @@
 
 #include "data/kzd_internal.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "base/kz_kit.h"

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "loader/kzs_cond.h"
-#include "base/kz_mem.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
 #include "base/kz_kit.h"

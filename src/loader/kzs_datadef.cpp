@@ -6,7 +6,6 @@
 #include "loader/kzs_cond.h"
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"

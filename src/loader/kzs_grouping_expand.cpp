@@ -18,7 +18,6 @@
 #include "loader/kzs_grouping_ident.h"
 #include "loader/kzs_loader.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "base/kz_kit.h"
 

@@ -13,7 +13,6 @@
 
 #include "loader/kzs_loader.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
 #include "yang/kz_yang_read.h"
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"

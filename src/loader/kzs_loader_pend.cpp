@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "loader/kzs_loader.h"
-#include "base/kz_mem.h"
 #include "base/kz_kit.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"

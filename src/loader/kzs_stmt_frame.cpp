@@ -5,7 +5,7 @@
 
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_node.h"
 

@@ -7,7 +7,6 @@
 #include "loader/kzs_stmt.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"

@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"
 

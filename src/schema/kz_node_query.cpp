@@ -1,7 +1,6 @@
 /* Public queries on schema nodes for the embedding process. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"

@@ -9,7 +9,6 @@
 #include "base/kz_alloc.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_kit.h"
 
 namespace {

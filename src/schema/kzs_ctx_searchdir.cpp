@@ -5,7 +5,7 @@
 
 #include "schema/kzs_ctx.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_kit.h"
 
 namespace {

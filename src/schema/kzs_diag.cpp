@@ -8,7 +8,7 @@
 
 #include "base/kz_alloc.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_kit.h"
 
 struct StrLess {

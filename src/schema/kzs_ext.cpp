@@ -4,7 +4,7 @@
 #include <new>
 #include <vector>
 
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

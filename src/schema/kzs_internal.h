@@ -7,7 +7,7 @@
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
 #include "base/kz_kit.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 

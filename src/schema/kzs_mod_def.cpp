@@ -5,7 +5,6 @@
  * sameness test. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_internal.h"
 #include "xpath/kz_xpath.h"
 #include "base/kz_guard.h"

@@ -1,7 +1,6 @@
 /* Schema node record: creation, destruction and links between nodes. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 #include "base/kz_kit.h"

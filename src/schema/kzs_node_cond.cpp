@@ -1,7 +1,6 @@
 /* Arrays of if-features, musts and leaf-list defaults held by nodes. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
 using namespace kzs;

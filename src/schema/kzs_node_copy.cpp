@@ -1,7 +1,6 @@
 /* Deep copies of schema nodes and subtrees into another module. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 

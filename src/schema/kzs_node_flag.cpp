@@ -1,7 +1,7 @@
 /* Inheritance of config, access-control and status flags, and key marking. */
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_internal.h"
 #include "base/kz_kit.h"
 

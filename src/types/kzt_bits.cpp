@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_fill.h"

@@ -2,7 +2,6 @@
 // creation, copy, destruction and the derived reference's binding.
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"

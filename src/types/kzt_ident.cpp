@@ -5,7 +5,7 @@
 
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"

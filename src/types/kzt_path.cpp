@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"

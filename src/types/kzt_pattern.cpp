@@ -9,7 +9,6 @@
 #include <string>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"

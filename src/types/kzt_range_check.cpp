@@ -4,7 +4,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg.h"
 #include "types/kzt_type.h"

@@ -3,7 +3,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"

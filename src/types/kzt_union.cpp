@@ -1,7 +1,6 @@
 /* Union constraint: member types in document order; a value takes the
  * first member that accepts it. */
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
 #include "types/kzt_valid_priv.h"

@@ -11,7 +11,6 @@
 #include <new>
 #include <vector>
 
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "xpath/kz_xpath_stack.h"
 #include "base/kz_kit.h"

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_mod.h"
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"
