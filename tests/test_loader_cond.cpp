@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
 #include "schema/kzs_mod.h"

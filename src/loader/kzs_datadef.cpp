@@ -3,7 +3,7 @@
  * the node and pushes inherited flags into the subtree below it. */
 #include <cstring>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_xml.h"

@@ -14,7 +14,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "loader/kzs_grouping_ident.h"
 #include "loader/kzs_loader.h"
 #include "schema/kzs_diag.h"

@@ -3,7 +3,7 @@
 #include "schema/kzs_ctx.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 
 extern "C" {
 

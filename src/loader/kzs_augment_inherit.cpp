@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
 #include "base/kz_kit.h"

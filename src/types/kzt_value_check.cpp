@@ -6,7 +6,7 @@
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 #include "base/kz_guard.h"
 
 namespace {

@@ -1,7 +1,7 @@
 /* Private helpers of the value checks: the fresh check contexts that union
  * members and leafref targets start with.  Not exported. */
-#ifndef KZT_VALID_PRIV_H
-#define KZT_VALID_PRIV_H
+#ifndef KZT_VALUE_CHECK_H
+#define KZT_VALUE_CHECK_H
 
 #include <cstring>
 
@@ -40,4 +40,4 @@ inline void LeaveFreshCheckCtx(KztValCheckCtx *outer, const KztValCheckCtx *inne
 
 } // namespace kzt
 
-#endif /* KZT_VALID_PRIV_H */
+#endif /* KZT_VALUE_CHECK_H */

@@ -8,7 +8,7 @@
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 
 extern "C" {
 
