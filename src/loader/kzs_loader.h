@@ -151,10 +151,10 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDev
 #include <string>
 #include <vector>
 
-namespace kzs {
+namespace kz::loader {
 /* The context's search directories, in order. */
 std::vector<std::string> SearchDirList(const KzCtx *ctx);
-} /* namespace kzs */
+} /* namespace kz::loader */
 #endif
 
 #endif /* KZS_LOADER_H */

@@ -200,7 +200,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     }
     try {
         std::string error;
-        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
+        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kz::loader::SearchDirList(ctx), &error,
                                                 kz::schema::DirCacheOf(ctx), ImportFactsOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());

@@ -201,7 +201,7 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
         }
         if (coll->count == 0) {
             /* No YIN file: the module's YANG text, searched the same way. */
-            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::schema::DirCacheOf(ctx));
+            const std::string yang = kz::yang::FindYangFile(kz::loader::SearchDirList(ctx), name, kz::schema::DirCacheOf(ctx));
             if (!yang.empty()) {
                 (void)KZS_LOADER_AppendOnePathObj(coll.get(), yang.c_str());
             }
@@ -366,7 +366,7 @@ KZ_API void KZS_LOADER_ClearLoadAssister(LoadAssister *assister)
 
 } /* extern "C" */
 
-namespace kzs {
+namespace kz::loader {
 
 std::vector<std::string> SearchDirList(const KzCtx *ctx)
 {
@@ -379,4 +379,4 @@ std::vector<std::string> SearchDirList(const KzCtx *ctx)
     return dirs;
 }
 
-} /* namespace kzs */
+} /* namespace kz::loader */

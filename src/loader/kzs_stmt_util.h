@@ -32,7 +32,7 @@
 /* Records an error against the module being built. */
 #define KZS_LOADER_MOD_ERR(mod, ...) KZ_CTX_AddModError((mod)->ctx, (mod)->name, __VA_ARGS__)
 
-namespace kzs {
+namespace kz::loader {
 
 inline uint32_t ElemMark(const xmlNode *node)
 {
@@ -97,14 +97,22 @@ inline const char *RequireArg(KzMod *mod, const xmlNode *elem, uint32_t stmt)
  * Parsers differ in how they report a failed insert, hence `failCode`. */
 inline uint32_t InternInto(KzMod *mod, const char *value, void *dest, uint32_t failCode)
 {
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
+    const char *interned = KZ_DICT_Insert(kz::schema::ModDict(mod), value);
     if (interned == nullptr) {
         return failCode;
     }
-    ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    ReplaceInterned(kz::schema::ModDict(mod), static_cast<const char **>(dest), interned);
     return KZ_OK;
 }
 
+} /* namespace kz::loader */
+
+/* The old spellings loader/kzs_deviation.cpp still uses; they go once that
+ * file says kz::loader. */
+namespace kzs {
+using kz::loader::ArrayElem;
+using kz::loader::OnceElem;
+using kz::loader::RequireArg;
 } /* namespace kzs */
 
 #endif /* KZS_STMT_UTIL_H */

@@ -12,9 +12,9 @@
 #include "xpath/kz_xpath.h"
 #include "base/kz_kit.h"
 
-using kzs::ElemArg;
-using kzs::Keyword;
-using kzs::ModDict;
+using kz::loader::ElemArg;
+using kz::loader::Keyword;
+using kz::schema::ModDict;
 
 namespace {
 
@@ -139,7 +139,7 @@ KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_WHEN);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_WHEN);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -147,7 +147,7 @@ KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (interned == nullptr) {
         return KZ_ENOMEM;
     }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    kz::loader::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
     return KZ_OK;
 }
 
@@ -157,7 +157,7 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_MUST);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_MUST);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -166,7 +166,7 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (cond == nullptr) {
         return KZ_ENOMEM;
     }
-    kzs::ReplaceInterned(ModDict(mod), &must->cond, cond);
+    kz::loader::ReplaceInterned(ModDict(mod), &must->cond, cond);
     SubParseElem elems[] = {
         {KZS_STMT_ERROR_MESSAGE, &must->errMsg, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
         {KZS_STMT_ERROR_APP_TAG, &must->errAppTag, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
@@ -185,7 +185,7 @@ KZ_API uint32_t KZS_LOADER_ParseIfFeature(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_IF_FEATURE);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_IF_FEATURE);
     if (value == nullptr) {
         return KZ_EINVAL;
     }

@@ -6,7 +6,7 @@
 #include "types/kzt_type.h"
 #include "base/kz_guard.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "base/kz_array.h"
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
-namespace kzs {
+namespace kz::schema {
 
 /* The dictionary a module's texts are interned in; null for a missing module
  * or one not (yet) in a context. */
@@ -25,25 +25,8 @@ inline KzDict *NodeDict(const KzsNode *node)
     return node != nullptr ? ModDict(node->module) : nullptr;
 }
 
-/* Drops one reference of an interned string and clears the holder. */
-inline void DictDrop(KzDict *dict, const char *&s)
-{
-    if (s != nullptr) {
-        KZ_DICT_Remove(dict, s);
-        s = nullptr;
-    }
-}
-
-/* Interns src (when present) into dst; false when the insertion failed. */
-inline bool DictPut(KzDict *dict, const char *&dst, const char *src)
-{
-    if (src == nullptr) {
-        dst = nullptr;
-        return true;
-    }
-    dst = KZ_DICT_Insert(dict, src);
-    return dst != nullptr;
-}
+using kz::base::DictDrop;
+using kz::base::DictPut;
 
 /* Frees an owned array through its free function (dictionary, array, count)
  * and leaves the holder empty. */
@@ -53,12 +36,6 @@ inline void FreeArrayAndClear(KzDict *dict, T *&array, Count &count, Free free)
     free(dict, array, count);
     array = nullptr;
     count = 0;
-}
-
-/* Old name, still used by schema/kzs_mod.cpp. */
-inline bool StrEq(const char *a, const char *b)
-{
-    return kz::SameNonNullText(a, b);
 }
 
 inline bool IsDataOrOperation(const KzsNode *node)
@@ -140,6 +117,16 @@ inline uint32_t ScanExtInsts(KzsExtInst *insts, uint16_t count, KzExtInstScanCb 
                     [&](KzsExtInst &e) { return callback(&e, e.modName, e.extName, e.argument, cookie); });
 }
 
+} // namespace kz::schema
+
+/* The old spellings schema/kzs_mod.cpp still uses; they go once that file says
+ * kz::schema and kz::SameNonNullText. */
+namespace kzs {
+using namespace kz::schema;
+inline bool StrEq(const char *a, const char *b)
+{
+    return kz::SameNonNullText(a, b);
+}
 } // namespace kzs
 
 #endif /* KZS_INTERNAL_H */

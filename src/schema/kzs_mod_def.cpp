@@ -8,7 +8,7 @@
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

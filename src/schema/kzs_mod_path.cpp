@@ -8,7 +8,7 @@
 #include "base/kz_guard.h"
 #include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

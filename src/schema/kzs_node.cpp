@@ -5,7 +5,7 @@
 #include "types/kzt_type.h"
 #include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

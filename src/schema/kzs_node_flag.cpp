@@ -5,7 +5,7 @@
 #include "schema/kzs_internal.h"
 #include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

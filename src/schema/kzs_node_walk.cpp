@@ -2,7 +2,7 @@
  * that looks through choice, case, input and output. None of them recurses. */
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

@@ -75,22 +75,22 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithBase(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataBase, KztSegBase>(segCount);
+    return kz::types::NewSegBody<KztConsDataBase, KztSegBase>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithBase(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataBase>(dict, body, [](KzDict *d, KztSegBase &seg) {
-        kzt::DropInterned(d, seg.modName);
-        kzt::DropInterned(d, seg.identName);
+    kz::types::DestroySegBody<KztConsDataBase>(dict, body, [](KzDict *d, KztSegBase &seg) {
+        kz::base::DictDrop(d, seg.modName);
+        kz::base::DictDrop(d, seg.identName);
     });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithBase(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataBase, KztSegBase>(
+    return kz::types::CopySegBody<KztConsDataBase, KztSegBase>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithBase, [](KzDict *d, KztSegBase &to, const KztSegBase &from) {
-            return kzt::CopyInterned(d, to.modName, from.modName) && kzt::CopyInterned(d, to.identName, from.identName);
+            return kz::base::DictPut(d, to.modName, from.modName) && kz::base::DictPut(d, to.identName, from.identName);
         });
 }
 

@@ -63,7 +63,7 @@ uint32_t KZT_LOADER_FillConsDataAndAllPathSeg(KzCtx *ctx, KzMod *mod, xmlNode *t
     /* Only an explicit "false" turns the instance requirement off. */
     body->requireInstance = 1;
     for (xmlNode *c = typeElem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, "require-instance")) {
+        if (c->type == XML_ELEMENT_NODE && kz::types::ElemNameIs(c->name, "require-instance")) {
             const char *v = KZ_XML_GetFirstPropertyValue(c);
             if (v != nullptr && v[0] == 'f') {
                 body->requireInstance = 0;
@@ -102,11 +102,11 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataPath(void *body, uint32_t inputKin
         return KZ_VAL_ERR_LEAFREF;
     }
     KztValCheckCtx inner;
-    if (!kzt::EnterFreshCheckCtx(chk, target, &inner)) {
+    if (!kz::types::EnterFreshCheckCtx(chk, target, &inner)) {
         return KZ_VAL_ERR_LEAFREF;
     }
     const uint32_t rc = KZT_TYPE_ValidateValueNodeAgainstRealType(targetType, inputKind, input, &inner);
-    kzt::LeaveFreshCheckCtx(chk, &inner);
+    kz::types::LeaveFreshCheckCtx(chk, &inner);
     if (rc != KZ_OK) {
         return rc;
     }

@@ -20,7 +20,7 @@ namespace {
 bool HasChildNamed(const xmlNode *elem, const char *name)
 {
     for (const xmlNode *c = elem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name)) {
+        if (c->type == XML_ELEMENT_NODE && kz::types::ElemNameIs(c->name, name)) {
             return true;
         }
     }
@@ -33,26 +33,26 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithPattern(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataPattern, KztSegPattern>(segCount);
+    return kz::types::NewSegBody<KztConsDataPattern, KztSegPattern>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithPattern(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataPattern>(dict, body, [](KzDict *d, KztSegPattern &seg) {
+    kz::types::DestroySegBody<KztConsDataPattern>(dict, body, [](KzDict *d, KztSegPattern &seg) {
         if (seg.regexp != nullptr) {
             xmlRegFreeRegexp(seg.regexp);
         }
-        kzt::DropInterned(d, seg.pattern);
+        kz::base::DictDrop(d, seg.pattern);
     });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataPattern, KztSegPattern>(
+    return kz::types::CopySegBody<KztConsDataPattern, KztSegPattern>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithPattern,
         [](KzDict *d, KztSegPattern &to, const KztSegPattern &from) {
             to.invertMatch = from.invertMatch;
-            if (!kzt::CopyInterned(d, to.pattern, from.pattern)) {
+            if (!kz::base::DictPut(d, to.pattern, from.pattern)) {
                 return false;
             }
             /* libxml2 has no copy of a compiled expression: compile it again. */

@@ -111,7 +111,7 @@ uint32_t FinishPart(SegInt64 *rec, uint32_t pos, KztRangePushFunc push, KztRange
 }
 
 template <typename T>
-using SegFor = typename kzt::SegTraits<T>::Seg;
+using SegFor = typename kz::types::SegTraits<T>::Seg;
 
 template <typename T>
 bool FitsSigned(const SegInt64 *rec)

@@ -13,7 +13,7 @@
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
 
-namespace kzt {
+namespace kz::types {
 
 /* First child element named `name` that carries a property value, or null. */
 inline xmlNode *FindValuedChild(xmlNode *elem, const char *name)
@@ -86,6 +86,6 @@ uint32_t FillNumberedSegs(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFill
     return rc;
 }
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_SEG_FILL_H */

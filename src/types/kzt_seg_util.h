@@ -11,7 +11,7 @@
 #include "base/kz_dict.h"
 #include "base/kz_kit.h"
 
-namespace kzt {
+namespace kz::types {
 
 /* Allocates a zeroed body of type Body whose `segs` member holds segCount
  * zeroed segments of type Seg; null on failure. */
@@ -72,20 +72,6 @@ Body *CopySegBody(KzDict *dict, const void *src, void (*destroy)(KzDict *, void 
     return d;
 }
 
-/* Drops the reference an interned slot holds, if any. */
-inline void DropInterned(KzDict *dict, const char *s)
-{
-    if (s != nullptr) {
-        KZ_DICT_Remove(dict, s);
-    }
-}
-
-/* Interns from (when present) into to; false when the insertion failed. */
-inline bool CopyInterned(KzDict *dict, const char *&to, const char *from)
-{
-    return from == nullptr || (to = KZ_DICT_Insert(dict, from)) != nullptr;
-}
-
 /* Whole-string test on a libxml2 element name. */
 inline bool ElemNameIs(const void *elemName, const char *name)
 {
@@ -98,6 +84,6 @@ inline uint64_t ElemMarks(const void *priv)
     return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(priv));
 }
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_SEG_UTIL_H */

@@ -123,7 +123,7 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataDerived(void *body, uint32_t input
         }
         parent = &tdef->realType;
     }
-    if (!kzt::TakeCheckStep(chk)) {
+    if (!kz::types::TakeCheckStep(chk)) {
         return KZ_VAL_ERR_DERIVED;
     }
     ++chk->derivedDepth;

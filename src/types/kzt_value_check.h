@@ -7,7 +7,7 @@
 
 #include "types/kzt_cons.h"
 
-namespace kzt {
+namespace kz::types {
 
 /* Union members and leafref targets nest check contexts; typedefs may refer
  * to each other through unions, so both the nesting and the total number of
@@ -38,6 +38,6 @@ inline void LeaveFreshCheckCtx(KztValCheckCtx *outer, const KztValCheckCtx *inne
     outer->stepCount = inner->stepCount;
 }
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_VALUE_CHECK_H */
