@@ -8,6 +8,8 @@
 #include "base/kz_xml.h"
 #include "base/kz_kit.h"
 
+using namespace kz::data;
+
 namespace {
 
 /* Builds the path backwards into a fixed buffer whose last byte is the terminator. */
@@ -29,13 +31,13 @@ private:
     size_t pos_ = KZD_ERR_MAX_TEXT - 1;
 };
 
-const char *text_or_empty(const xmlNode *element)
+const char *TextOrEmpty(const xmlNode *element)
 {
     const char *text = KZ_XML_GetElemNodeContent(element);
     return text != nullptr ? text : "";
 }
 
-std::string quoted(const char *value)
+std::string Quoted(const char *value)
 {
     char q = KZD_ERR_GetValueBoundaryQuota(value);
     return std::string(1, q) + value + q;
@@ -43,7 +45,7 @@ std::string quoted(const char *value)
 
 } // namespace
 
-void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
+void kz::data::SetErrMsgV(KzdErrNode *err, const char *format, va_list ap)
 {
     if (err == nullptr || format == nullptr || err->message != nullptr) {
         return;
@@ -56,14 +58,14 @@ void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
     err->message = kz::DupText(buf);
 }
 
-uint32_t kzd_report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format, ...)
+uint32_t kz::data::Report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format, ...)
 {
     if (aux->err == nullptr) {
         aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, tag, element);
     }
     va_list ap;
     va_start(ap, format);
-    kzd_err_set_msg_v(aux->err, format, ap);
+    SetErrMsgV(aux->err, format, ap);
     va_end(ap);
     KZD_ERR_SetBadElement(aux->err, badElement);
     return KZ_EINVAL;
@@ -80,15 +82,15 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
 {
     BackwardPath path;
     for (xmlNode *e = element; e != nullptr && e != aux->root && e->type == XML_ELEMENT_NODE; e = e->parent) {
-        const KzsNode *schema = kzd_schema_of(e);
+        const KzsNode *schema = SchemaOf(e);
         if (schema != nullptr && schema->kind == KZS_NODE_LEAFLIST &&
-            !path.prepend("[.=" + quoted(text_or_empty(e)) + "]")) {
+            !path.prepend("[.=" + Quoted(TextOrEmpty(e)) + "]")) {
             return nullptr;
         }
         for (xmlNode *c = e->children; c != nullptr; c = c->next) {
             if (c->type == XML_ELEMENT_NODE && KZD_NODE_IsKeyLeafNode(c) &&
                 !path.prepend("[" + std::string(reinterpret_cast<const char *>(c->name)) + "=" +
-                              quoted(text_or_empty(c)) + "]")) {
+                              Quoted(TextOrEmpty(c)) + "]")) {
                 return nullptr;
             }
         }
@@ -124,7 +126,7 @@ KZ_API void KZD_ERR_SetErrorMsg(KzdErrNode *err, const char *format, ...)
 {
     va_list ap;
     va_start(ap, format);
-    kzd_err_set_msg_v(err, format, ap);
+    SetErrMsgV(err, format, ap);
     va_end(ap);
 }
 
