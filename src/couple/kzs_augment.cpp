@@ -52,7 +52,7 @@ void CoupleWaitingAugments(KzMod *mod)
 
 } // namespace
 
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBufSize])
+uint32_t kz::couple::TargetModule(const char *path, char (&modName)[kz::kNameBufSize])
 {
     modName[0] = '\0';
     if (path == nullptr) {
@@ -65,7 +65,7 @@ uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBuf
     return modName[0] == '\0' ? KZ_EINVAL : 0;
 }
 
-bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child)
+bool kz::couple::InAugRange(const KzsNode *augment, const KzsNode *child)
 {
     if (augment == nullptr || child == nullptr || augment->firstChild == nullptr) {
         return false;
@@ -81,7 +81,7 @@ bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child)
     return false;
 }
 
-bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node)
+bool kz::couple::IsInSubtree(const KzsNode *root, const KzsNode *node)
 {
     for (const KzsNode *n = node; n != nullptr; n = n->parent) {
         if (n == root) {
@@ -91,7 +91,7 @@ bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node)
     return false;
 }
 
-void kzs_couple_force_uncouple(KzsNode *augment)
+void kz::couple::ForceUncouple(KzsNode *augment)
 {
     if (augment == nullptr || !IsCoupled(augment)) {
         return;
@@ -310,7 +310,7 @@ uint32_t KZS_NODE_UnCoupleAugmentNode(KzsNode *augment)
 
 void KZS_NODE_RemoveCoupledAugmentNodeChildLink(KzsNode *augment, KzsNode *child)
 {
-    if (augment == nullptr || child == nullptr || !IsCoupled(augment) || !kzs_couple_in_aug_range(augment, child)) {
+    if (augment == nullptr || child == nullptr || !IsCoupled(augment) || !kz::couple::InAugRange(augment, child)) {
         return;
     }
     bool isFirst = (augment->firstChild == child);
@@ -347,7 +347,7 @@ uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod)
     }
     return ForEachUncoupledAugment(mod, [ctx, mod](KzsNode *aug) -> uint32_t {
         char target[kz::kNameBufSize];
-        if (kzs_couple_target_module(aug->name, target) != 0) {
+        if (kz::couple::TargetModule(aug->name, target) != 0) {
             return KZ_EINVAL;
         }
         // A missing target is not an error: the augment is retried when
@@ -422,7 +422,7 @@ uint32_t KZS_MOD_UnCoupleAugmentFromDepMods(KzCtx *ctx, const char *modName, con
     }
     for (KzsNode *aug = dep->augments; aug != nullptr; aug = aug->next) {
         char target[kz::kNameBufSize];
-        if (!IsCoupled(aug) || kzs_couple_target_module(aug->name, target) != 0) {
+        if (!IsCoupled(aug) || kz::couple::TargetModule(aug->name, target) != 0) {
             continue;
         }
         if (modName != nullptr && std::strcmp(target, modName) == 0) {

@@ -2,27 +2,19 @@
 #ifndef KZS_COUPLE_INT_H
 #define KZS_COUPLE_INT_H
 
-#include <cstring>
 #include <vector>
 
 #include "base/kz_kit.h"
 #include "couple/kzs_couple.h"
 
-/* Old name of kz::kNameBufSize, still used by couple/kzs_deviation.cpp. */
-constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = kz::kNameBufSize;
+namespace kz::couple {
 
 /* Module named by the last module-qualified step of a JSON path; 0 with a
  * non-empty name, else 22 (or the splitter's status). */
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBufSize]);
-
-/* Old name of kz::SameText, still used by couple/kzs_deviation.cpp. */
-inline bool kzs_couple_same_text(const char *a, const char *b)
-{
-    return kz::SameText(a, b);
-}
+uint32_t TargetModule(const char *path, char (&modName)[kNameBufSize]);
 
 /* Next node of a pre-order walk of the subtree at root, or null. */
-inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
+inline KzsNode *NextInSubtree(KzsNode *root, KzsNode *node)
 {
     if (node->firstChild != nullptr) {
         return node->firstChild;
@@ -34,20 +26,39 @@ inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
 }
 
 /* Whether child lies in the moved range first..last of a coupled augment. */
-bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child);
+bool InAugRange(const KzsNode *augment, const KzsNode *child);
 
 /* Whether node is root or lies below it. */
-bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node);
+bool IsInSubtree(const KzsNode *root, const KzsNode *node);
 
 /* Takes a coupled augment's children back from wherever they sit now (their
  * current parent), without resolving the target path again; the augment ends
  * uncoupled in every case so that it can be freed. */
-void kzs_couple_force_uncouple(KzsNode *augment);
+void ForceUncouple(KzsNode *augment);
 
 /* Couples the uncoupled augments of every module that augments modName,
  * directly or through others, skipping modules for which skip returns true. */
 template <typename Skip>
-void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip);
+void RecoupleDependants(KzCtx *ctx, const char *modName, Skip skip)
+{
+    const char **names = nullptr;
+    uint32_t count = 0;
+    if (KZ_CTX_CollectDepModNamesRecursive(ctx, modName, KZ_REL_AUGMENT, &names, &count) != 0 || names == nullptr) {
+        return;
+    }
+    MemPtr<const char *> owned(names);
+    for (uint32_t i = 0; i < count; i++) {
+        KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[i]);
+        if (dep != nullptr && !skip(dep)) {
+            (void)KZS_MOD_CoupleAugmentFromDepMods(ctx, modName, names[i], nullptr);
+        }
+    }
+}
+
+} /* namespace kz::couple */
+
+/* The deviation side of coupling, defined in couple/kzs_deviation.cpp and so
+ * still under their C-style names. */
 
 /* Undoes one coupled deviation without coupling anything afterwards; the
  * name of a module whose removed nodes came back is reported through
@@ -74,22 +85,37 @@ void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs);
 /* Order in which a coupled deviation was applied (0 when not coupled). */
 uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev);
 
-
+/* Old names that couple/kzs_deviation.cpp still uses; they go once that file
+ * says kz::couple and kz::SameText / kz::kNameBufSize. */
+constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = kz::kNameBufSize;
+inline bool kzs_couple_same_text(const char *a, const char *b)
+{
+    return kz::SameText(a, b);
+}
+inline uint32_t kzs_couple_target_module(const char *path, char (&modName)[kz::kNameBufSize])
+{
+    return kz::couple::TargetModule(path, modName);
+}
+inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
+{
+    return kz::couple::NextInSubtree(root, node);
+}
+inline bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child)
+{
+    return kz::couple::InAugRange(augment, child);
+}
+inline bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node)
+{
+    return kz::couple::IsInSubtree(root, node);
+}
+inline void kzs_couple_force_uncouple(KzsNode *augment)
+{
+    kz::couple::ForceUncouple(augment);
+}
 template <typename Skip>
 void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip)
 {
-    const char **names = nullptr;
-    uint32_t count = 0;
-    if (KZ_CTX_CollectDepModNamesRecursive(ctx, modName, KZ_REL_AUGMENT, &names, &count) != 0 || names == nullptr) {
-        return;
-    }
-    for (uint32_t i = 0; i < count; i++) {
-        KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[i]);
-        if (dep != nullptr && !skip(dep)) {
-            (void)KZS_MOD_CoupleAugmentFromDepMods(ctx, modName, names[i], nullptr);
-        }
-    }
-    KZ_MemFree(names);
+    kz::couple::RecoupleDependants(ctx, modName, skip);
 }
 
 #endif /* KZS_COUPLE_INT_H */

@@ -47,12 +47,12 @@ void DropRelations(KzCtx *ctx, KzMod *mod)
 {
     char target[kz::kNameBufSize];
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        if (kzs_couple_target_module(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
+        if (kz::couple::TargetModule(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
             (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_AUGMENT);
         }
     }
     for (uint16_t i = 0; i < mod->deviationCount; i++) {
-        if (kzs_couple_target_module(mod->deviations[i].target, target) == 0 &&
+        if (kz::couple::TargetModule(mod->deviations[i].target, target) == 0 &&
             std::strcmp(target, mod->name) != 0) {
             (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_DEVIATE);
         }
@@ -67,7 +67,7 @@ void KZS_MOD_UnCoupleAllAugments(KzMod *mod)
         return;
     }
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        kzs_couple_force_uncouple(aug);
+        kz::couple::ForceUncouple(aug);
     }
 }
 
