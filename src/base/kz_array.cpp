@@ -70,7 +70,7 @@ uint32_t KZ_UTL_ExpandArray(void **arrayPtr, uint16_t oldCount, uint16_t addCoun
     if (p == nullptr) {
         return KZ_ENOMEM;
     }
-    if (kz_memcpy_s(p, newBytes, *arrayPtr, oldBytes) != 0) {
+    if (kz::base::MemcpyS(p, newBytes, *arrayPtr, oldBytes) != 0) {
         KZ_MemFree(p);
         return KZ_ENOMEM;
     }

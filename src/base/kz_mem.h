@@ -39,28 +39,32 @@ KZ_API uint32_t KZ_UTL_ReadTotalMemFromFile(FILE *stream, uint64_t *totalKb);
 KZ_API uint32_t KZ_UTL_GetProcInfoValue(const char *line, const char *key, char *valueOut,
                                         uint32_t valueOutSize);
 
+#ifdef __cplusplus
+}
+
+namespace kz::base {
+
 /* Fault injection (tests only): the n-th KZ_MemMalloc from now returns NULL,
- * once; 0 disarms.  kz_mem_fail_pending is what is left of the countdown (0 once
+ * once; 0 disarms.  PendingAllocFailure is what is left of the countdown (0 once
  * the failure has been injected or when disarmed). */
-void kz_mem_fail_nth(uint64_t n);
-uint64_t kz_mem_fail_pending(void);
+void FailNthAlloc(uint64_t n);
+uint64_t PendingAllocFailure();
 
 /* Library-owned partition used in state 2 (hidden). */
-uint32_t kz_part_handle_init(const char *name, uint32_t *handleOut);
-void kz_part_handle_fini(uint32_t handle);
-uint32_t kz_part_create(uint32_t handle, const char *name, const char *classLabel, uint32_t size,
-                        const void *param, uint32_t paramLen, uint8_t *ptOut);
-void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size);
-void kz_part_free(void *ptr);
+uint32_t PartHandleInit(const char *name, uint32_t *handleOut);
+void PartHandleFini(uint32_t handle);
+uint32_t PartCreate(uint32_t handle, const char *name, const char *classLabel, uint32_t size, const void *param,
+                    uint32_t paramLen, uint8_t *ptOut);
+void *PartMalloc(uint32_t handle, uint8_t pt, size_t size);
+void PartFree(void *ptr);
 /* Blocks currently held from the partition (for checks and tests). */
-uint64_t kz_part_live_blocks(void);
+uint64_t PartLiveBlocks();
 /* The choice rule: readRc is the result of reading the total memory figure
  * (0 when totalKb is valid).  Returns state 1 or 2; for state 2 the handle and
  * partition created are stored. */
-uint32_t kz_mem_choose(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut);
+uint32_t ChooseMemState(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut);
 
-#ifdef __cplusplus
-}
+}  // namespace kz::base
 #endif
 
 #endif /* KZ_MEM_H */

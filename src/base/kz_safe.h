@@ -3,33 +3,25 @@
 #ifndef KZ_SAFE_H
 #define KZ_SAFE_H
 
-#include <stdarg.h>
-#include <stddef.h>
+#include <cstdarg>
+#include <cstddef>
 
-#include "korla.h"
-
-#ifdef __cplusplus
-extern "C" {
-#endif
+namespace kz::base {
 
 /* Each returns 0 or an errno code (EINVAL, ERANGE); on failure a string
- * destination is left empty.  kz_vsnprintf_trunc truncates instead of failing
+ * destination is left empty.  VsnprintfTrunc truncates instead of failing
  * and only reports format errors. */
-int kz_memcpy_s(void *dest, size_t destMax, const void *src, size_t count);
-int kz_memset_s(void *dest, size_t destMax, int c, size_t count);
-int kz_strcpy_s(char *dest, size_t destMax, const char *src);
-int kz_strncpy_s(char *dest, size_t destMax, const char *src, size_t count);
-int kz_strcat_s(char *dest, size_t destMax, const char *src);
-int kz_snprintf_s(char *dest, size_t destMax, const char *format, ...)
-    __attribute__((format(printf, 3, 4)));
-int kz_vsnprintf_s(char *dest, size_t destMax, const char *format, va_list args)
+int MemcpyS(void *dest, size_t destMax, const void *src, size_t count);
+int MemsetS(void *dest, size_t destMax, int c, size_t count);
+int StrcpyS(char *dest, size_t destMax, const char *src);
+int StrncpyS(char *dest, size_t destMax, const char *src, size_t count);
+int StrcatS(char *dest, size_t destMax, const char *src);
+int SnprintfS(char *dest, size_t destMax, const char *format, ...) __attribute__((format(printf, 3, 4)));
+int VsnprintfS(char *dest, size_t destMax, const char *format, va_list args) __attribute__((format(printf, 3, 0)));
+int VsnprintfTrunc(char *dest, size_t destMax, const char *format, va_list args)
     __attribute__((format(printf, 3, 0)));
-int kz_vsnprintf_trunc(char *dest, size_t destMax, const char *format, va_list args)
-    __attribute__((format(printf, 3, 0)));
-char *kz_strtok_s(char *str, const char *delim, char **savePtr);
+char *StrtokS(char *str, const char *delim, char **savePtr);
 
-#ifdef __cplusplus
-}
-#endif
+}  // namespace kz::base
 
 #endif /* KZ_SAFE_H */

@@ -78,7 +78,7 @@ uint32_t KZ_UTL_MatchStrWithPattern(const char *str, const char *pattern)
     if (str == nullptr || pattern == nullptr) {
         return KZ_EINVAL;
     }
-    kz::XmlRegexpPtr re(kz_xml_compile_regexp_quietly(pattern));
+    kz::XmlRegexpPtr re(kz::base::CompileRegexpQuietly(pattern));
     if (re == nullptr) {
         return KZ_EINVAL;
     }

@@ -144,7 +144,7 @@ void KZ_CTX_SetCurYinFile(KzCtx *ctx, const char *path)
     const char *slash = strrchr(path, '/');
     const char *base = slash == nullptr ? path : slash + 1;
     // A name that does not fit leaves the buffer empty.
-    (void)kz_strcpy_s(ctx->curYinFile, sizeof ctx->curYinFile, base);
+    (void)kz::base::StrcpyS(ctx->curYinFile, sizeof ctx->curYinFile, base);
 }
 
 void KZ_CTX_ClearCurYinFile(KzCtx *ctx)

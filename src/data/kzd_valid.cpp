@@ -18,10 +18,10 @@ using DocPtr = kz::XmlDocPtr;
 /* Blank text nodes are dropped, as the structure pass expects element-only content. Documents
  * come from the wire: no DTD, no entity substitution, no network access (NETCONF messages have
  * no use for a document type declaration, so one is refused before any of it is read). */
-DocPtr ParseText(const char *text, kz::xml::ParseReport *report)
+DocPtr ParseText(const char *text, kz::base::ParseReport *report)
 {
     constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
-    return DocPtr(kz::xml::ParseMemory(text, strlen(text), kOptions, true, report));
+    return DocPtr(kz::base::ParseXmlMemory(text, strlen(text), kOptions, true, report));
 }
 
 KzdErrNode *GenericRecord(KzdCheckAux *aux)
@@ -40,7 +40,7 @@ KzdErrNode *RefusedRecord(KzdCheckAux *aux)
 /* Entities are never expanded, so a caller's tree that still holds references is refused. */
 bool RefuseEntityRefs(KzdCheckAux *aux, xmlNode *top, KzdErrNode **err)
 {
-    const xmlNode *ref = kz::xml::FindEntityRef(top);
+    const xmlNode *ref = kz::base::FindEntityRef(top);
     if (ref == nullptr) {
         return false;
     }
@@ -81,7 +81,7 @@ KzdErrNode *ValidateRequest(KzdCheckAux *aux, uint32_t dataKind, void *data)
         KZD_PAS_ClearXmlTreePrivate(top);
         return err;
     }
-    kz::xml::ParseReport report;
+    kz::base::ParseReport report;
     DocPtr doc = ParseText(static_cast<const char *>(data), &report);
     if (report.doctype) {
         (void)Report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
@@ -180,7 +180,7 @@ KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNot
         if (ctx == nullptr || text == nullptr) {
             return KZ_EINVAL;
         }
-        kz::xml::ParseReport report;
+        kz::base::ParseReport report;
         DocPtr doc = ParseText(text, &report);
         xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
         if (top == nullptr) {

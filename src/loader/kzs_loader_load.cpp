@@ -49,13 +49,13 @@ kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
  * rather than the parser's global defaults: nothing shared is changed, the parser's
  * complaints land in report instead of stderr, and element names come from the parser
  * dictionary instead of a copy per node. */
-xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::xml::ParseReport *report)
+xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::base::ParseReport *report)
 {
-    return kz::xml::ParseMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
+    return kz::base::ParseXmlMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
 }
 
 /* Reads a whole module file, its size checked before anything is allocated for it. */
-xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
+xmlDoc *ReadFileAsDoc(FILE *file, kz::base::ParseReport *report)
 {
     if (file == nullptr || std::fseek(file, 0, SEEK_END) != 0) {
         return nullptr;
@@ -65,7 +65,7 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
         return nullptr;
     }
     if (static_cast<unsigned long>(size) > KZ_CTX_MODULE_FILE_MAX) {
-        (void)kz_snprintf_s(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
+        (void)kz::base::SnprintfS(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
                             size, KZ_CTX_MODULE_FILE_MAX);
         return nullptr;
     }
@@ -78,7 +78,7 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
     return ParseXmlBuffer(buf.get(), got, report);
 }
 
-xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
+xmlDoc *ReadYinFile(const char *path, kz::base::ParseReport *report)
 {
     kz::FilePtr file(std::fopen(path, "rb"));
     if (file == nullptr) {
@@ -89,7 +89,7 @@ xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
 }
 
 /* The read failure, followed by what the parser (or the size check) said about it. */
-void RecordReadFailure(KzCtx *ctx, const char *name, const kz::xml::ParseReport &report)
+void RecordReadFailure(KzCtx *ctx, const char *name, const kz::base::ParseReport &report)
 {
     if (report.message[0] == '\0') {
         KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
@@ -179,7 +179,7 @@ KZ_API uint32_t KZS_LOADER_CheckParsedModNameMatched(const char *nameAttr, const
 
 KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file)
 {
-    kz::xml::ParseReport report;
+    kz::base::ParseReport report;
     return ReadFileAsDoc(file, &report);
 }
 
@@ -188,7 +188,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
     if (path == nullptr) {
         return nullptr;
     }
-    kz::xml::ParseReport report;
+    kz::base::ParseReport report;
     return ReadYinFile(path, &report);
 }
 
@@ -218,7 +218,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, c
     reported = reported != nullptr ? reported : &unused;
     *reported = 0;
     if (!kz::loader::IsYangPath(path)) {
-        kz::xml::ParseReport report;
+        kz::base::ParseReport report;
         xmlDoc *doc = path != nullptr ? ReadYinFile(path, &report) : nullptr;
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             RecordReadFailure(ctx, moduleName, report);
@@ -487,7 +487,7 @@ KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
         if (ctx == nullptr || yinText == nullptr) {
             return KZ_EINVAL;
         }
-        kz::xml::ParseReport report;
+        kz::base::ParseReport report;
         kz::XmlDocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
         if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), false, ModuleNameOf(doc.get()))) {
             return KZ_ERR;

@@ -69,7 +69,7 @@ uint32_t KZ_CTX_AllocSearchDirBufferIfNeed(KzCtx *ctx)
         return KZ_ENOMEM;
     }
     if (oldCap != 0 &&
-        kz_memcpy_s(slots, newBytes, ctx->searchDirs, static_cast<size_t>(oldCap) * sizeof(const char *)) != 0) {
+        kz::base::MemcpyS(slots, newBytes, ctx->searchDirs, static_cast<size_t>(oldCap) * sizeof(const char *)) != 0) {
         KZ_MemFree(slots);
         return KZ_ENOMEM;
     }

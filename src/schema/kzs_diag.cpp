@@ -208,7 +208,7 @@ void KZ_CTX_ImplAddModError(KzCtx *ctx, const char *moduleName, uint32_t level, 
         return;
     }
     char message[KZ_DIAG_MESSAGE_SIZE];
-    if (kz_vsnprintf_trunc(message, sizeof message, format, args) != 0) {
+    if (kz::base::VsnprintfTrunc(message, sizeof message, format, args) != 0) {
         return;
     }
     WriteGuard guard(ctx->errMng);

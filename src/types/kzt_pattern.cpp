@@ -56,7 +56,7 @@ void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
                 return false;
             }
             /* libxml2 has no copy of a compiled expression: compile it again. */
-            to.regexp = kz_xml_compile_regexp_quietly(to.pattern);
+            to.regexp = kz::base::CompileRegexpQuietly(to.pattern);
             return true;
         });
 }
@@ -85,7 +85,7 @@ uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uin
     s->invertMatch = HasChildNamed(elem, "modifier") ? 1u : 0u;
     /* A pattern that does not compile matches nothing, exactly as when it is
      * compiled again for every value. */
-    s->regexp = kz_xml_compile_regexp_quietly(s->pattern);
+    s->regexp = kz::base::CompileRegexpQuietly(s->pattern);
     return KZ_OK;
 }
 

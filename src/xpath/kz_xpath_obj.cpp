@@ -304,7 +304,7 @@ uint32_t KZ_XPATH_ConvertNodeToNumber(XpathObject *obj)
     if (obj->val.node == nullptr) {
         return SetNumber(obj, 0.0);
     }
-    char *content = kz::xml::DupTextContent(obj->val.node); /* entities never expanded */
+    char *content = kz::base::DupTextContent(obj->val.node); /* entities never expanded */
     if (content == nullptr) {
         return KZ_ENOMEM;
     }
