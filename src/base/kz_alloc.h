@@ -1,8 +1,8 @@
 // C++ containers inside the library allocate through KZ_MemMalloc like every
 // other record; a failed allocation throws std::bad_alloc, which the C entry
 // points catch and turn into status 12.
-#ifndef KZ_ALLOC_HPP
-#define KZ_ALLOC_HPP
+#ifndef KZ_ALLOC_H
+#define KZ_ALLOC_H
 
 #include <cstddef>
 #include <new>
@@ -72,4 +72,4 @@ void DeleteObject(T *obj) noexcept
 
 }  // namespace kz
 
-#endif  // KZ_ALLOC_HPP
+#endif  // KZ_ALLOC_H
