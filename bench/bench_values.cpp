@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "korla.h"
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"

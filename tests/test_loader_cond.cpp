@@ -1,7 +1,7 @@
 // An augment's when condition moved one level down, and the hand-down of an
 // augment's when and if-features to its children.
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "test_support.h"
 
 namespace {

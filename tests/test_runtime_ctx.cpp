@@ -329,7 +329,7 @@ TEST(RuntimeCtxLife, DeleteReleasesEverythingTheContextHolds)
     if (g_kzMemFuncInit != KZ_MEM_STATE_PARTITION) {
         GTEST_SKIP() << "block count is kept by the partition only";
     }
-    uint64_t before = kz_part_live_blocks();
+    uint64_t before = kz::base::PartLiveBlocks();
     KzCtx *ctx = KZ_CTX_Create(0);
     ASSERT_NE(nullptr, ctx);
     ASSERT_EQ(0u, KZ_CTX_SetSearchDir(ctx, "/tmp"));
@@ -337,7 +337,7 @@ TEST(RuntimeCtxLife, DeleteReleasesEverythingTheContextHolds)
     ASSERT_EQ(0u, KZ_CTX_AddTwoModRelation(ctx, "c", "b", KZ_REL_DEVIATE));
     KZ_CTX_SetCurYinFile(ctx, "/x/y.yin");
     KZ_CTX_Delete(ctx);
-    EXPECT_EQ(before, kz_part_live_blocks());
+    EXPECT_EQ(before, kz::base::PartLiveBlocks());
 }
 
 // With real modules: features through the context, a path through a coupled

@@ -98,7 +98,7 @@ TEST_F(RuntimeDict, RemovingEverythingReturnsEveryBlock)
     if (g_kzMemFuncInit != KZ_MEM_STATE_PARTITION) {
         GTEST_SKIP() << "block count is kept by the partition only";
     }
-    uint64_t before = kz_part_live_blocks();
+    uint64_t before = kz::base::PartLiveBlocks();
     std::vector<const char *> kept;
     for (int i = 0; i < 3000; ++i) {
         kept.push_back(KZ_DICT_Insert(&dict_, ("name-" + std::to_string(i % 1500)).c_str()));
@@ -106,7 +106,7 @@ TEST_F(RuntimeDict, RemovingEverythingReturnsEveryBlock)
     for (const char *s : kept) {
         KZ_DICT_Remove(&dict_, s);
     }
-    EXPECT_EQ(before, kz_part_live_blocks());
+    EXPECT_EQ(before, kz::base::PartLiveBlocks());
 }
 
 TEST(RuntimeDictLife, DestroyedDictionaryRefusesWork)

@@ -33,13 +33,13 @@ TEST(RuntimeMemChoice, ThresholdIsFourGiBInKilobytes)
 {
     uint32_t handle = 0;
     uint8_t pt = 0;
-    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz_mem_choose(0, 4194303, &handle, &pt));
+    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz::base::ChooseMemState(0, 4194303, &handle, &pt));
     EXPECT_EQ(0u, handle);
-    EXPECT_EQ(KZ_MEM_STATE_PARTITION, kz_mem_choose(0, 4194304, &handle, &pt));
+    EXPECT_EQ(KZ_MEM_STATE_PARTITION, kz::base::ChooseMemState(0, 4194304, &handle, &pt));
     EXPECT_NE(0u, handle);
     EXPECT_NE(0u, pt);
     // An unreadable figure selects the C library whatever the number says.
-    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz_mem_choose(KZ_ERR, 1ull << 40, &handle, &pt));
+    EXPECT_EQ(KZ_MEM_STATE_LIBC, kz::base::ChooseMemState(KZ_ERR, 1ull << 40, &handle, &pt));
 }
 
 TEST(RuntimeMemChoice, ReadsMemTotalFromTheFirstLineThatHasIt)
@@ -77,9 +77,9 @@ TEST(RuntimeMemChoice, FirstAllocationDecidesFromThisMachine)
     if (expected == KZ_MEM_STATE_PARTITION) {
         EXPECT_NE(0u, g_kzMemHandle);
         EXPECT_NE(0u, g_kzMemPt);
-        uint64_t live = kz_part_live_blocks();
+        uint64_t live = kz::base::PartLiveBlocks();
         KZ_MemFree(p);
-        EXPECT_EQ(live - 1, kz_part_live_blocks());
+        EXPECT_EQ(live - 1, kz::base::PartLiveBlocks());
     } else {
         KZ_MemFree(p);
     }
@@ -177,20 +177,20 @@ TEST(RuntimeString, PatternsAreAnchoredXmlSchemaExpressions)
 
 TEST(RuntimeSlab, SmallBlocksAreDistinctReusedAndTellThemselvesApart)
 {
-    void *probe = kz::SlabAlloc(16);
+    void *probe = kz::base::SlabAlloc(16);
     if (probe == nullptr) {
         GTEST_SKIP() << "slabs are off under a memory checker";
     }
-    EXPECT_TRUE(kz::SlabFree(probe));
-    EXPECT_EQ(nullptr, kz::SlabAlloc(257));  // larger blocks stay with the C heap
+    EXPECT_TRUE(kz::base::SlabFree(probe));
+    EXPECT_EQ(nullptr, kz::base::SlabAlloc(257));  // larger blocks stay with the C heap
     int onHeap = 0;
-    EXPECT_FALSE(kz::SlabFree(&onHeap));
+    EXPECT_FALSE(kz::base::SlabFree(&onHeap));
 
     // Enough blocks of every class to fill several slabs; each keeps its own bytes.
     std::vector<std::pair<unsigned char *, size_t>> blocks;
     for (int i = 0; i < 40000; ++i) {
         size_t size = static_cast<size_t>(i % 256) + 1;
-        auto *b = static_cast<unsigned char *>(kz::SlabAlloc(size));
+        auto *b = static_cast<unsigned char *>(kz::base::SlabAlloc(size));
         ASSERT_NE(nullptr, b);
         std::memset(b, i & 0xFF, size);
         blocks.emplace_back(b, size);
@@ -202,14 +202,14 @@ TEST(RuntimeSlab, SmallBlocksAreDistinctReusedAndTellThemselvesApart)
     }
     EXPECT_EQ(blocks.size(), distinct.size());
     for (size_t i = 0; i < blocks.size(); i += 2) {
-        EXPECT_TRUE(kz::SlabFree(blocks[i].first));
+        EXPECT_TRUE(kz::base::SlabFree(blocks[i].first));
     }
     // Freed slots serve new blocks of their class before fresh ones.
-    void *again = kz::SlabAlloc(blocks[0].second);
+    void *again = kz::base::SlabAlloc(blocks[0].second);
     EXPECT_EQ(1u, distinct.count(static_cast<unsigned char *>(again)));
-    EXPECT_TRUE(kz::SlabFree(again));
+    EXPECT_TRUE(kz::base::SlabFree(again));
     for (size_t i = 1; i < blocks.size(); i += 2) {
-        EXPECT_TRUE(kz::SlabFree(blocks[i].first));
+        EXPECT_TRUE(kz::base::SlabFree(blocks[i].first));
     }
 }
 
@@ -218,16 +218,16 @@ TEST(RuntimeSlab, ThreadsAllocateAndFreeConcurrently)
     auto churn = [] {
         std::vector<void *> held;
         for (int round = 0; round < 20000; ++round) {
-            held.push_back(kz::SlabAlloc(static_cast<size_t>(round % 96) + 8));
+            held.push_back(kz::base::SlabAlloc(static_cast<size_t>(round % 96) + 8));
             if (held.size() > 64) {
                 for (void *p : held) {
-                    kz::SlabFree(p);
+                    kz::base::SlabFree(p);
                 }
                 held.clear();
             }
         }
         for (void *p : held) {
-            kz::SlabFree(p);
+            kz::base::SlabFree(p);
         }
     };
     std::thread a(churn);

@@ -10,7 +10,7 @@ int TruncFormat(char *dest, size_t size, const char *format, ...)
 {
     va_list args;
     va_start(args, format);
-    int rc = kz_vsnprintf_trunc(dest, size, format, args);
+    int rc = kz::base::VsnprintfTrunc(dest, size, format, args);
     va_end(args);
     return rc;
 }
@@ -20,41 +20,41 @@ int TruncFormat(char *dest, size_t size, const char *format, ...)
 TEST(RuntimeSafeCopy, StringCopiesFailInsteadOfTruncating)
 {
     char buf[4];
-    EXPECT_EQ(0, kz_strcpy_s(buf, sizeof buf, "abc"));
+    EXPECT_EQ(0, kz::base::StrcpyS(buf, sizeof buf, "abc"));
     EXPECT_STREQ("abc", buf);
-    EXPECT_EQ(ERANGE, kz_strcpy_s(buf, sizeof buf, "abcd"));
+    EXPECT_EQ(ERANGE, kz::base::StrcpyS(buf, sizeof buf, "abcd"));
     EXPECT_STREQ("", buf);
-    EXPECT_EQ(EINVAL, kz_strcpy_s(buf, sizeof buf, nullptr));
-    EXPECT_EQ(EINVAL, kz_strcpy_s(buf, 0, "a"));
+    EXPECT_EQ(EINVAL, kz::base::StrcpyS(buf, sizeof buf, nullptr));
+    EXPECT_EQ(EINVAL, kz::base::StrcpyS(buf, 0, "a"));
 
-    EXPECT_EQ(0, kz_strncpy_s(buf, sizeof buf, "abcdef", 3));
+    EXPECT_EQ(0, kz::base::StrncpyS(buf, sizeof buf, "abcdef", 3));
     EXPECT_STREQ("abc", buf);
-    EXPECT_EQ(ERANGE, kz_strncpy_s(buf, sizeof buf, "abcdef", 4));
+    EXPECT_EQ(ERANGE, kz::base::StrncpyS(buf, sizeof buf, "abcdef", 4));
     EXPECT_STREQ("", buf);
 
-    EXPECT_EQ(0, kz_strcpy_s(buf, sizeof buf, "ab"));
-    EXPECT_EQ(0, kz_strcat_s(buf, sizeof buf, "c"));
+    EXPECT_EQ(0, kz::base::StrcpyS(buf, sizeof buf, "ab"));
+    EXPECT_EQ(0, kz::base::StrcatS(buf, sizeof buf, "c"));
     EXPECT_STREQ("abc", buf);
-    EXPECT_NE(0, kz_strcat_s(buf, sizeof buf, "d"));
+    EXPECT_NE(0, kz::base::StrcatS(buf, sizeof buf, "d"));
     EXPECT_STREQ("", buf);
 }
 
 TEST(RuntimeSafeCopy, MemcpyChecksRoomAndOverlap)
 {
     char buf[8] = "xxxxxxx";
-    EXPECT_EQ(0, kz_memcpy_s(buf, sizeof buf, "12345678", 8));
+    EXPECT_EQ(0, kz::base::MemcpyS(buf, sizeof buf, "12345678", 8));
     EXPECT_EQ(0, memcmp(buf, "12345678", 8));
-    EXPECT_EQ(ERANGE, kz_memcpy_s(buf, 4, "12345", 5));
-    EXPECT_EQ(EINVAL, kz_memcpy_s(buf, sizeof buf, buf + 2, 4));
-    EXPECT_EQ(0, kz_memcpy_s(buf, sizeof buf, nullptr, 0));
+    EXPECT_EQ(ERANGE, kz::base::MemcpyS(buf, 4, "12345", 5));
+    EXPECT_EQ(EINVAL, kz::base::MemcpyS(buf, sizeof buf, buf + 2, 4));
+    EXPECT_EQ(0, kz::base::MemcpyS(buf, sizeof buf, nullptr, 0));
 }
 
 TEST(RuntimeSafeCopy, FormattingFailsOrTruncatesAsNamed)
 {
     char buf[6];
-    EXPECT_EQ(0, kz_snprintf_s(buf, sizeof buf, "%s-%d", "ab", 12));
+    EXPECT_EQ(0, kz::base::SnprintfS(buf, sizeof buf, "%s-%d", "ab", 12));
     EXPECT_STREQ("ab-12", buf);
-    EXPECT_EQ(ERANGE, kz_snprintf_s(buf, sizeof buf, "%s-%d", "ab", 123));
+    EXPECT_EQ(ERANGE, kz::base::SnprintfS(buf, sizeof buf, "%s-%d", "ab", 123));
     EXPECT_STREQ("", buf);
     EXPECT_EQ(0, TruncFormat(buf, sizeof buf, "%s", "truncated"));
     EXPECT_STREQ("trunc", buf);

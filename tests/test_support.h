@@ -26,8 +26,12 @@
 #include "loader/kzs_stmt.h"
 #include "korla.h"
 #include "schema/kzs_ctx.h"
+#include "base/kz_array.h"
 #include "base/kz_dict.h"
 #include "base/kz_mem.h"
+#include "base/kz_safe.h"
+#include "base/kz_scan.h"
+#include "base/kz_str.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
@@ -215,10 +219,10 @@ template <class Fn>
 uint64_t CountMallocs(Fn fn)
 {
     constexpr uint64_t kFar = UINT64_MAX / 2;
-    kz_mem_fail_nth(kFar);
+    kz::base::FailNthAlloc(kFar);
     fn();
-    const uint64_t left = kz_mem_fail_pending();
-    kz_mem_fail_nth(0);
+    const uint64_t left = kz::base::PendingAllocFailure();
+    kz::base::FailNthAlloc(0);
     return kFar - left;
 }
 

@@ -1,11 +1,10 @@
 // C++ containers inside the library allocate through KZ_MemMalloc like every
 // other record; a failed allocation throws std::bad_alloc, which the C entry
 // points catch and turn into status 12.
-#ifndef KZ_ALLOC_HPP
-#define KZ_ALLOC_HPP
+#ifndef KZ_ALLOC_H
+#define KZ_ALLOC_H
 
 #include <cstddef>
-#include <memory>
 #include <new>
 
 #include "korla.h"
@@ -71,13 +70,6 @@ void DeleteObject(T *obj) noexcept
     }
 }
 
-struct MemRelease {
-    void operator()(void *p) const noexcept { KZ_MemFree(p); }
-};
-// Owns a KZ_MemMalloc block until the end of a scope, also when a container throws.
-template <typename T>
-using MemPtr = std::unique_ptr<T, MemRelease>;
-
 }  // namespace kz
 
-#endif  // KZ_ALLOC_HPP
+#endif  // KZ_ALLOC_H

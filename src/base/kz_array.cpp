@@ -2,7 +2,9 @@
 // loader counts first and sizes once, so there is no doubling here.
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
+#include "base/kz_safe.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -35,11 +37,10 @@ uint32_t KZ_UTL_NewArray(void **arrayPtr, uint16_t count, uint32_t elemSize)
     if (!ByteSize(count, elemSize, &bytes)) {
         return KZ_ENOMEM;
     }
-    void *p = KZ_MemMalloc(bytes);
+    void *p = kz::ZeroAlloc<unsigned char>(bytes);
     if (p == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(p, 0, bytes);
     *arrayPtr = p;
     return KZ_OK;
 }
@@ -65,12 +66,11 @@ uint32_t KZ_UTL_ExpandArray(void **arrayPtr, uint16_t oldCount, uint16_t addCoun
     if (!ByteSize(newCount, elemSize, &newBytes) || !ByteSize(oldCount, elemSize, &oldBytes)) {
         return KZ_ENOMEM;
     }
-    void *p = KZ_MemMalloc(newBytes);
+    void *p = kz::ZeroAlloc<unsigned char>(newBytes);
     if (p == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(p, 0, newBytes);
-    if (kz_memcpy_s(p, newBytes, *arrayPtr, oldBytes) != 0) {
+    if (kz::base::MemcpyS(p, newBytes, *arrayPtr, oldBytes) != 0) {
         KZ_MemFree(p);
         return KZ_ENOMEM;
     }

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
+#include "base/kz_kit.h"
 
 // For every chain, an open-addressed table of its entries keyed by their hash,
 // and the chain's tail, so that neither a lookup nor an append walks it. The
@@ -46,16 +46,6 @@ uint32_t HomeSlot(const KzDictChainIndex *index, uint32_t hash)
     return (hash >> 10) & (index->capacity - 1);
 }
 
-KzDictSlot *AllocSlots(uint32_t capacity)
-{
-    size_t bytes = static_cast<size_t>(capacity) * sizeof(KzDictSlot);
-    auto *slots = static_cast<KzDictSlot *>(KZ_MemMalloc(bytes));
-    if (slots != nullptr) {
-        memset(slots, 0, bytes);
-    }
-    return slots;
-}
-
 // Slot holding the entry for s, or the empty slot where it would go; null when
 // the chain has no table yet.
 KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
@@ -91,7 +81,7 @@ bool ReserveOneMore(KzDictChainIndex *index)
     uint32_t oldCapacity = index->capacity;
     uint32_t newCapacity = oldCapacity == 0 ? kFirstCapacity : oldCapacity * 2;
     KzDictSlot *old = index->slots;
-    KzDictSlot *grown = AllocSlots(newCapacity);
+    KzDictSlot *grown = kz::ZeroAlloc<KzDictSlot>(newCapacity);
     if (grown == nullptr) {
         return false;
     }
@@ -165,16 +155,13 @@ uint32_t KZ_DICT_Init(KzDict *dict)
     if (dict == nullptr) {
         return KZ_ERR;
     }
-    size_t bytes = KZ_DICT_BUCKET_COUNT * sizeof(KzDictBucket);
-    auto *buckets = static_cast<KzDictBucket *>(KZ_MemMalloc(bytes));
-    auto *index = static_cast<KzDictIndex *>(KZ_MemMalloc(sizeof(KzDictIndex)));
+    auto *buckets = kz::ZeroAlloc<KzDictBucket>(KZ_DICT_BUCKET_COUNT);
+    auto *index = kz::ZeroAlloc<KzDictIndex>();
     if (buckets == nullptr || index == nullptr) {
         KZ_MemFree(buckets);
         KZ_MemFree(index);
         return KZ_ERR;
     }
-    memset(buckets, 0, bytes);
-    memset(index, 0, sizeof(KzDictIndex));
     dict->bucketCount = KZ_DICT_BUCKET_COUNT;
     dict->headCount = 0;
     dict->buckets = buckets;
@@ -225,7 +212,7 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     if (entry == nullptr) {
         return nullptr;
     }
-    entry->text = KZ_UTL_StrDup(s);
+    entry->text = kz::DupText(s);
     if (entry->text == nullptr) {
         KZ_MemFree(entry);
         return nullptr;

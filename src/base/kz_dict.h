@@ -43,6 +43,30 @@ KZ_API void KZ_DICT_Destroy(KzDict *dict);
 
 #ifdef __cplusplus
 }
+
+namespace kz::base {
+
+/* Drops one reference of an interned text and clears the holder. */
+inline void DictDrop(KzDict *dict, const char *&s)
+{
+    if (s != nullptr) {
+        KZ_DICT_Remove(dict, s);
+        s = nullptr;
+    }
+}
+
+/* Interns src (when present) into dst; false when the insertion failed. */
+inline bool DictPut(KzDict *dict, const char *&dst, const char *src)
+{
+    if (src == nullptr) {
+        dst = nullptr;
+        return true;
+    }
+    dst = KZ_DICT_Insert(dict, src);
+    return dst != nullptr;
+}
+
+}  // namespace kz::base
 #endif
 
 #endif /* KZ_DICT_H */

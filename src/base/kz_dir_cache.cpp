@@ -1,5 +1,6 @@
 /* Directory listings reused across loads (see kz_dir_cache.h). */
 #include "base/kz_dir_cache.h"
+#include "base/kz_kit.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -36,14 +37,10 @@ bool SameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-struct DirCloser {
-    void operator()(DIR *d) const { closedir(d); }
-};
-
 /* The handle is owned so that a listing that cannot grow (bad_alloc) still closes it. */
 bool ReadAtNames(const std::string &dir, std::vector<std::string> *out)
 {
-    std::unique_ptr<DIR, DirCloser> d(opendir(dir.c_str()));
+    DirPtr d(opendir(dir.c_str()));
     if (d == nullptr) {
         return false;
     }

@@ -2,8 +2,8 @@
 // ever reaches a C caller: a container that could not allocate (std::bad_alloc)
 // ends the call with the result the entry point already gives when out of
 // memory.  What the body changed before the throw is undone by its own RAII.
-#ifndef KZ_GUARD_HPP
-#define KZ_GUARD_HPP
+#ifndef KZ_GUARD_H
+#define KZ_GUARD_H
 
 #include <utility>
 
@@ -30,4 +30,4 @@ void GuardedVoid(Body &&body) noexcept
 
 }  // namespace kz
 
-#endif  // KZ_GUARD_HPP
+#endif  // KZ_GUARD_H

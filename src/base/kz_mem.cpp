@@ -6,7 +6,9 @@
 #include <cstring>
 
 #include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_slab.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -46,9 +48,19 @@ uint32_t LoadState()
 
 }  // namespace
 
-extern "C" {
+namespace kz::base {
 
-uint32_t kz_part_handle_init(const char *name, uint32_t *handleOut)
+void FailNthAlloc(uint64_t n)
+{
+    g_failCountdown.store(n, std::memory_order_relaxed);
+}
+
+uint64_t PendingAllocFailure()
+{
+    return g_failCountdown.load(std::memory_order_relaxed);
+}
+
+uint32_t PartHandleInit(const char *name, uint32_t *handleOut)
 {
     if (name == nullptr || handleOut == nullptr) {
         return EINVAL;
@@ -58,12 +70,12 @@ uint32_t kz_part_handle_init(const char *name, uint32_t *handleOut)
     return 0;
 }
 
-void kz_part_handle_fini(uint32_t handle)
+void PartHandleFini(uint32_t handle)
 {
     (void)handle;
 }
 
-uint32_t kz_part_create(uint32_t handle, const char *name, const char *classLabel, uint32_t size,
+uint32_t PartCreate(uint32_t handle, const char *name, const char *classLabel, uint32_t size,
                         const void *param, uint32_t paramLen, uint8_t *ptOut)
 {
     if (handle == 0 || name == nullptr || classLabel == nullptr || size == 0 || param == nullptr ||
@@ -75,12 +87,12 @@ uint32_t kz_part_create(uint32_t handle, const char *name, const char *classLabe
     return 0;
 }
 
-void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size)
+void *PartMalloc(uint32_t handle, uint8_t pt, size_t size)
 {
     if (handle == 0 || pt == 0) {
         return nullptr;
     }
-    void *p = kz::SlabAlloc(size);
+    void *p = kz::base::SlabAlloc(size);
     if (p == nullptr) {
         p = malloc(size);
     }
@@ -90,29 +102,29 @@ void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size)
     return p;
 }
 
-void kz_part_free(void *ptr)
+void PartFree(void *ptr)
 {
     if (ptr != nullptr) {
         g_liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-        if (!kz::SlabFree(ptr)) {
+        if (!kz::base::SlabFree(ptr)) {
             free(ptr);
         }
     }
 }
 
-uint64_t kz_part_live_blocks(void)
+uint64_t PartLiveBlocks()
 {
     return g_liveBlocks.load(std::memory_order_relaxed);
 }
 
-uint32_t kz_mem_choose(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut)
+uint32_t ChooseMemState(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut)
 {
     if (readRc != 0 || totalKb < KZ_MEM_PARTITION_THRESHOLD_KB || handleOut == nullptr ||
         ptOut == nullptr) {
         return KZ_MEM_STATE_LIBC;
     }
     uint32_t handle = 0;
-    if (kz_part_handle_init(kPartName, &handle) != 0 || handle == 0) {
+    if (PartHandleInit(kPartName, &handle) != 0 || handle == 0) {
         return KZ_MEM_STATE_LIBC;
     }
     // Parameter block: 47 at byte 4 and 1 at byte 8, the rest zero.
@@ -122,14 +134,20 @@ uint32_t kz_mem_choose(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, u
     memcpy(param + 4, &p4, sizeof p4);
     memcpy(param + 8, &p8, sizeof p8);
     uint8_t pt = 0;
-    if (kz_part_create(handle, kPartName, kPartClass, kPartSize, param, sizeof param, &pt) != 0) {
-        kz_part_handle_fini(handle);
+    if (PartCreate(handle, kPartName, kPartClass, kPartSize, param, sizeof param, &pt) != 0) {
+        PartHandleFini(handle);
         return KZ_MEM_STATE_LIBC;
     }
     *handleOut = handle;
     *ptOut = pt;
     return KZ_MEM_STATE_PARTITION;
 }
+
+}  // namespace kz::base
+
+using namespace kz::base;
+
+extern "C" {
 
 uint32_t KZ_UTL_GetProcInfoValue(const char *line, const char *key, char *valueOut,
                                  uint32_t valueOutSize)
@@ -142,16 +160,16 @@ uint32_t KZ_UTL_GetProcInfoValue(const char *line, const char *key, char *valueO
         return KZ_ERR;
     }
     char copy[kLineMax];
-    if (kz_strcpy_s(copy, sizeof copy, line) != 0) {
+    if (StrcpyS(copy, sizeof copy, line) != 0) {
         return KZ_ERR;
     }
     char *save = nullptr;
     const char *delim = " :\t\r\n";
-    if (kz_strtok_s(copy, delim, &save) == nullptr) {
+    if (StrtokS(copy, delim, &save) == nullptr) {
         return KZ_ERR;
     }
-    const char *value = kz_strtok_s(nullptr, delim, &save);
-    if (value == nullptr || kz_strcpy_s(valueOut, valueOutSize, value) != 0) {
+    const char *value = StrtokS(nullptr, delim, &save);
+    if (value == nullptr || StrcpyS(valueOut, valueOutSize, value) != 0) {
         return KZ_ERR;
     }
     return KZ_OK;
@@ -192,13 +210,11 @@ uint32_t KZ_UTL_GetSysTotalMem(uint64_t *totalKb)
     if (totalKb == nullptr) {
         return KZ_ERR;
     }
-    FILE *f = fopen(kMemInfoPath, "r");
+    kz::FilePtr f(fopen(kMemInfoPath, "r"));
     if (f == nullptr) {
         return KZ_ERR;
     }
-    uint32_t rc = KZ_UTL_ReadTotalMemFromFile(f, totalKb);
-    fclose(f);
-    return rc;
+    return KZ_UTL_ReadTotalMemFromFile(f.get(), totalKb);
 }
 
 uint32_t KZ_UTL_MemFuncInitInner(void)
@@ -210,7 +226,7 @@ uint32_t KZ_UTL_MemFuncInitInner(void)
     uint32_t readRc = KZ_UTL_GetSysTotalMem(&totalKb);
     uint32_t handle = 0;
     uint8_t pt = 0;
-    uint32_t state = kz_mem_choose(readRc, totalKb, &handle, &pt);
+    uint32_t state = ChooseMemState(readRc, totalKb, &handle, &pt);
     if (state == KZ_MEM_STATE_PARTITION) {
         g_kzMemHandle = handle;
         g_kzMemPt = pt;
@@ -233,23 +249,13 @@ uint32_t KZ_UTL_MemFuncInit(void)
     return rc;
 }
 
-void kz_mem_fail_nth(uint64_t n)
-{
-    g_failCountdown.store(n, std::memory_order_relaxed);
-}
-
-uint64_t kz_mem_fail_pending(void)
-{
-    return g_failCountdown.load(std::memory_order_relaxed);
-}
-
 void *KZ_MemMalloc(size_t size)
 {
     if (InjectedFailure() || KZ_UTL_MemFuncInit() != KZ_OK) {
         return nullptr;
     }
     if (LoadState() == KZ_MEM_STATE_PARTITION) {
-        return kz_part_malloc(g_kzMemHandle, g_kzMemPt, size);
+        return PartMalloc(g_kzMemHandle, g_kzMemPt, size);
     }
     return malloc(size);
 }
@@ -257,7 +263,7 @@ void *KZ_MemMalloc(size_t size)
 void KZ_MemFree(void *ptr)
 {
     if (LoadState() == KZ_MEM_STATE_PARTITION) {
-        kz_part_free(ptr);
+        PartFree(ptr);
     } else {
         free(ptr);
     }

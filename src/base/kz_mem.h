@@ -1,9 +1,9 @@
-/* Allocator, growable arrays, strings, scanners and bounded-copy helpers. */
+/* The library allocator: its one-time choice between the C library and the
+ * library's own partition, its process-wide state and its test hooks. */
 #ifndef KZ_MEM_H
 #define KZ_MEM_H
 
 #include <pthread.h>
-#include <stdarg.h>
 #include <stdio.h>
 
 #include "korla.h"
@@ -39,78 +39,32 @@ KZ_API uint32_t KZ_UTL_ReadTotalMemFromFile(FILE *stream, uint64_t *totalKb);
 KZ_API uint32_t KZ_UTL_GetProcInfoValue(const char *line, const char *key, char *valueOut,
                                         uint32_t valueOutSize);
 
-/* ---- Growable zero-filled arrays (count kept by the caller, u16) ---- */
-KZ_API uint32_t KZ_UTL_NewArray(void **arrayPtr, uint16_t count, uint32_t elemSize);
-KZ_API uint32_t KZ_UTL_ExpandArray(void **arrayPtr, uint16_t oldCount, uint16_t addCount,
-                                   uint32_t elemSize);
+#ifdef __cplusplus
+}
 
-/* ---- Strings (results are freed with KZ_MemFree) ---- */
-KZ_API char *KZ_UTL_StrDup(const char *s);
-KZ_API char *KZ_UTL_StrDupWithSpecifyLength(const char *s, uint32_t n);
-KZ_API char *KZ_UTL_CreateEmptyString(void);
-KZ_API uint32_t KZ_UTL_IsNulStringEqual(const char *a, const char *b);
-KZ_API uint32_t KZ_UTL_CountCharNumber(const char *s, char c);
-/* Looks at s[0] .. s[n] inclusive (n + 1 characters), stopping at NUL. */
-KZ_API const char *KZ_UTL_Strnchr(const char *s, char c, uint32_t n);
-/* 0 when str matches the (implicitly anchored) XML Schema pattern, else 22. */
-KZ_API uint32_t KZ_UTL_MatchStrWithPattern(const char *str, const char *pattern);
-
-/* ---- Scanners ---- */
-KZ_API uint32_t KZ_UTL_ConsumeIdentNameBestEffort(const char *s);
-KZ_API uint32_t KZ_UTL_ConsumeIdentNameFromTail(const char *s, uint32_t len);
-KZ_API const char *KZ_UTL_ConsumeAllSpaceChar(const char *s);
-KZ_API uint32_t KZ_UTL_GetXPathNextNodeName(const char *s, char *nameOut, uint32_t nameOutSize);
-KZ_API uint32_t KZ_UTL_GetXPathNextPrefixAndNode(const char *s, char *prefixOut, uint32_t prefixSize,
-                                                 char *nodeOut, uint32_t nodeSize);
-/* Returns the position after the step's predicates (at NUL or '/'), or NULL. */
-KZ_API const char *KZ_UTL_GetXPathNextPredicatedPrefixNode(const char *s, char *prefixOut,
-                                                           uint32_t prefixSize, char *nodeOut,
-                                                           uint32_t nodeSize);
-KZ_API const char *KZ_UTL_SkipPredicateParis(const char *s);
-KZ_API uint32_t KZ_UTL_ReadInputStrAsSignedInteger(const char *s, const char **endOut,
-                                                   uint32_t ignored, int64_t *valueOut);
-KZ_API uint32_t KZ_UTL_ReadInputStrAsUnsignedInteger(const char *s, const char **endOut,
-                                                     uint32_t ignored, uint64_t *valueOut);
-
-/* ---- Bounded-copy helpers (internal, not exported) ----
- * Each returns 0 or an errno code (EINVAL, ERANGE); on failure a string
- * destination is left empty.  kz_vsnprintf_trunc truncates instead of failing
- * and only reports format errors. */
-int kz_memcpy_s(void *dest, size_t destMax, const void *src, size_t count);
-int kz_memset_s(void *dest, size_t destMax, int c, size_t count);
-int kz_strcpy_s(char *dest, size_t destMax, const char *src);
-int kz_strncpy_s(char *dest, size_t destMax, const char *src, size_t count);
-int kz_strcat_s(char *dest, size_t destMax, const char *src);
-int kz_snprintf_s(char *dest, size_t destMax, const char *format, ...)
-    __attribute__((format(printf, 3, 4)));
-int kz_vsnprintf_s(char *dest, size_t destMax, const char *format, va_list args)
-    __attribute__((format(printf, 3, 0)));
-int kz_vsnprintf_trunc(char *dest, size_t destMax, const char *format, va_list args)
-    __attribute__((format(printf, 3, 0)));
-char *kz_strtok_s(char *str, const char *delim, char **savePtr);
+namespace kz::base {
 
 /* Fault injection (tests only): the n-th KZ_MemMalloc from now returns NULL,
- * once; 0 disarms.  kz_mem_fail_pending is what is left of the countdown (0 once
+ * once; 0 disarms.  PendingAllocFailure is what is left of the countdown (0 once
  * the failure has been injected or when disarmed). */
-void kz_mem_fail_nth(uint64_t n);
-uint64_t kz_mem_fail_pending(void);
+void FailNthAlloc(uint64_t n);
+uint64_t PendingAllocFailure();
 
 /* Library-owned partition used in state 2 (hidden). */
-uint32_t kz_part_handle_init(const char *name, uint32_t *handleOut);
-void kz_part_handle_fini(uint32_t handle);
-uint32_t kz_part_create(uint32_t handle, const char *name, const char *classLabel, uint32_t size,
-                        const void *param, uint32_t paramLen, uint8_t *ptOut);
-void *kz_part_malloc(uint32_t handle, uint8_t pt, size_t size);
-void kz_part_free(void *ptr);
+uint32_t PartHandleInit(const char *name, uint32_t *handleOut);
+void PartHandleFini(uint32_t handle);
+uint32_t PartCreate(uint32_t handle, const char *name, const char *classLabel, uint32_t size, const void *param,
+                    uint32_t paramLen, uint8_t *ptOut);
+void *PartMalloc(uint32_t handle, uint8_t pt, size_t size);
+void PartFree(void *ptr);
 /* Blocks currently held from the partition (for checks and tests). */
-uint64_t kz_part_live_blocks(void);
+uint64_t PartLiveBlocks();
 /* The choice rule: readRc is the result of reading the total memory figure
  * (0 when totalKb is valid).  Returns state 1 or 2; for state 2 the handle and
  * partition created are stored. */
-uint32_t kz_mem_choose(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut);
+uint32_t ChooseMemState(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut);
 
-#ifdef __cplusplus
-}
+}  // namespace kz::base
 #endif
 
 #endif /* KZ_MEM_H */

@@ -1,11 +1,12 @@
 // Bounded copies with the semantics the library relies on: a copy that does
 // not fit fails (and leaves a string destination empty) instead of
-// truncating, except kz_vsnprintf_trunc, which exists to truncate.
+// truncating, except VsnprintfTrunc, which exists to truncate.
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 
 namespace {
 
@@ -20,9 +21,9 @@ bool Overlaps(const void *a, size_t aLen, const void *b, size_t bLen)
 
 }  // namespace
 
-extern "C" {
+namespace kz::base {
 
-int kz_memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
+int MemcpyS(void *dest, size_t destMax, const void *src, size_t count)
 {
     if (dest == nullptr || destMax > kMaxBuffer) {
         return EINVAL;
@@ -38,7 +39,7 @@ int kz_memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
     return 0;
 }
 
-int kz_memset_s(void *dest, size_t destMax, int c, size_t count)
+int MemsetS(void *dest, size_t destMax, int c, size_t count)
 {
     if (dest == nullptr || destMax > kMaxBuffer) {
         return EINVAL;
@@ -51,7 +52,7 @@ int kz_memset_s(void *dest, size_t destMax, int c, size_t count)
     return 0;
 }
 
-int kz_strncpy_s(char *dest, size_t destMax, const char *src, size_t count)
+int StrncpyS(char *dest, size_t destMax, const char *src, size_t count)
 {
     if (dest == nullptr || destMax == 0 || destMax > kMaxBuffer) {
         return EINVAL;
@@ -70,12 +71,12 @@ int kz_strncpy_s(char *dest, size_t destMax, const char *src, size_t count)
     return 0;
 }
 
-int kz_strcpy_s(char *dest, size_t destMax, const char *src)
+int StrcpyS(char *dest, size_t destMax, const char *src)
 {
-    return kz_strncpy_s(dest, destMax, src, SIZE_MAX);
+    return StrncpyS(dest, destMax, src, SIZE_MAX);
 }
 
-int kz_strcat_s(char *dest, size_t destMax, const char *src)
+int StrcatS(char *dest, size_t destMax, const char *src)
 {
     if (dest == nullptr || destMax == 0 || destMax > kMaxBuffer) {
         return EINVAL;
@@ -85,14 +86,14 @@ int kz_strcat_s(char *dest, size_t destMax, const char *src)
         dest[0] = '\0';
         return EINVAL;
     }
-    int rc = kz_strcpy_s(dest + used, destMax - used, src);
+    int rc = StrcpyS(dest + used, destMax - used, src);
     if (rc != 0) {
         dest[0] = '\0';
     }
     return rc;
 }
 
-int kz_vsnprintf_s(char *dest, size_t destMax, const char *format, va_list args)
+int VsnprintfS(char *dest, size_t destMax, const char *format, va_list args)
 {
     if (dest == nullptr || destMax == 0 || destMax > kMaxBuffer) {
         return EINVAL;
@@ -109,16 +110,16 @@ int kz_vsnprintf_s(char *dest, size_t destMax, const char *format, va_list args)
     return 0;
 }
 
-int kz_snprintf_s(char *dest, size_t destMax, const char *format, ...)
+int SnprintfS(char *dest, size_t destMax, const char *format, ...)
 {
     va_list args;
     va_start(args, format);
-    int rc = kz_vsnprintf_s(dest, destMax, format, args);
+    int rc = VsnprintfS(dest, destMax, format, args);
     va_end(args);
     return rc;
 }
 
-int kz_vsnprintf_trunc(char *dest, size_t destMax, const char *format, va_list args)
+int VsnprintfTrunc(char *dest, size_t destMax, const char *format, va_list args)
 {
     if (dest == nullptr || destMax == 0 || destMax > kMaxBuffer) {
         return EINVAL;
@@ -134,7 +135,7 @@ int kz_vsnprintf_trunc(char *dest, size_t destMax, const char *format, va_list a
     return 0;
 }
 
-char *kz_strtok_s(char *str, const char *delim, char **savePtr)
+char *StrtokS(char *str, const char *delim, char **savePtr)
 {
     if (delim == nullptr || savePtr == nullptr) {
         return nullptr;
@@ -142,4 +143,4 @@ char *kz_strtok_s(char *str, const char *delim, char **savePtr)
     return strtok_r(str, delim, savePtr);
 }
 
-}  // extern "C"
+}  // namespace kz::base

@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
+#include "base/kz_safe.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ void Clear(char *buf, uint32_t size)
 
 bool CopyIdent(char *out, uint32_t size, const char *s, uint32_t len)
 {
-    return out != nullptr && kz_strncpy_s(out, size, s, len) == 0;
+    return out != nullptr && kz::base::StrncpyS(out, size, s, len) == 0;
 }
 
 }  // namespace

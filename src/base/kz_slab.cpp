@@ -184,7 +184,7 @@ void ReleaseSlab(Range *r, uint32_t slab)
 
 }  // namespace
 
-namespace kz {
+namespace kz::base {
 
 void *SlabAlloc(std::size_t size)
 {
@@ -253,4 +253,4 @@ bool SlabFree(void *ptr)
     return true;
 }
 
-}  // namespace kz
+}  // namespace kz::base

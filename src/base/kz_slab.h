@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-namespace kz {
+namespace kz::base {
 
 /* A block of at least size bytes, or nullptr when slabs do not serve it (too
  * large, range exhausted, or slabs off under a memory checker). */
@@ -15,6 +15,6 @@ void *SlabAlloc(std::size_t size);
 /* Frees ptr and returns true when it is a slab block; false otherwise. */
 bool SlabFree(void *ptr);
 
-}  // namespace kz
+}  // namespace kz::base
 
 #endif /* KZ_SLAB_H */

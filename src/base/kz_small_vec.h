@@ -2,8 +2,8 @@
 // object: short-lived stacks that usually stay small cost no allocation.
 // Growth goes through KZ_MemMalloc and throws std::bad_alloc on failure, like
 // MemAllocator.
-#ifndef KZ_SMALL_VEC_HPP
-#define KZ_SMALL_VEC_HPP
+#ifndef KZ_SMALL_VEC_H
+#define KZ_SMALL_VEC_H
 
 #include <cstddef>
 #include <cstring>
@@ -89,4 +89,4 @@ private:
 
 }  // namespace kz
 
-#endif  // KZ_SMALL_VEC_HPP
+#endif  // KZ_SMALL_VEC_H

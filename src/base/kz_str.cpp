@@ -3,26 +3,15 @@
 
 #include <libxml/xmlregexp.h>
 
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
+#include "base/kz_kit.h"
 #include "base/kz_xml.h"
 
 extern "C" {
 
 char *KZ_UTL_StrDup(const char *s)
 {
-    if (s == nullptr) {
-        return nullptr;
-    }
-    size_t size = strlen(s) + 1;
-    char *copy = static_cast<char *>(KZ_MemMalloc(size));
-    if (copy == nullptr) {
-        return nullptr;
-    }
-    if (kz_strcpy_s(copy, size, s) != 0) {
-        KZ_MemFree(copy);
-        return nullptr;
-    }
-    return copy;
+    return kz::DupText(s);
 }
 
 char *KZ_UTL_StrDupWithSpecifyLength(const char *s, uint32_t n)
@@ -30,15 +19,7 @@ char *KZ_UTL_StrDupWithSpecifyLength(const char *s, uint32_t n)
     if (s == nullptr || n == 0 || strnlen(s, n) < n) {
         return nullptr;
     }
-    char *copy = static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(n) + 1));
-    if (copy == nullptr) {
-        return nullptr;
-    }
-    if (kz_strncpy_s(copy, static_cast<size_t>(n) + 1, s, n) != 0) {
-        KZ_MemFree(copy);
-        return nullptr;
-    }
-    return copy;
+    return kz::DupText(s, n);
 }
 
 char *KZ_UTL_CreateEmptyString(void)
@@ -52,10 +33,7 @@ char *KZ_UTL_CreateEmptyString(void)
 
 uint32_t KZ_UTL_IsNulStringEqual(const char *a, const char *b)
 {
-    if (a == nullptr || b == nullptr) {
-        return (a == nullptr && b == nullptr) ? 1u : 0u;
-    }
-    return strcmp(a, b) == 0 ? 1u : 0u;
+    return kz::SameText(a, b) ? 1u : 0u;
 }
 
 uint32_t KZ_UTL_CountCharNumber(const char *s, char c)
@@ -100,13 +78,11 @@ uint32_t KZ_UTL_MatchStrWithPattern(const char *str, const char *pattern)
     if (str == nullptr || pattern == nullptr) {
         return KZ_EINVAL;
     }
-    xmlRegexpPtr re = kz_xml_compile_regexp_quietly(pattern);
+    kz::XmlRegexpPtr re(kz::base::CompileRegexpQuietly(pattern));
     if (re == nullptr) {
         return KZ_EINVAL;
     }
-    int rc = xmlRegexpExec(re, reinterpret_cast<const xmlChar *>(str));
-    xmlRegFreeRegexp(re);
-    return rc == 1 ? KZ_OK : KZ_EINVAL;
+    return xmlRegexpExec(re.get(), reinterpret_cast<const xmlChar *>(str)) == 1 ? KZ_OK : KZ_EINVAL;
 }
 
 }  // extern "C"

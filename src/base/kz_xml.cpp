@@ -8,7 +8,7 @@
 #include <climits>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "base/kz_xml.h"
 
 namespace {
@@ -69,21 +69,21 @@ using XmlErrorArg = xmlErrorPtr;
 
 /* The parser hands its context as the user data of both callbacks (the
  * context's own userData); the report hangs from the context's _private. */
-kz::xml::ParseReport *ReportOf(void *userData)
+kz::base::ParseReport *ReportOf(void *userData)
 {
-    return static_cast<kz::xml::ParseReport *>(static_cast<xmlParserCtxtPtr>(userData)->_private);
+    return static_cast<kz::base::ParseReport *>(static_cast<xmlParserCtxtPtr>(userData)->_private);
 }
 
 void KeepFirstError(void *userData, XmlErrorArg error)
 {
-    kz::xml::ParseReport *report = ReportOf(userData);
+    kz::base::ParseReport *report = ReportOf(userData);
     if (error == nullptr || error->level == XML_ERR_WARNING || report->message[0] != '\0' ||
         error->message == nullptr) {
         return;
     }
     report->line = error->line;
     const size_t len = strcspn(error->message, "\n");
-    (void)kz_strncpy_s(report->message, sizeof report->message, error->message,
+    (void)kz::base::StrncpyS(report->message, sizeof report->message, error->message,
                        len < sizeof report->message ? len : sizeof report->message - 1);
 }
 
@@ -113,9 +113,9 @@ bool IsText(const xmlNode *n)
 
 }  // namespace
 
-namespace kz::xml {
+namespace kz::base {
 
-xmlDoc *ParseMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report)
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report)
 {
     if (text == nullptr || report == nullptr || len > static_cast<size_t>(INT_MAX)) {
         return nullptr;
@@ -176,7 +176,7 @@ const xmlNode *FindEntityRef(const xmlNode *node)
     return found;
 }
 
-}  // namespace kz::xml
+}  // namespace kz::base
 
 extern "C" {
 
@@ -276,7 +276,9 @@ xmlNode *KZ_XML_GetParentNodeByTraverse(xmlNode *node, uint32_t direction)
     }
 }
 
-xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern)
+}  // extern "C"
+
+xmlRegexpPtr kz::base::CompileRegexpQuietly(const char *pattern)
 {
     if (pattern == nullptr) {
         return nullptr;
@@ -284,5 +286,3 @@ xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern)
     GenericErrorsDropped quiet;
     return xmlRegexpCompile(reinterpret_cast<const xmlChar *>(pattern));
 }
-
-}  // extern "C"

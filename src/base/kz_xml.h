@@ -37,26 +37,16 @@ KZ_API xmlNode *KZ_XML_GetXmlDomSibOrParent(const xmlNode *root, xmlNode *node, 
  * 3, its parent for 1, NULL otherwise. */
 KZ_API xmlNode *KZ_XML_GetParentNodeByTraverse(xmlNode *node, uint32_t direction);
 
-/* xmlRegexpCompile with libxml2's report of a bad expression dropped: a library
- * inside another process must not write to its stderr.  The calling thread's
- * generic error handler is restored afterwards.  NULL when pattern is NULL or
- * does not compile.  Internal (not exported). */
-xmlRegexpPtr kz_xml_compile_regexp_quietly(const char *pattern);
-
 #ifdef __cplusplus
 }
 
-#include <memory>
+namespace kz::base {
 
-namespace kz {
-/* Owns a libxml2 document. */
-struct XmlDocFreer {
-    void operator()(xmlDoc *doc) const { xmlFreeDoc(doc); }
-};
-using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocFreer>;
-} /* namespace kz */
-
-namespace kz::xml {
+/* xmlRegexpCompile with libxml2's report of a bad expression dropped: a library
+ * inside another process must not write to its stderr.  The calling thread's
+ * generic error handler is restored afterwards.  NULL when pattern is NULL or
+ * does not compile. */
+xmlRegexpPtr CompileRegexpQuietly(const char *pattern);
 
 /* What one parse reported: the parser's first error (line and message, without
  * its trailing newline), and whether it stopped at a document type declaration. */
@@ -71,7 +61,7 @@ struct ParseReport {
  * nothing process-wide is changed, so parses on two threads do not meet.  With
  * refuseDoctype a document type declaration stops the parse before any of it is
  * read.  NULL on any failure. */
-xmlDoc *ParseMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report);
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report);
 
 /* The text and CDATA content of node and everything below it, entity references
  * left out (never expanded); a KZ_MemMalloc string, NULL when out of memory. */
@@ -80,7 +70,7 @@ char *DupTextContent(const xmlNode *node);
 /* The first entity reference node below node (attributes aside), or NULL. */
 const xmlNode *FindEntityRef(const xmlNode *node);
 
-}  // namespace kz::xml
+}  // namespace kz::base
 #endif
 
 #endif /* KZ_XML_H */

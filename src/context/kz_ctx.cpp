@@ -6,13 +6,13 @@
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
 #include "schema/kzs_mod.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-constexpr uint32_t kModNameBufSize = 65; /* 64 characters and the NUL */
 
 /* Each augment gives its nodes back from wherever they sit now, which needs no path
  * lookup and so cannot fail for want of memory halfway through. */
@@ -38,11 +38,10 @@ extern "C" {
 KzCtx *KZ_CTX_Create(uint32_t flags)
 {
     return kz::Guarded(nullptr, [&]() -> KzCtx * {
-        auto *ctx = static_cast<KzCtx *>(KZ_MemMalloc(sizeof(KzCtx)));
+        auto *ctx = kz::ZeroAlloc<KzCtx>();
         if (ctx == nullptr) {
             return nullptr;
         }
-        memset(ctx, 0, sizeof *ctx);
         ctx->flags = flags;
         ctx->couple = &kz::couple::Hooks();
         if (KZ_DICT_Init(&ctx->dict) != KZ_OK || KZ_CTX_InitModuleTree(ctx) != KZ_OK ||
@@ -145,7 +144,7 @@ void KZ_CTX_SetCurYinFile(KzCtx *ctx, const char *path)
     const char *slash = strrchr(path, '/');
     const char *base = slash == nullptr ? path : slash + 1;
     // A name that does not fit leaves the buffer empty.
-    (void)kz_strcpy_s(ctx->curYinFile, sizeof ctx->curYinFile, base);
+    (void)kz::base::StrcpyS(ctx->curYinFile, sizeof ctx->curYinFile, base);
 }
 
 void KZ_CTX_ClearCurYinFile(KzCtx *ctx)
@@ -215,7 +214,7 @@ KzsNode *KZ_CTX_GetTargetNode(KzCtx *ctx, const char *path, KzsNode **augOut)
         if (ctx == nullptr || path == nullptr) {
             return nullptr;
         }
-        char modName[kModNameBufSize] = {0};
+        char modName[kz::kNameBufSize] = {0};
         char *head = nullptr;
         char *tail = nullptr;
         if (KZ_XPATH_SplitTargetNodeXpath(path, modName, sizeof modName, &head, &tail) != KZ_OK) {

@@ -5,8 +5,8 @@
 
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "loader/kzs_loader.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -52,20 +52,20 @@ void CoupleWaitingAugments(KzMod *mod)
 
 } // namespace
 
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF])
+uint32_t kz::couple::TargetModule(const char *path, char (&modName)[kz::kNameBufSize])
 {
     modName[0] = '\0';
     if (path == nullptr) {
         return KZ_EINVAL;
     }
-    uint32_t ret = KZ_XPATH_SplitTargetNodeXpath(path, modName, KZS_COUPLE_MOD_NAME_BUF, nullptr, nullptr);
+    uint32_t ret = KZ_XPATH_SplitTargetNodeXpath(path, modName, kz::kNameBufSize, nullptr, nullptr);
     if (ret != 0) {
         return ret;
     }
     return modName[0] == '\0' ? KZ_EINVAL : 0;
 }
 
-bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child)
+bool kz::couple::InAugRange(const KzsNode *augment, const KzsNode *child)
 {
     if (augment == nullptr || child == nullptr || augment->firstChild == nullptr) {
         return false;
@@ -81,7 +81,7 @@ bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child)
     return false;
 }
 
-bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node)
+bool kz::couple::IsInSubtree(const KzsNode *root, const KzsNode *node)
 {
     for (const KzsNode *n = node; n != nullptr; n = n->parent) {
         if (n == root) {
@@ -91,7 +91,7 @@ bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node)
     return false;
 }
 
-void kzs_couple_force_uncouple(KzsNode *augment)
+void kz::couple::ForceUncouple(KzsNode *augment)
 {
     if (augment == nullptr || !IsCoupled(augment)) {
         return;
@@ -180,12 +180,10 @@ KzsNode *KZS_NODE_UpdateTargetPathWithInputOutput(KzCtx *ctx, const char *path)
     if (ctx == nullptr || path == nullptr) {
         return nullptr;
     }
-    size_t len = std::strlen(path);
-    char *copy = static_cast<char *>(KZ_MemMalloc(len + 1));
+    char *copy = kz::DupText(path);
     if (copy == nullptr) {
         return nullptr;
     }
-    std::memcpy(copy, path, len + 1);
     KzsNode *node = nullptr;
     char *slash = std::strrchr(copy, '/');
     if (slash != nullptr) {
@@ -312,7 +310,7 @@ uint32_t KZS_NODE_UnCoupleAugmentNode(KzsNode *augment)
 
 void KZS_NODE_RemoveCoupledAugmentNodeChildLink(KzsNode *augment, KzsNode *child)
 {
-    if (augment == nullptr || child == nullptr || !IsCoupled(augment) || !kzs_couple_in_aug_range(augment, child)) {
+    if (augment == nullptr || child == nullptr || !IsCoupled(augment) || !kz::couple::InAugRange(augment, child)) {
         return;
     }
     bool isFirst = (augment->firstChild == child);
@@ -348,8 +346,8 @@ uint32_t KZS_LOADER_CoupleAugmentAndGenRelation(KzCtx *ctx, KzMod *mod)
         return KZ_EINVAL;
     }
     return ForEachUncoupledAugment(mod, [ctx, mod](KzsNode *aug) -> uint32_t {
-        char target[KZS_COUPLE_MOD_NAME_BUF];
-        if (kzs_couple_target_module(aug->name, target) != 0) {
+        char target[kz::kNameBufSize];
+        if (kz::couple::TargetModule(aug->name, target) != 0) {
             return KZ_EINVAL;
         }
         // A missing target is not an error: the augment is retried when
@@ -423,8 +421,8 @@ uint32_t KZS_MOD_UnCoupleAugmentFromDepMods(KzCtx *ctx, const char *modName, con
         return KZ_ERR;
     }
     for (KzsNode *aug = dep->augments; aug != nullptr; aug = aug->next) {
-        char target[KZS_COUPLE_MOD_NAME_BUF];
-        if (!IsCoupled(aug) || kzs_couple_target_module(aug->name, target) != 0) {
+        char target[kz::kNameBufSize];
+        if (!IsCoupled(aug) || kz::couple::TargetModule(aug->name, target) != 0) {
             continue;
         }
         if (modName != nullptr && std::strcmp(target, modName) == 0) {

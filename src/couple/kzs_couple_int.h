@@ -2,57 +2,58 @@
 #ifndef KZS_COUPLE_INT_H
 #define KZS_COUPLE_INT_H
 
-#include <cstring>
 #include <vector>
 
+#include "base/kz_kit.h"
 #include "couple/kzs_couple.h"
 #include "schema/kzs_node_subtree.h"
 
-/* Module names in paths and relation tables: 64 characters and NUL. */
-constexpr uint32_t KZS_COUPLE_MOD_NAME_BUF = 65u;
+namespace kz::couple {
 
 /* Module named by the last module-qualified step of a JSON path; 0 with a
  * non-empty name, else 22 (or the splitter's status). */
-uint32_t kzs_couple_target_module(const char *path, char (&modName)[KZS_COUPLE_MOD_NAME_BUF]);
-
-/* Equal texts, two nulls included (interned strings usually match by address). */
-inline bool kzs_couple_same_text(const char *a, const char *b)
-{
-    return a == b || (a != nullptr && b != nullptr && std::strcmp(a, b) == 0);
-}
-
-/* Next node of a pre-order walk of the subtree at root, or null (kz::schema::NextInSubtree). */
-inline KzsNode *kzs_couple_next_in_subtree(KzsNode *root, KzsNode *node)
-{
-    return kz::schema::NextInSubtree(root, node);
-}
+uint32_t TargetModule(const char *path, char (&modName)[kNameBufSize]);
 
 /* Whether child lies in the moved range first..last of a coupled augment. */
-bool kzs_couple_in_aug_range(const KzsNode *augment, const KzsNode *child);
+bool InAugRange(const KzsNode *augment, const KzsNode *child);
 
 /* Whether node is root or lies below it. */
-bool kzs_couple_is_in_subtree(const KzsNode *root, const KzsNode *node);
+bool IsInSubtree(const KzsNode *root, const KzsNode *node);
 
 /* Takes a coupled augment's children back from wherever they sit now (their
  * current parent), without resolving the target path again; the augment ends
  * uncoupled in every case so that it can be freed. */
-void kzs_couple_force_uncouple(KzsNode *augment);
+void ForceUncouple(KzsNode *augment);
 
 /* Couples the uncoupled augments of every module that augments modName,
  * directly or through others, skipping modules for which skip returns true. */
 template <typename Skip>
-void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip);
+void RecoupleDependants(KzCtx *ctx, const char *modName, Skip skip)
+{
+    const char **names = nullptr;
+    uint32_t count = 0;
+    if (KZ_CTX_CollectDepModNamesRecursive(ctx, modName, KZ_REL_AUGMENT, &names, &count) != 0 || names == nullptr) {
+        return;
+    }
+    MemPtr<const char *> owned(names);
+    for (uint32_t i = 0; i < count; i++) {
+        KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[i]);
+        if (dep != nullptr && !skip(dep)) {
+            (void)KZS_MOD_CoupleAugmentFromDepMods(ctx, modName, names[i], nullptr);
+        }
+    }
+}
 
 /* Undoes one coupled deviation without coupling anything afterwards; the
  * name of a module whose removed nodes came back is reported through
  * restoredModOut (or null). */
-uint32_t kzs_couple_undo_deviation(KzMod *mod, KzsDeviation *dev, const char **restoredModOut);
+uint32_t UndoDeviation(KzMod *mod, KzsDeviation *dev, const char **restoredModOut);
 
 /* Couples again, after nodes of the named modules came back, the augments of
  * the modules built on them and (withDeviations) the deviations into them. */
-void kzs_couple_recouple_restored(KzCtx *ctx, const std::vector<const char *> &names, bool withDeviations);
+void RecoupleRestored(KzCtx *ctx, const std::vector<const char *> &names, bool withDeviations);
 
-struct KzsDevRef {
+struct DevRef {
     KzMod *mod;
     KzsDeviation *dev;
 };
@@ -61,30 +62,12 @@ struct KzsDevRef {
  * after the oldest of them, newest first; returns the latter (oldest first)
  * for the caller to couple again once the schema is as it wants it.  Names of
  * modules whose removed nodes came back are added to restored. */
-std::vector<KzsDevRef> kzs_couple_undo_deviations(KzCtx *ctx, const std::vector<KzsDevRef> &devs,
-                                                 std::vector<const char *> *restored);
-void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs);
+std::vector<DevRef> UndoDeviations(KzCtx *ctx, const std::vector<DevRef> &devs, std::vector<const char *> *restored);
+void RedoDeviations(const std::vector<DevRef> &devs);
 
 /* Order in which a coupled deviation was applied (0 when not coupled). */
-uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev);
+uint64_t DeviationSeq(const KzsDeviation *dev);
 
-#include "base/kz_mem.h"
-
-template <typename Skip>
-void kzs_couple_recouple_dependants(KzCtx *ctx, const char *modName, Skip skip)
-{
-    const char **names = nullptr;
-    uint32_t count = 0;
-    if (KZ_CTX_CollectDepModNamesRecursive(ctx, modName, KZ_REL_AUGMENT, &names, &count) != 0 || names == nullptr) {
-        return;
-    }
-    for (uint32_t i = 0; i < count; i++) {
-        KzMod *dep = KZ_CTX_GetModuleByModName(ctx, names[i]);
-        if (dep != nullptr && !skip(dep)) {
-            (void)KZS_MOD_CoupleAugmentFromDepMods(ctx, modName, names[i], nullptr);
-        }
-    }
-    KZ_MemFree(names);
-}
+} /* namespace kz::couple */
 
 #endif /* KZS_COUPLE_INT_H */

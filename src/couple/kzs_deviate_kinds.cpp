@@ -75,7 +75,7 @@ uint32_t ClearSavingOld(DeviationUndoLog *log, KzDict *dict, TextSlot which, Kzs
 uint32_t ReplaceSavingOld(DeviationUndoLog *log, KzDict *dict, TextSlot which, KzsNode *target, const char *text)
 {
     const char **slot = TextSlotOf(target, which);
-    if (kzs_couple_same_text(*slot, text)) {
+    if (kz::SameText(*slot, text)) {
         return 0;
     }
     const char *value = KZ_DICT_Insert(dict, text);
@@ -121,7 +121,7 @@ uint32_t AddDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode
         auto *info = static_cast<KzsLeafListInfo *>(target->schemaInfo);
         for (uint16_t i = 0; i < dvt->defaultCount; i++) {
             for (uint32_t j = 0; j < info->defaultCount; j++) {
-                if (kzs_couple_same_text(dvt->defaults[i], info->defaults[j])) {
+                if (kz::SameText(dvt->defaults[i], info->defaults[j])) {
                     Log(mod, "Failed to add default to node \"%s\", because this value already exists.", target);
                     return KZ_ERR;
                 }
@@ -220,7 +220,7 @@ uint32_t DelDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode
                 target);
             return KZ_ERR;
         }
-        if (dvt->defaultCount == 1 && !kzs_couple_same_text(*slot, dvt->defaults[0])) {
+        if (dvt->defaultCount == 1 && !kz::SameText(*slot, dvt->defaults[0])) {
             Log(mod,
                 leaf ? "Failed to find default value to be deleted in leaf node \"%s\"."
                      : "Failed to find default value to be deleted in choice node \"%s\".",
@@ -248,7 +248,7 @@ uint32_t DelDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode
                 return KZ_ERR;
             }
             uint32_t j = 0;
-            while (j < capacity && !(info->defaults[j] != nullptr && kzs_couple_same_text(info->defaults[j], dvt->defaults[i]))) {
+            while (j < capacity && !(info->defaults[j] != nullptr && kz::SameText(info->defaults[j], dvt->defaults[i]))) {
                 j++;
             }
             if (j == capacity) {
@@ -276,7 +276,7 @@ uint32_t DelMusts(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode *t
     for (uint16_t i = 0; i < dvt->mustCount; i++) {
         uint16_t j = 0;
         while (j < capacity &&
-               !(target->musts[j].cond != nullptr && kzs_couple_same_text(target->musts[j].cond, dvt->musts[i].cond))) {
+               !(target->musts[j].cond != nullptr && kz::SameText(target->musts[j].cond, dvt->musts[i].cond))) {
             j++;
         }
         if (j == capacity) {
@@ -291,7 +291,7 @@ uint32_t DelMusts(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode *t
 uint32_t DelUnits(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode *target)
 {
     const char **slot = TextSlotOf(target, TextSlot::Units);
-    if (slot == nullptr || *slot == nullptr || !kzs_couple_same_text(*slot, dvt->units)) {
+    if (slot == nullptr || *slot == nullptr || !kz::SameText(*slot, dvt->units)) {
         Log(mod, "Failed to delete units from node \"%s\", because it doesn't have units or the target units.", target);
         return KZ_ERR;
     }
@@ -487,7 +487,7 @@ DetachedPlace PlaceOf(KzsNode *target, KzMod *owner)
 {
     DetachedPlace place{target->parent, target->prev, owner, nullptr, false, false};
     for (KzsNode *aug = owner != nullptr ? owner->augments : nullptr; aug != nullptr; aug = aug->next) {
-        if ((aug->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0 && kzs_couple_in_aug_range(aug, target)) {
+        if ((aug->flags & KZS_NODE_FLAG_AUG_COUPLED) != 0 && kz::couple::InAugRange(aug, target)) {
             place.rangeAug = aug;
             place.wasFirst = (aug->firstChild == target);
             place.wasLast = (aug->lastChild == target);
@@ -638,14 +638,14 @@ uint32_t KZS_MOD_RemoveAllModAugmentStartsWithDeviationPath(KzMod *mod, const ch
             }
             const KzsNode *tgt = aug->firstChild != nullptr ? aug->firstChild->parent
                                                             : KZ_CTX_GetTargetNode(ctx, aug->name, nullptr);
-            if (tgt != nullptr && kzs_couple_is_in_subtree(root, tgt)) {
+            if (tgt != nullptr && kz::couple::IsInSubtree(root, tgt)) {
                 found.push_back(aug);
             }
         }
     }
     KZ_MemFree(names);
     for (KzsNode *aug : found) {
-        kzs_couple_force_uncouple(aug);
+        kz::couple::ForceUncouple(aug);
     }
     return 0;
 }

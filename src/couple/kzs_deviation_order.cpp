@@ -33,27 +33,27 @@ std::vector<KzsDeviation *> CoupledNewestFirst(KzMod *mod, const char *targetMod
             continue;
         }
         if (targetMod != nullptr) {
-            char name[KZS_COUPLE_MOD_NAME_BUF];
-            if (kzs_couple_target_module(dev->target, name) != 0 || std::strcmp(name, targetMod) != 0) {
+            char name[kz::kNameBufSize];
+            if (kz::couple::TargetModule(dev->target, name) != 0 || std::strcmp(name, targetMod) != 0) {
                 continue;
             }
         }
         devs.push_back(dev);
     }
     std::sort(devs.begin(), devs.end(), [](const KzsDeviation *a, const KzsDeviation *b) {
-        return kzs_couple_deviation_seq(a) > kzs_couple_deviation_seq(b);
+        return kz::couple::DeviationSeq(a) > kz::couple::DeviationSeq(b);
     });
     return devs;
 }
 
-void UndoAndRedo(KzCtx *ctx, const std::vector<KzsDevRef> &devs)
+void UndoAndRedo(KzCtx *ctx, const std::vector<kz::couple::DevRef> &devs)
 {
     std::vector<const char *> restored;
-    std::vector<KzsDevRef> others = kzs_couple_undo_deviations(ctx, devs, &restored);
+    std::vector<kz::couple::DevRef> others = kz::couple::UndoDeviations(ctx, devs, &restored);
     // Augments first: later deviations may target nodes they bring.  The
     // undone deviations themselves must not be coupled again here.
-    kzs_couple_recouple_restored(ctx, restored, false);
-    kzs_couple_redo_deviations(others);
+    kz::couple::RecoupleRestored(ctx, restored, false);
+    kz::couple::RedoDeviations(others);
 }
 
 } // namespace
@@ -62,13 +62,13 @@ void UndoAndRedo(KzCtx *ctx, const std::vector<KzsDevRef> &devs)
 // back: augments of the modules built on them and, when asked, deviations
 // into them.  A failed coupling asks for augments only, so that a deviation
 // failing again cannot start over from here.
-void kzs_couple_recouple_restored(KzCtx *ctx, const std::vector<const char *> &names, bool withDeviations)
+void kz::couple::RecoupleRestored(KzCtx *ctx, const std::vector<const char *> &names, bool withDeviations)
 {
     for (const char *name : names) {
         if (KZ_CTX_GetModuleByModName(ctx, name) == nullptr) {
             continue;
         }
-        kzs_couple_recouple_dependants(ctx, name, [](KzMod *) { return false; });
+        kz::couple::RecoupleDependants(ctx, name, [](KzMod *) { return false; });
         RelationTbl *tbl = KZ_CTX_FindModRelationTbl(ctx, name);
         std::vector<const char *> deviators;
         if (tbl != nullptr && tbl->items != nullptr) {
@@ -92,7 +92,7 @@ void kzs_couple_recouple_restored(KzCtx *ctx, const std::vector<const char *> &n
     }
 }
 
-uint64_t kzs_couple_deviation_seq(const KzsDeviation *dev)
+uint64_t kz::couple::DeviationSeq(const KzsDeviation *dev)
 {
     const DeviationUndoLog *log = DeviationUndoLog::Of(dev);
     return ((dev->flags & KZS_DEVIATION_FLAG_COUPLED) != 0 && log != nullptr) ? log->Seq() : 0;
@@ -133,7 +133,7 @@ uint32_t KZS_MOD_CoupleDeviation(KzMod *mod, KzsDeviation *dev)
         std::vector<const char *> restored;
         log->RollBack(&restored);
         KZS_MOD_FreeDeviationUndo(dev);
-        kzs_couple_recouple_restored(ctx, restored, false);
+        kz::couple::RecoupleRestored(ctx, restored, false);
         return ret;
     }
     log->SetSeq(++ctx->devCoupleSeq);
@@ -141,7 +141,7 @@ uint32_t KZS_MOD_CoupleDeviation(KzMod *mod, KzsDeviation *dev)
     return 0;
 }
 
-uint32_t kzs_couple_undo_deviation(KzMod *mod, KzsDeviation *dev, const char **restoredModOut)
+uint32_t kz::couple::UndoDeviation(KzMod *mod, KzsDeviation *dev, const char **restoredModOut)
 {
     if (restoredModOut != nullptr) {
         *restoredModOut = nullptr;
@@ -161,37 +161,37 @@ uint32_t kzs_couple_undo_deviation(KzMod *mod, KzsDeviation *dev, const char **r
     return 0;
 }
 
-std::vector<KzsDevRef> kzs_couple_undo_deviations(KzCtx *ctx, const std::vector<KzsDevRef> &devs,
+std::vector<kz::couple::DevRef> kz::couple::UndoDeviations(KzCtx *ctx, const std::vector<kz::couple::DevRef> &devs,
                                                  std::vector<const char *> *restored)
 {
-    std::vector<KzsDevRef> others;
+    std::vector<kz::couple::DevRef> others;
     if (ctx == nullptr || devs.empty()) {
         return others;
     }
     uint64_t oldest = UINT64_MAX;
-    for (const KzsDevRef &r : devs) {
-        oldest = std::min(oldest, kzs_couple_deviation_seq(r.dev));
+    for (const kz::couple::DevRef &r : devs) {
+        oldest = std::min(oldest, kz::couple::DeviationSeq(r.dev));
     }
     // A deviation's saved state holds what the deviations coupled before it
     // made; those coupled after it saved states that include its changes.
     // So everything from the oldest one on comes off, newest first, and the
     // deviations not asked for are handed back to be coupled again.
-    std::vector<KzsDevRef> stack;
+    std::vector<kz::couple::DevRef> stack;
     for (KzMod *mod = KZ_CTX_GetFirstModule(ctx); mod != nullptr; mod = KZ_CTX_GetNextModule(ctx, mod)) {
         for (uint16_t i = 0; i < mod->deviationCount; i++) {
             KzsDeviation *dev = &mod->deviations[i];
-            if ((dev->flags & KZS_DEVIATION_FLAG_COUPLED) != 0 && kzs_couple_deviation_seq(dev) >= oldest) {
+            if ((dev->flags & KZS_DEVIATION_FLAG_COUPLED) != 0 && kz::couple::DeviationSeq(dev) >= oldest) {
                 stack.push_back({mod, dev});
             }
         }
     }
-    std::sort(stack.begin(), stack.end(), [](const KzsDevRef &a, const KzsDevRef &b) {
-        return kzs_couple_deviation_seq(a.dev) > kzs_couple_deviation_seq(b.dev);
+    std::sort(stack.begin(), stack.end(), [](const kz::couple::DevRef &a, const kz::couple::DevRef &b) {
+        return kz::couple::DeviationSeq(a.dev) > kz::couple::DeviationSeq(b.dev);
     });
-    for (const KzsDevRef &r : stack) {
-        bool asked = std::any_of(devs.begin(), devs.end(), [&](const KzsDevRef &d) { return d.dev == r.dev; });
+    for (const kz::couple::DevRef &r : stack) {
+        bool asked = std::any_of(devs.begin(), devs.end(), [&](const kz::couple::DevRef &d) { return d.dev == r.dev; });
         const char *owner = nullptr;
-        (void)kzs_couple_undo_deviation(r.mod, r.dev, &owner);
+        (void)kz::couple::UndoDeviation(r.mod, r.dev, &owner);
         if (owner != nullptr && restored != nullptr &&
             std::find(restored->begin(), restored->end(), owner) == restored->end()) {
             restored->push_back(owner);
@@ -204,9 +204,9 @@ std::vector<KzsDevRef> kzs_couple_undo_deviations(KzCtx *ctx, const std::vector<
     return others;
 }
 
-void kzs_couple_redo_deviations(const std::vector<KzsDevRef> &devs)
+void kz::couple::RedoDeviations(const std::vector<kz::couple::DevRef> &devs)
 {
-    for (const KzsDevRef &r : devs) {
+    for (const kz::couple::DevRef &r : devs) {
         (void)KZS_MOD_CoupleDeviation(r.mod, r.dev);
     }
 }
@@ -230,10 +230,10 @@ uint32_t KZS_MOD_CoupleDeviationFromDepMods(KzCtx *ctx, const char *modName, con
     }
     for (uint16_t i = 0; i < dep->deviationCount; i++) {
         KzsDeviation *dev = &dep->deviations[i];
-        char target[KZS_COUPLE_MOD_NAME_BUF];
+        char target[kz::kNameBufSize];
         // The relation is kept even while the target is missing, so that the
         // target module's arrival couples the deviation.
-        if (kzs_couple_target_module(dev->target, target) == 0 && std::strcmp(target, dep->name) != 0) {
+        if (kz::couple::TargetModule(dev->target, target) == 0 && std::strcmp(target, dep->name) != 0) {
             (void)KZ_CTX_AddTwoModRelation(ctx, target, dep->name, KZ_REL_DEVIATE);
         }
         (void)KZS_MOD_CoupleDeviation(dep, dev);
@@ -248,7 +248,7 @@ uint32_t KZS_MOD_UnCoupleDeviationFromDepMods(KzCtx *ctx, const char *modName, c
     if (dep == nullptr) {
         return KZ_ERR;
     }
-    std::vector<KzsDevRef> devs;
+    std::vector<kz::couple::DevRef> devs;
     for (KzsDeviation *dev : CoupledNewestFirst(dep, modName)) {
         devs.push_back({dep, dev});
     }
@@ -262,6 +262,6 @@ void KZS_MOD_UnCoupleAllDeviations(KzMod *mod)
         return;
     }
     for (KzsDeviation *dev : CoupledNewestFirst(mod, nullptr)) {
-        (void)kzs_couple_undo_deviation(mod, dev, nullptr);
+        (void)kz::couple::UndoDeviation(mod, dev, nullptr);
     }
 }

@@ -8,7 +8,7 @@
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "base/kz_guard.h"
 
 namespace {
@@ -198,7 +198,7 @@ uint32_t KZS_MOD_MergeNonNodeMemberImport(KzMod *dst, KzMod *src)
                                    imp->modName, imp->prefix);
                 return ret;
             }
-        } else if (!kzs_couple_same_text(found->modName, imp->modName)) {
+        } else if (!kz::SameText(found->modName, imp->modName)) {
             KZ_CTX_AddModError(dst->ctx, dst->name,
                                "The import module name \"%s\" corresponding to the prefix \"%s\" is different from the "
                                "existing module name \"%s\".",
@@ -377,7 +377,7 @@ uint32_t KZS_NODE_CompareTwoTreeNodeSelfData(const KzsNode *dstNode, const KzsNo
     if (dstNode == nullptr || srcNode == nullptr) {
         return KZS_NODE_DIFF_OTHER;
     }
-    if (!kzs_couple_same_text(dstNode->name, srcNode->name)) {
+    if (!kz::SameText(dstNode->name, srcNode->name)) {
         return KZS_NODE_DIFF_NAME;
     }
     // A registered module's augments are coupled while a fresh source's are
@@ -403,7 +403,7 @@ void KZS_NODE_RefreshNodeTreeToNyMod(KzsNode *root, KzMod *mod)
     if (root == nullptr) {
         return;
     }
-    for (KzsNode *n = root; n != nullptr; n = kzs_couple_next_in_subtree(root, n)) {
+    for (KzsNode *n = root; n != nullptr; n = kz::schema::NextInSubtree(root, n)) {
         n->module = mod;
         if ((n->kind == KZS_NODE_LEAF || n->kind == KZS_NODE_LEAFLIST) && n->schemaInfo != nullptr && mod != nullptr) {
             (void)KZT_TYPE_UpdateRealTypeDerivedFrom(static_cast<KztRealType *>(n->schemaInfo), mod);

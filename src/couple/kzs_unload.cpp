@@ -8,9 +8,9 @@
 
 #include "couple/kzs_couple_int.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_alloc.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -45,14 +45,14 @@ uint32_t CollectUnloadSet(KzCtx *ctx, KzMod *root, std::vector<KzMod *> &set)
 
 void DropRelations(KzCtx *ctx, KzMod *mod)
 {
-    char target[KZS_COUPLE_MOD_NAME_BUF];
+    char target[kz::kNameBufSize];
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        if (kzs_couple_target_module(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
+        if (kz::couple::TargetModule(aug->name, target) == 0 && std::strcmp(target, mod->name) != 0) {
             (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_AUGMENT);
         }
     }
     for (uint16_t i = 0; i < mod->deviationCount; i++) {
-        if (kzs_couple_target_module(mod->deviations[i].target, target) == 0 &&
+        if (kz::couple::TargetModule(mod->deviations[i].target, target) == 0 &&
             std::strcmp(target, mod->name) != 0) {
             (void)KZ_CTX_DelTwoModRelation(ctx, target, mod->name, KZ_REL_DEVIATE);
         }
@@ -67,7 +67,7 @@ void KZS_MOD_UnCoupleAllAugments(KzMod *mod)
         return;
     }
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        kzs_couple_force_uncouple(aug);
+        kz::couple::ForceUncouple(aug);
     }
 }
 
@@ -95,7 +95,7 @@ uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
         // Deviations first, while every node they changed is still where they
         // found it.  Deviations of other modules coupled later come off too and
         // are coupled again at the end, on the schema without the set.
-        std::vector<KzsDevRef> devs;
+        std::vector<kz::couple::DevRef> devs;
         for (KzMod *mod : set) {
             for (uint16_t i = 0; i < mod->deviationCount; i++) {
                 if ((mod->deviations[i].flags & KZS_DEVIATION_FLAG_COUPLED) != 0) {
@@ -104,7 +104,7 @@ uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
             }
         }
         std::vector<const char *> touched;
-        std::vector<KzsDevRef> redo = kzs_couple_undo_deviations(ctx, devs, &touched);
+        std::vector<kz::couple::DevRef> redo = kz::couple::UndoDeviations(ctx, devs, &touched);
         std::vector<const char *> restored; // interned names of modules that stay
         for (const char *name : touched) {
             KzMod *owner = KZ_CTX_GetModuleByModName(ctx, name);
@@ -134,9 +134,9 @@ uint32_t KZ_CTX_UnloadModule(KzCtx *ctx, const char *moduleName)
         // Nodes that a not-supported had removed are back: what stays loaded and
         // was built on them couples again, augments first, then the deviations
         // taken off above in their first order, then any still waiting.
-        kzs_couple_recouple_restored(ctx, restored, false);
-        kzs_couple_redo_deviations(redo);
-        kzs_couple_recouple_restored(ctx, restored, true);
+        kz::couple::RecoupleRestored(ctx, restored, false);
+        kz::couple::RedoDeviations(redo);
+        kz::couple::RecoupleRestored(ctx, restored, true);
         return 0;
     });
 }

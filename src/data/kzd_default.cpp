@@ -2,7 +2,8 @@
 #include <cstring>
 
 #include "data/kzd_internal.h"
-#include "base/kz_mem.h"
+
+using namespace kz::data;
 
 namespace {
 
@@ -11,13 +12,13 @@ using CompleteFn = uint32_t (*)(KzdCheckAux *, xmlNode *, KzsNode *, uint32_t *)
 /* Added elements carry line 256 and a non-null psvi: their list entry when listed, else the
  * list head. psvi keeps a parsed element that happens to sit on line 256 from looking added,
  * and lets removal find the list entry without a search. */
-void mark_added(KzdCheckAux *aux, xmlNode *element)
+void MarkAdded(KzdCheckAux *aux, xmlNode *element)
 {
     element->line = KZD_DEFAULT_ADDED_LINE;
     element->psvi = &aux->defaultList;
 }
 
-uint32_t complete_children(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *added)
+uint32_t CompleteChildren(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *added)
 {
     for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
         uint32_t rc = KZD_PAS_CompleteSubTree(aux, element, c, added);
@@ -57,9 +58,9 @@ constexpr CompleteFn kCompleteByKind[] = {
 /* Children of a list schema node that can add anything to an entry: disabled nodes, kinds
  * that are never completed and leaves without a default add nothing, so they are dropped once
  * for all entries. Everything else keeps its order and goes through KZD_PAS_CompleteSubTree. */
-uint32_t completable_children(KzsNode *schemaNode, KzdChildList &out)
+uint32_t CompletableChildren(KzsNode *schemaNode, ChildList &out)
 {
-    return kzd_children_where(schemaNode, out, [](KzsNode *c) {
+    return ChildrenWhere(schemaNode, out, [](KzsNode *c) {
         const bool inert = c->kind <= KZS_NODE_KIND_MAX &&
                            (!KZ_NODE_IsEnabled(c) || kCompleteByKind[c->kind] == skip ||
                             (c->kind == KZS_NODE_LEAF && c->schemaInfo != nullptr &&
@@ -71,7 +72,7 @@ uint32_t completable_children(KzsNode *schemaNode, KzdChildList &out)
 /* A text node holding value. In a document with a dictionary the text is shared from it, as
  * the parser shares names, instead of copied for every added element; libxml2 frees and
  * replaces such texts knowing they belong to the dictionary. */
-xmlNode *new_text(xmlDoc *doc, const char *value)
+xmlNode *NewText(xmlDoc *doc, const char *value)
 {
     const auto *text = reinterpret_cast<const xmlChar *>(value);
     const xmlChar *shared = doc != nullptr && doc->dict != nullptr ? xmlDictLookup(doc->dict, text, -1) : nullptr;
@@ -88,10 +89,10 @@ xmlNode *new_text(xmlDoc *doc, const char *value)
 /* The element's content becomes value. A plain non-empty value is one text node, made
  * directly; anything else goes through libxml2's content parser (entity references, and no
  * text node at all for ""). */
-void set_text(xmlNode *element, const char *value)
+void SetText(xmlNode *element, const char *value)
 {
     if (value[0] != '\0' && std::strchr(value, '&') == nullptr) {
-        xmlNode *text = new_text(element->doc, value);
+        xmlNode *text = NewText(element->doc, value);
         if (text != nullptr && xmlAddChild(element, text) == nullptr) {
             xmlFreeNode(text);
         }
@@ -101,12 +102,12 @@ void set_text(xmlNode *element, const char *value)
 }
 
 /* Adds a marked element for schemaNode; it is listed only when its parent is not itself added. */
-xmlNode *add_marked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
+xmlNode *AddMarked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
 {
     xmlNode *e = value != nullptr ? KZD_PAS_AddNewChildNodeWithValue(parent, schemaNode, value)
                                   : KZD_NODE_CreateNewChildNode(parent, schemaNode);
     if (e != nullptr) {
-        mark_added(aux, e);
+        MarkAdded(aux, e);
     }
     return e;
 }
@@ -127,7 +128,7 @@ KZ_API xmlNode *KZD_PAS_AddNewChildNodeWithValue(xmlNode *element, KzsNode *sche
 {
     xmlNode *child = KZD_NODE_CreateNewChildNode(element, schemaNode);
     if (child != nullptr && value != nullptr) {
-        set_text(child, value);
+        SetText(child, value);
     }
     return child;
 }
@@ -163,12 +164,12 @@ KZ_API void KZD_PAS_DeleteDefaultAddNode(KzdCheckAux *aux, xmlNode *element)
         entry->next->prev = entry->prev;
         KZ_MemFree(entry);
     }
-    kzd_remove_element(element);
+    RemoveElement(element);
 }
 
 KZ_API void KZD_PAS_ClearDefaultNodeTreeFlag(xmlNode *element)
 {
-    kzd_for_each_element(element, [](xmlNode *n) {
+    ForEachElement(element, [](xmlNode *n) {
         n->line = 0;
         n->psvi = nullptr;
     });
@@ -186,7 +187,7 @@ KZ_API void KZD_PAS_ClearDefaultNodeList(KzdCheckAux *aux, uint32_t keep)
                 aux->defaultAddedCb(entry->element, aux->defaultAddedArg);
             }
         } else {
-            kzd_remove_element(entry->element);
+            RemoveElement(entry->element);
         }
         KZ_MemFree(entry);
         entry = next;
@@ -211,7 +212,7 @@ KZ_API uint32_t KZD_PAS_CompleteTree(KzdCheckAux *aux, xmlNode *op, uint32_t fla
     if ((flags & KZD_CHECK_RPC) == 0) {
         return KZ_OK;
     }
-    KzsNode *schema = kzd_schema_of(op);
+    KzsNode *schema = SchemaOf(op);
     if (schema == nullptr || (schema->kind != KZS_NODE_ACTION && schema->kind != KZS_NODE_RPC)) {
         return KZ_EINVAL;
     }
@@ -239,13 +240,13 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForRpc(KzdCheckAux *aux, xmlNode *parent
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForInput(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
                                                  uint32_t *added)
 {
-    return complete_children(aux, parent, schemaNode, added);
+    return CompleteChildren(aux, parent, schemaNode, added);
 }
 
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForCase(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
                                                 uint32_t *added)
 {
-    return complete_children(aux, parent, schemaNode, added);
+    return CompleteChildren(aux, parent, schemaNode, added);
 }
 
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
@@ -258,13 +259,13 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForLeaf(KzdCheckAux *aux, xmlNode *paren
     if (dflt == nullptr || KZD_PAS_FindChildDataNode(parent, schemaNode->name) != nullptr) {
         return KZ_OK;
     }
-    xmlNode *leaf = add_marked(aux, parent, schemaNode, dflt);
+    xmlNode *leaf = AddMarked(aux, parent, schemaNode, dflt);
     if (leaf == nullptr) {
         return KZ_ENOMEM;
     }
     uint32_t rc = KZD_PAS_AddDefaultNodeToList(aux, leaf);
     if (rc != KZ_OK) {
-        kzd_remove_element(leaf);
+        RemoveElement(leaf);
         return rc;
     }
     *added = 1;
@@ -282,17 +283,17 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *
 {
     xmlNode *existing = KZD_PAS_FindChildDataNode(parent, schemaNode->name);
     if (existing != nullptr) {
-        return complete_children(aux, existing, schemaNode, added);
+        return CompleteChildren(aux, existing, schemaNode, added);
     }
     if (schemaNode->flags & KZS_NODE_FLAG_PRESENCE) {
         return KZ_OK;
     }
-    xmlNode *container = add_marked(aux, parent, schemaNode, nullptr);
+    xmlNode *container = AddMarked(aux, parent, schemaNode, nullptr);
     if (container == nullptr) {
         return KZ_ENOMEM;
     }
     uint32_t inner = 0;
-    uint32_t rc = complete_children(aux, container, schemaNode, &inner);
+    uint32_t rc = CompleteChildren(aux, container, schemaNode, &inner);
     if (rc == KZ_OK && inner) {
         rc = KZD_PAS_AddDefaultNodeToList(aux, container);
         if (rc == KZ_OK) {
@@ -300,14 +301,14 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *
             return KZ_OK;
         }
     }
-    kzd_remove_element(container);
+    RemoveElement(container);
     return rc;
 }
 
 KZ_API uint32_t KZD_PAS_CompleteDataTreeForList(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode,
                                                 uint32_t *added)
 {
-    return kzd_for_each_entry_child(parent, schemaNode, completable_children,
+    return ForEachEntryChild(parent, schemaNode, CompletableChildren,
                                     [&](xmlNode *e, KzsNode *c) { return KZD_PAS_CompleteSubTree(aux, e, c, added); });
 }
 

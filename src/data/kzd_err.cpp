@@ -5,15 +5,12 @@
 #include <string>
 
 #include "data/kzd_internal.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
+#include "base/kz_kit.h"
+
+using namespace kz::data;
 
 namespace {
-
-char *dup_text(const char *text)
-{
-    return text != nullptr ? KZ_UTL_StrDup(text) : nullptr;
-}
 
 /* Builds the path backwards into a fixed buffer whose last byte is the terminator. */
 class BackwardPath {
@@ -34,29 +31,21 @@ private:
     size_t pos_ = KZD_ERR_MAX_TEXT - 1;
 };
 
-const char *text_or_empty(const xmlNode *element)
+const char *TextOrEmpty(const xmlNode *element)
 {
     const char *text = KZ_XML_GetElemNodeContent(element);
     return text != nullptr ? text : "";
 }
 
-std::string quoted(const char *value)
+std::string Quoted(const char *value)
 {
     char q = KZD_ERR_GetValueBoundaryQuota(value);
     return std::string(1, q) + value + q;
 }
 
-bool same_name(const char *a, const char *b)
-{
-    if (a == nullptr || b == nullptr) {
-        return a == b;
-    }
-    return a == b || strcmp(a, b) == 0;
-}
-
 } // namespace
 
-void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
+void kz::data::SetErrMsgV(KzdErrNode *err, const char *format, va_list ap)
 {
     if (err == nullptr || format == nullptr || err->message != nullptr) {
         return;
@@ -66,17 +55,17 @@ void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap)
     if (n <= 0) {
         return;
     }
-    err->message = KZ_UTL_StrDup(buf);
+    err->message = kz::DupText(buf);
 }
 
-uint32_t kzd_report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format, ...)
+uint32_t kz::data::Report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format, ...)
 {
     if (aux->err == nullptr) {
         aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, tag, element);
     }
     va_list ap;
     va_start(ap, format);
-    kzd_err_set_msg_v(aux->err, format, ap);
+    SetErrMsgV(aux->err, format, ap);
     va_end(ap);
     KZD_ERR_SetBadElement(aux->err, badElement);
     return KZ_EINVAL;
@@ -93,22 +82,22 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
 {
     BackwardPath path;
     for (xmlNode *e = element; e != nullptr && e != aux->root && e->type == XML_ELEMENT_NODE; e = e->parent) {
-        const KzsNode *schema = kzd_schema_of(e);
+        const KzsNode *schema = SchemaOf(e);
         if (schema != nullptr && schema->kind == KZS_NODE_LEAFLIST &&
-            !path.prepend("[.=" + quoted(text_or_empty(e)) + "]")) {
+            !path.prepend("[.=" + Quoted(TextOrEmpty(e)) + "]")) {
             return nullptr;
         }
         for (xmlNode *c = e->children; c != nullptr; c = c->next) {
             if (c->type == XML_ELEMENT_NODE && KZD_NODE_IsKeyLeafNode(c) &&
                 !path.prepend("[" + std::string(reinterpret_cast<const char *>(c->name)) + "=" +
-                              quoted(text_or_empty(c)) + "]")) {
+                              Quoted(TextOrEmpty(c)) + "]")) {
                 return nullptr;
             }
         }
         const char *mod = KZD_NODE_GetModuleName(aux->ctx, e);
         bool top = e->parent == nullptr || e->parent == aux->root || e->parent->type != XML_ELEMENT_NODE;
         std::string step = "/";
-        if (mod != nullptr && (top || !same_name(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent)))) {
+        if (mod != nullptr && (top || !kz::SameText(mod, KZD_NODE_GetModuleName(aux->ctx, e->parent)))) {
             step += std::string(mod) + ":";
         }
         step += reinterpret_cast<const char *>(e->name);
@@ -116,21 +105,20 @@ KZ_API char *KZD_ERR_GeneralErrorPath(KzdCheckAux *aux, xmlNode *element)
             return nullptr;
         }
     }
-    return KZ_UTL_StrDup(path.text());
+    return kz::DupText(path.text());
 }
 
 KZ_API KzdErrNode *KZD_ERR_NewErrNode(KzdCheckAux *aux, uint32_t type, uint32_t severity, uint32_t tag,
                                       xmlNode *element)
 {
-    auto *err = static_cast<KzdErrNode *>(KZ_MemMalloc(sizeof(KzdErrNode)));
+    auto *err = kz::ZeroAlloc<KzdErrNode>();
     if (err == nullptr) {
         return nullptr;
     }
-    memset(err, 0, sizeof *err);
     err->errorType = type;
     err->severity = severity;
     err->tag = tag;
-    err->path = element != nullptr ? KZD_ERR_GeneralErrorPath(aux, element) : KZ_UTL_StrDup("/");
+    err->path = element != nullptr ? KZD_ERR_GeneralErrorPath(aux, element) : kz::DupText("/");
     return err;
 }
 
@@ -138,21 +126,21 @@ KZ_API void KZD_ERR_SetErrorMsg(KzdErrNode *err, const char *format, ...)
 {
     va_list ap;
     va_start(ap, format);
-    kzd_err_set_msg_v(err, format, ap);
+    SetErrMsgV(err, format, ap);
     va_end(ap);
 }
 
 KZ_API void KZD_ERR_SetErrorAppTag(KzdErrNode *err, const char *text)
 {
     if (err != nullptr && err->appTag == nullptr) {
-        err->appTag = dup_text(text);
+        err->appTag = kz::DupText(text);
     }
 }
 
 KZ_API void KZD_ERR_SetBadElement(KzdErrNode *err, const char *text)
 {
     if (err != nullptr && err->badElement == nullptr) {
-        err->badElement = dup_text(text);
+        err->badElement = kz::DupText(text);
     }
 }
 

@@ -9,14 +9,16 @@
 #include "data/kzd_valid.h"
 #include "base/kz_small_vec.h"
 
+namespace kz::data {
+
 /* Schema node bound to an element by the structure pass. */
-inline KzsNode *kzd_schema_of(const xmlNode *element)
+inline KzsNode *SchemaOf(const xmlNode *element)
 {
     return element != nullptr && element->type == XML_ELEMENT_NODE ? static_cast<KzsNode *>(element->_private)
                                                                      : nullptr;
 }
 
-inline xmlNode *kzd_first_element(xmlNode *node)
+inline xmlNode *FirstElement(xmlNode *node)
 {
     while (node != nullptr && node->type != XML_ELEMENT_NODE) {
         node = node->next;
@@ -24,46 +26,46 @@ inline xmlNode *kzd_first_element(xmlNode *node)
     return node;
 }
 
-inline xmlNode *kzd_first_child_element(const xmlNode *parent)
+inline xmlNode *FirstChildElement(const xmlNode *parent)
 {
-    return parent != nullptr ? kzd_first_element(parent->children) : nullptr;
+    return parent != nullptr ? FirstElement(parent->children) : nullptr;
 }
 
-inline xmlNode *kzd_next_element(const xmlNode *node)
+inline xmlNode *NextElement(const xmlNode *node)
 {
-    return kzd_first_element(node->next);
+    return FirstElement(node->next);
 }
 
-inline const char *kzd_name(const xmlNode *element)
+inline const char *ElementName(const xmlNode *element)
 {
     return reinterpret_cast<const char *>(element->name);
 }
 
 /* Calls visit on element and every element below it, in document order, without recursion. */
 template <typename Visit>
-void kzd_for_each_element(xmlNode *element, Visit visit)
+void ForEachElement(xmlNode *element, Visit visit)
 {
     xmlNode *n = element;
     while (n != nullptr) {
         visit(n);
-        xmlNode *child = kzd_first_child_element(n);
+        xmlNode *child = FirstChildElement(n);
         if (child != nullptr) {
             n = child;
             continue;
         }
-        while (n != element && kzd_next_element(n) == nullptr) {
+        while (n != element && NextElement(n) == nullptr) {
             n = n->parent;
         }
-        n = n == element ? nullptr : kzd_next_element(n);
+        n = n == element ? nullptr : NextElement(n);
     }
 }
 
 /* Schema children picked once for a list, then visited in every entry. */
-using KzdChildList = kz::SmallVec<KzsNode *, 16>;
+using ChildList = kz::SmallVec<KzsNode *, 16>;
 
 /* Appends the children of schemaNode for which keep holds, in schema order. */
 template <typename Keep>
-uint32_t kzd_children_where(KzsNode *schemaNode, KzdChildList &out, Keep keep)
+uint32_t ChildrenWhere(KzsNode *schemaNode, ChildList &out, Keep keep)
 {
     try {
         for (KzsNode *c = schemaNode->firstChild; c != nullptr; c = c->next) {
@@ -84,13 +86,13 @@ uint32_t kzd_children_where(KzsNode *schemaNode, KzdChildList &out, Keep keep)
  * child that pick chooses from the list's schema children (chosen once, at the first entry);
  * stops at the first result other than KZ_OK and returns it. */
 template <typename Visit>
-uint32_t kzd_for_each_entry_child(xmlNode *parent, KzsNode *list, uint32_t (*pick)(KzsNode *, KzdChildList &),
+uint32_t ForEachEntryChild(xmlNode *parent, KzsNode *list, uint32_t (*pick)(KzsNode *, ChildList &),
                                   Visit visit)
 {
-    KzdChildList children;
+    ChildList children;
     bool picked = false;
-    for (xmlNode *e = kzd_first_child_element(parent); e != nullptr; e = kzd_next_element(e)) {
-        if (kzd_schema_of(e) != list) {
+    for (xmlNode *e = FirstChildElement(parent); e != nullptr; e = NextElement(e)) {
+        if (SchemaOf(e) != list) {
             continue;
         }
         if (!picked) {
@@ -112,19 +114,21 @@ uint32_t kzd_for_each_entry_child(xmlNode *parent, KzsNode *list, uint32_t (*pic
 
 /* Makes the record if there is none yet, then sets its message and bad element (first value
  * wins); returns 22 so that callers can return it directly. */
-uint32_t kzd_report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format,
+uint32_t Report(KzdCheckAux *aux, uint32_t tag, xmlNode *element, const char *badElement, const char *format,
                     ...) __attribute__((format(printf, 5, 6)));
-void kzd_err_set_msg_v(KzdErrNode *err, const char *format, va_list ap);
+void SetErrMsgV(KzdErrNode *err, const char *format, va_list ap);
 
 /* Evaluates a condition for contextNode, tokenizing each distinct condition once per validation. */
-uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond);
-void kzd_cond_cache_free(KzdCheckAux *aux);
+uint32_t EvalCondition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond);
+void FreeCondCache(KzdCheckAux *aux);
 
 /* Unlinks and frees an element of the validated tree. */
-inline void kzd_remove_element(xmlNode *element)
+inline void RemoveElement(xmlNode *element)
 {
     xmlUnlinkNode(element);
     xmlFreeNode(element);
 }
+
+} /* namespace kz::data */
 
 #endif /* KZD_INTERNAL_H */

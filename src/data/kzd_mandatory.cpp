@@ -1,6 +1,8 @@
 /* Mandatory check: missing mandatory leaves, anydata, anyxml and choices. */
 #include "data/kzd_internal.h"
 
+using namespace kz::data;
+
 namespace {
 
 using CheckFn = uint32_t (*)(KzdCheckAux *, xmlNode *, KzsNode *);
@@ -31,9 +33,9 @@ constexpr CheckFn kCheckByKind[] = {
 /* Children of a list schema node that can be missing from an entry: disabled nodes, kinds
  * that are never checked and leaves, anydata and anyxml that are not mandatory are dropped
  * once for all entries. */
-uint32_t checkable_children(KzsNode *schemaNode, KzdChildList &out)
+uint32_t CheckableChildren(KzsNode *schemaNode, ChildList &out)
 {
-    return kzd_children_where(schemaNode, out, [](KzsNode *c) {
+    return ChildrenWhere(schemaNode, out, [](KzsNode *c) {
         if (c->kind > KZS_NODE_KIND_MAX || !KZ_NODE_IsEnabled(c) || kCheckByKind[c->kind] == skip) {
             return false;
         }
@@ -43,7 +45,7 @@ uint32_t checkable_children(KzsNode *schemaNode, KzdChildList &out)
 
 /* Creates a temporary element for schemaNode under element and asks whether its when
  * conditions hold; the element is always removed again. */
-uint32_t when_holds_if_present(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *holds,
+uint32_t WhenHoldsIfPresent(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode, uint32_t *holds,
                                uint32_t (*onHold)(KzdCheckAux *, xmlNode *, KzsNode *))
 {
     xmlNode *temp = KZD_NODE_CreateNewChildNode(element, schemaNode);
@@ -54,7 +56,7 @@ uint32_t when_holds_if_present(KzdCheckAux *aux, xmlNode *element, KzsNode *sche
     if (rc == KZ_OK && *holds && onHold != nullptr) {
         rc = onHold(aux, temp, schemaNode);
     }
-    kzd_remove_element(temp);
+    RemoveElement(temp);
     return rc;
 }
 
@@ -124,7 +126,7 @@ KZ_API uint32_t KZD_PAS_CheckContainerMandatory(KzdCheckAux *aux, xmlNode *eleme
     /* Mandatory nodes below an absent non-presence container are still required, unless the
      * container's own when is false. */
     uint32_t holds = 1;
-    return when_holds_if_present(aux, element, schemaNode, &holds, KZD_PAS_CheckAllSchemaChildMandatory);
+    return WhenHoldsIfPresent(aux, element, schemaNode, &holds, KZD_PAS_CheckAllSchemaChildMandatory);
 }
 
 KZ_API uint32_t KZD_PAS_CheckDataNodeWithMandatory(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode)
@@ -133,17 +135,17 @@ KZ_API uint32_t KZD_PAS_CheckDataNodeWithMandatory(KzdCheckAux *aux, xmlNode *el
         return KZ_OK;
     }
     uint32_t holds = 1;
-    uint32_t rc = when_holds_if_present(aux, element, schemaNode, &holds, nullptr);
+    uint32_t rc = WhenHoldsIfPresent(aux, element, schemaNode, &holds, nullptr);
     if (rc != KZ_OK || !holds) {
         return rc;
     }
-    return kzd_report(aux, KZ_ERR_TAG_MISSING_ELEMENT, element, schemaNode->name, "Missing element: %s.",
+    return Report(aux, KZ_ERR_TAG_MISSING_ELEMENT, element, schemaNode->name, "Missing element: %s.",
                       schemaNode->name);
 }
 
 KZ_API uint32_t KZD_PAS_CheckListMandatory(KzdCheckAux *aux, xmlNode *element, KzsNode *schemaNode)
 {
-    return kzd_for_each_entry_child(element, schemaNode, checkable_children,
+    return ForEachEntryChild(element, schemaNode, CheckableChildren,
                                     [&](xmlNode *e, KzsNode *c) { return KZD_PAS_CheckSchemaNodeMandatory(aux, e, c); });
 }
 
@@ -159,7 +161,7 @@ KZ_API uint32_t KZD_PAS_CheckChoiceMandatory(KzdCheckAux *aux, xmlNode *element,
     if (!KZ_NODE_IsMandatory(schemaNode)) {
         return KZ_OK;
     }
-    kzd_report(aux, KZ_ERR_TAG_DATA_MISSING, element, kzd_name(element), "Mandatory choice %s missing element.",
+    Report(aux, KZ_ERR_TAG_DATA_MISSING, element, ElementName(element), "Mandatory choice %s missing element.",
                schemaNode->name);
     KZD_ERR_SetErrorAppTag(aux->err, "missing-choice");
     return KZ_EINVAL;
@@ -170,7 +172,7 @@ KZ_API uint32_t KZ_PAS_CheckTreeMandatory(KzdCheckAux *aux, xmlNode *op)
     if ((aux->flags & (KZD_CHECK_RPC | KZD_CHECK_NOTIF)) == 0) {
         return KZ_EINVAL;
     }
-    KzsNode *schema = kzd_schema_of(op);
+    KzsNode *schema = SchemaOf(op);
     return schema != nullptr ? KZD_PAS_CheckSchemaNodeMandatory(aux, op, schema) : KZ_EINVAL;
 }
 

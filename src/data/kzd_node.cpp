@@ -4,18 +4,20 @@
 
 #include "data/kzd_internal.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
+#include "base/kz_kit.h"
+
+using namespace kz::data;
 
 namespace {
 
-bool is_choice_or_case(const KzsNode *node)
+bool IsChoiceOrCase(const KzsNode *node)
 {
     return node != nullptr && (node->kind == KZS_NODE_CHOICE || node->kind == KZS_NODE_CASE);
 }
 
-uint32_t last_base_type(const char *, const char *, KztRealType *realType, void *arg)
+uint32_t LastBaseType(const char *, const char *, KztRealType *realType, void *arg)
 {
     *static_cast<uint32_t *>(arg) = KZ_TYPE_GetBuiltInBaseType(realType);
     return 0;
@@ -30,7 +32,7 @@ KZ_API const char *KZD_NODE_GetModuleName(KzCtx *ctx, const xmlNode *element)
     if (element == nullptr || element->type != XML_ELEMENT_NODE) {
         return nullptr;
     }
-    const KzsNode *schema = kzd_schema_of(element);
+    const KzsNode *schema = SchemaOf(element);
     if (schema != nullptr) {
         return schema->module != nullptr ? schema->module->name : nullptr;
     }
@@ -60,7 +62,7 @@ KZ_API char *KZD_NODE_ConvertPrefixValueToModValue(xmlNode *element, const KzsNo
         name = colon + 1;
     }
     std::string out = std::string(modName != nullptr ? modName : "") + ":" + name;
-    return KZ_UTL_StrDup(out.c_str());
+    return kz::DupText(out.c_str());
 }
 
 KZ_API char *KZD_NODE_GetValueContent(xmlNode *element, const KzsNode *schemaNode)
@@ -72,12 +74,12 @@ KZ_API char *KZD_NODE_GetValueContent(xmlNode *element, const KzsNode *schemaNod
     if (KZD_MDL_IsIdentityref(schemaNode)) {
         return KZD_NODE_ConvertPrefixValueToModValue(element, schemaNode, text);
     }
-    return KZ_UTL_StrDup(text);
+    return kz::DupText(text);
 }
 
 KZ_API uint32_t KZD_NODE_IsKeyLeafNode(const xmlNode *element)
 {
-    return KZ_NODE_IsKey(kzd_schema_of(element)) != 0 ? 1u : 0u;
+    return KZ_NODE_IsKey(SchemaOf(element)) != 0 ? 1u : 0u;
 }
 
 KZ_API xmlNode *KZD_PAS_FindChildDataNode(xmlNode *element, const char *name)
@@ -103,12 +105,12 @@ KZ_API xmlNode *KZD_NODE_CreateNewChildNode(xmlNode *parent, KzsNode *schemaNode
         return nullptr;
     }
     child->_private = schemaNode;
-    const KzsNode *parentSchema = kzd_schema_of(parent);
+    const KzsNode *parentSchema = SchemaOf(parent);
     const KzMod *parentMod = parentSchema != nullptr ? parentSchema->module : nullptr;
     if (schemaNode->module != parentMod && schemaNode->module != nullptr && schemaNode->module->ns != nullptr &&
         xmlNewProp(child, reinterpret_cast<const xmlChar *>("xmlns"),
                    reinterpret_cast<const xmlChar *>(schemaNode->module->ns)) == nullptr) {
-        kzd_remove_element(child);
+        RemoveElement(child);
         return nullptr;
     }
     return child;
@@ -116,8 +118,8 @@ KZ_API xmlNode *KZD_NODE_CreateNewChildNode(xmlNode *parent, KzsNode *schemaNode
 
 KZ_API xmlNode *KZD_NODE_GetChildNodeWithSpecifyMdl(xmlNode *element, const KzsNode *schemaNode)
 {
-    for (xmlNode *c = kzd_first_child_element(element); c != nullptr; c = kzd_next_element(c)) {
-        if (kzd_schema_of(c) == schemaNode) {
+    for (xmlNode *c = FirstChildElement(element); c != nullptr; c = NextElement(c)) {
+        if (SchemaOf(c) == schemaNode) {
             return c;
         }
     }
@@ -126,12 +128,12 @@ KZ_API xmlNode *KZD_NODE_GetChildNodeWithSpecifyMdl(xmlNode *element, const KzsN
 
 KZ_API KzsNode *KZD_NODE_GetChoiceInstanceCaseBranch(xmlNode *element, const KzsNode *choice)
 {
-    for (xmlNode *c = kzd_first_child_element(element); c != nullptr; c = kzd_next_element(c)) {
-        for (KzsNode *n = kzd_schema_of(c); n != nullptr && n->parent != nullptr; n = n->parent) {
+    for (xmlNode *c = FirstChildElement(element); c != nullptr; c = NextElement(c)) {
+        for (KzsNode *n = SchemaOf(c); n != nullptr && n->parent != nullptr; n = n->parent) {
             if (n->parent == choice) {
                 return n;
             }
-            if (!is_choice_or_case(n->parent)) {
+            if (!IsChoiceOrCase(n->parent)) {
                 break;
             }
         }
@@ -141,13 +143,13 @@ KZ_API KzsNode *KZD_NODE_GetChoiceInstanceCaseBranch(xmlNode *element, const Kzs
 
 KZ_API uint32_t KZD_MDL_IsChoiceOrCaseNode(const KzsNode *node)
 {
-    return is_choice_or_case(node) ? 1u : 0u;
+    return IsChoiceOrCase(node) ? 1u : 0u;
 }
 
 KZ_API KzsNode *KZD_MDL_GetClosestAncestorNodeNotChoiceCase(const KzsNode *node)
 {
     KzsNode *p = node != nullptr ? node->parent : nullptr;
-    while (is_choice_or_case(p)) {
+    while (IsChoiceOrCase(p)) {
         p = p->parent;
     }
     return p;
@@ -195,7 +197,7 @@ KZ_API uint32_t KZD_MDL_IsIdentityref(const KzsNode *node)
     }
     uint32_t base = KZ_TYPE_GetBuiltInBaseType(rt);
     if (base == KZT_BASE_DERIVED) {
-        KZ_TYPE_IterRealTypeDerivedName(const_cast<KztRealType *>(rt), node->module->ctx, last_base_type, &base);
+        KZ_TYPE_IterRealTypeDerivedName(const_cast<KztRealType *>(rt), node->module->ctx, LastBaseType, &base);
     }
     return base == KZT_BASE_IDENTITYREF ? 1u : 0u;
 }

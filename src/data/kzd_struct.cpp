@@ -12,6 +12,8 @@
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 
+using namespace kz::data;
+
 namespace {
 
 constexpr size_t kValueShownMax = 256; /* longer values are cut in messages */
@@ -65,19 +67,19 @@ struct SiblingState {
 
 uint32_t unexpected(KzdCheckAux *aux, xmlNode *element)
 {
-    return kzd_report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, kzd_name(element), "Unexpected element: %s.",
-                      kzd_name(element));
+    return Report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, ElementName(element), "Unexpected element: %s.",
+                      ElementName(element));
 }
 
-bool is_multi_instance(const KzsNode *node)
+bool IsMultiInstance(const KzsNode *node)
 {
     return node->kind == KZS_NODE_LEAFLIST || node->kind == KZS_NODE_LIST;
 }
 
-uint32_t check_single_instance(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
+uint32_t CheckSingleInstance(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
 {
-    const KzsNode *schema = kzd_schema_of(element);
-    if (element->parent == aux->root || is_multi_instance(schema)) {
+    const KzsNode *schema = SchemaOf(element);
+    if (element->parent == aux->root || IsMultiInstance(schema)) {
         return KZ_OK;
     }
     if (!state.single.Emplace(schema, true).second) {
@@ -86,16 +88,16 @@ uint32_t check_single_instance(KzdCheckAux *aux, xmlNode *element, SiblingState 
     return KZ_OK;
 }
 
-uint32_t check_cases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
+uint32_t CheckCases(KzdCheckAux *aux, xmlNode *element, SiblingState &state)
 {
     KzsNode *choice = nullptr;
     KzsNode *branch = nullptr;
-    if (!KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(element), &choice, &branch)) {
+    if (!KZD_MDL_GetChoiceCaseParentNode(SchemaOf(element), &choice, &branch)) {
         return KZ_OK;
     }
     auto seen = state.branches.Emplace(choice, branch);
     if (!seen.second && seen.first != branch && KZD_PAS_IsUnderRpcOrActionTree(aux)) {
-        return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element),
+        return Report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, ElementName(element),
                           "Data for more than one case branch of a choice is present.");
     }
     return KZ_OK;
@@ -127,7 +129,7 @@ private:
 };
 
 /* Steps of binding one child element, in order; the sibling checks use the parent's state. */
-uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state,
+uint32_t BindChild(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state,
                     ModuleNames &modules)
 {
     if (element->_private != nullptr) {
@@ -135,12 +137,12 @@ uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, S
     }
     const char *module = modules.Of(aux, element);
     KzsNode *schema =
-        module != nullptr ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, module, kzd_name(element)) : nullptr;
+        module != nullptr ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, module, ElementName(element)) : nullptr;
     if (schema == nullptr) {
         return unexpected(aux, element);
     }
     element->_private = schema;
-    uint32_t rc = check_single_instance(aux, element, state);
+    uint32_t rc = CheckSingleInstance(aux, element, state);
     if (rc == KZ_OK) {
         rc = KZD_PAS_CheckDataNodeValue(aux, element);
     }
@@ -151,7 +153,7 @@ uint32_t bind_child(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, S
         rc = KZD_PAS_CheckElementNodeOrder(aux, element);
     }
     if (rc == KZ_OK) {
-        rc = check_cases(aux, element, state);
+        rc = CheckCases(aux, element, state);
     }
     return rc;
 }
@@ -165,9 +167,9 @@ struct Frame {
 };
 
 /* Checks an element's own content; returns false when its children are not to be bound. */
-bool enter_element(KzdCheckAux *aux, xmlNode *element, uint32_t *rc)
+bool EnterElement(KzdCheckAux *aux, xmlNode *element, uint32_t *rc)
 {
-    const KzsNode *schema = kzd_schema_of(element);
+    const KzsNode *schema = SchemaOf(element);
     *rc = KZ_OK;
     if (schema == nullptr) {
         return false;
@@ -187,20 +189,20 @@ bool enter_element(KzdCheckAux *aux, xmlNode *element, uint32_t *rc)
 }
 
 /* Binds the subtree below element without recursion. */
-uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
+uint32_t WalkChildren(KzdCheckAux *aux, xmlNode *element)
 {
     uint32_t rc;
-    if (!enter_element(aux, element, &rc)) {
+    if (!EnterElement(aux, element, &rc)) {
         return rc;
     }
     std::vector<Frame> stack;
     ModuleNames modules;
     auto push = [&](xmlNode *e) {
-        bool action = kzd_schema_of(e)->kind == KZS_NODE_ACTION;
+        bool action = SchemaOf(e)->kind == KZS_NODE_ACTION;
         if (action) {
             aux->flags |= KZD_CHECK_IN_ACTION;
         }
-        stack.push_back(Frame{e, kzd_first_child_element(e), action, {}});
+        stack.push_back(Frame{e, FirstChildElement(e), action, {}});
     };
     push(element);
     while (!stack.empty()) {
@@ -213,12 +215,12 @@ uint32_t walk_children(KzdCheckAux *aux, xmlNode *element)
             stack.pop_back();
             continue;
         }
-        top.next = kzd_next_element(child);
-        rc = bind_child(aux, child, kzd_schema_of(top.element), top.state, modules);
+        top.next = NextElement(child);
+        rc = BindChild(aux, child, SchemaOf(top.element), top.state, modules);
         if (rc != KZ_OK) {
             return rc;
         }
-        if (enter_element(aux, child, &rc)) {
+        if (EnterElement(aux, child, &rc)) {
             push(child);
         } else if (rc != KZ_OK) {
             return rc;
@@ -267,10 +269,10 @@ KZ_API uint32_t KZD_PAS_FlushTreeWithSchema(KzdCheckAux *aux, xmlNode *top)
     }
     KzMod *mod = KZ_CTX_GetModuleByModNs(aux->ctx, ns);
     if (mod == nullptr) {
-        return kzd_report(aux, KZ_ERR_TAG_UNKNOWN_NAMESPACE, top, kzd_name(top), "%s has invalid namespace: %s.",
-                          kzd_name(top), ns);
+        return Report(aux, KZ_ERR_TAG_UNKNOWN_NAMESPACE, top, ElementName(top), "%s has invalid namespace: %s.",
+                          ElementName(top), ns);
     }
-    KzsNode *schema = KZS_MOD_FindTopLevelSchemaNode(mod, kzd_name(top));
+    KzsNode *schema = KZS_MOD_FindTopLevelSchemaNode(mod, ElementName(top));
     if (schema == nullptr) {
         return unexpected(aux, top);
     }
@@ -281,7 +283,7 @@ KZ_API uint32_t KZD_PAS_FlushTreeWithSchema(KzdCheckAux *aux, xmlNode *top)
 
 KZ_API uint32_t KZD_PAS_FlushAllElementChildNodeWithSchema(KzdCheckAux *aux, xmlNode *element)
 {
-    return walk_children(aux, element);
+    return WalkChildren(aux, element);
 }
 
 KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema)
@@ -291,12 +293,12 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
     }
     /* Standalone binding of one element: its earlier siblings give the sibling state. */
     SiblingState state;
-    for (xmlNode *s = kzd_first_child_element(element->parent); s != nullptr && s != element;
-         s = kzd_next_element(s)) {
-        const KzsNode *schema = kzd_schema_of(s);
+    for (xmlNode *s = FirstChildElement(element->parent); s != nullptr && s != element;
+         s = NextElement(s)) {
+        const KzsNode *schema = SchemaOf(s);
         KzsNode *choice = nullptr;
         KzsNode *branch = nullptr;
-        if (schema != nullptr && !is_multi_instance(schema)) {
+        if (schema != nullptr && !IsMultiInstance(schema)) {
             state.single.Emplace(schema, true);
         }
         if (KZD_MDL_GetChoiceCaseParentNode(schema, &choice, &branch)) {
@@ -304,8 +306,8 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
         }
     }
     ModuleNames modules;
-    uint32_t rc = bind_child(aux, element, parentSchema, state, modules);
-    return rc != KZ_OK ? rc : walk_children(aux, element);
+    uint32_t rc = BindChild(aux, element, parentSchema, state, modules);
+    return rc != KZ_OK ? rc : WalkChildren(aux, element);
 }
 
 KZ_API uint32_t KZD_PAS_CheckLeafXmlNodeType(KzdCheckAux *aux, xmlNode *element)
@@ -325,12 +327,12 @@ KZ_API uint32_t KZD_PAS_CheckLeafXmlNodeType(KzdCheckAux *aux, xmlNode *element)
 
 KZ_API uint32_t KZD_PAS_CheckMultipleInstanceNode(KzdCheckAux *aux, xmlNode *element)
 {
-    const KzsNode *schema = kzd_schema_of(element);
-    if (schema == nullptr || element->parent == aux->root || is_multi_instance(schema)) {
+    const KzsNode *schema = SchemaOf(element);
+    if (schema == nullptr || element->parent == aux->root || IsMultiInstance(schema)) {
         return KZ_OK;
     }
     for (xmlNode *s = element->prev; s != nullptr; s = s->prev) {
-        if (kzd_schema_of(s) == schema) {
+        if (SchemaOf(s) == schema) {
             return unexpected(aux, element);
         }
     }
@@ -344,13 +346,13 @@ KZ_API uint32_t KZD_PAS_SetInvalidValueErr(KzdCheckAux *aux, xmlNode *element)
     if (shown.size() > kValueShownMax) {
         shown = shown.substr(0, kValueShownCut) + "...";
     }
-    return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element), "%s has invalid value %s.",
-                      kzd_name(element), shown.c_str());
+    return Report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, ElementName(element), "%s has invalid value %s.",
+                      ElementName(element), shown.c_str());
 }
 
 KZ_API uint32_t KZD_PAS_CheckDataNodeValue(KzdCheckAux *aux, xmlNode *element)
 {
-    const KzsNode *schema = kzd_schema_of(element);
+    const KzsNode *schema = SchemaOf(element);
     if (schema == nullptr || (schema->kind != KZS_NODE_LEAF && schema->kind != KZS_NODE_LEAFLIST) ||
         (aux->flags & KZD_CHECK_NOTIF)) {
         return KZ_OK;
@@ -380,8 +382,8 @@ KZ_API uint32_t KZD_PAS_CheckElementNodeOrder(KzdCheckAux *aux, xmlNode *element
         return KZ_OK;
     }
     xmlNode *prev = element->prev;
-    const KzsNode *prevSchema = kzd_schema_of(prev);
-    KzsNode *schema = kzd_schema_of(element);
+    const KzsNode *prevSchema = SchemaOf(prev);
+    KzsNode *schema = SchemaOf(element);
     if (prevSchema == nullptr || schema == nullptr) {
         return KZ_OK;
     }
@@ -389,8 +391,8 @@ KZ_API uint32_t KZD_PAS_CheckElementNodeOrder(KzdCheckAux *aux, xmlNode *element
     for (KzsNode *n = KZD_MDL_GetNextDataNodeInSameMod(schema, ancestor); n != nullptr;
          n = KZD_MDL_GetNextDataNodeInSameMod(n, ancestor)) {
         if (n == prevSchema) {
-            kzd_report(aux, KZ_ERR_TAG_MISSING_ELEMENT, element, kzd_name(element),
-                       "Invalid element order between %s and %s.", kzd_name(element),
+            Report(aux, KZ_ERR_TAG_MISSING_ELEMENT, element, ElementName(element),
+                       "Invalid element order between %s and %s.", ElementName(element),
                        reinterpret_cast<const char *>(prev->name));
             return KZ_EINVAL;
         }
@@ -405,16 +407,16 @@ KZ_API uint32_t KZD_PAS_CheckMultiCases(KzdCheckAux *aux, xmlNode *element)
     }
     KzsNode *choice = nullptr;
     KzsNode *branch = nullptr;
-    if (!KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(element), &choice, &branch)) {
+    if (!KZD_MDL_GetChoiceCaseParentNode(SchemaOf(element), &choice, &branch)) {
         return KZ_OK;
     }
-    for (xmlNode *s = kzd_first_child_element(element->parent); s != nullptr && s != element;
-         s = kzd_next_element(s)) {
+    for (xmlNode *s = FirstChildElement(element->parent); s != nullptr && s != element;
+         s = NextElement(s)) {
         KzsNode *otherChoice = nullptr;
         KzsNode *otherBranch = nullptr;
-        if (KZD_MDL_GetChoiceCaseParentNode(kzd_schema_of(s), &otherChoice, &otherBranch) && otherChoice == choice &&
+        if (KZD_MDL_GetChoiceCaseParentNode(SchemaOf(s), &otherChoice, &otherBranch) && otherChoice == choice &&
             otherBranch != branch) {
-            return kzd_report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, kzd_name(element),
+            return Report(aux, KZ_ERR_TAG_BAD_ELEMENT, element, ElementName(element),
                               "Data for more than one case branch of a choice is present.");
         }
     }

@@ -7,6 +7,9 @@
 #include "data/kzd_internal.h"
 #include "base/kz_xml.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
+
+using namespace kz::data;
 
 namespace {
 
@@ -15,13 +18,13 @@ using DocPtr = kz::XmlDocPtr;
 /* Blank text nodes are dropped, as the structure pass expects element-only content. Documents
  * come from the wire: no DTD, no entity substitution, no network access (NETCONF messages have
  * no use for a document type declaration, so one is refused before any of it is read). */
-DocPtr parse_text(const char *text, kz::xml::ParseReport *report)
+DocPtr ParseText(const char *text, kz::base::ParseReport *report)
 {
     constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
-    return DocPtr(kz::xml::ParseMemory(text, strlen(text), kOptions, true, report));
+    return DocPtr(kz::base::ParseXmlMemory(text, strlen(text), kOptions, true, report));
 }
 
-KzdErrNode *generic_record(KzdCheckAux *aux)
+KzdErrNode *GenericRecord(KzdCheckAux *aux)
 {
     return KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR, KZ_ERR_TAG_OPERATION_FAILED,
                               nullptr);
@@ -29,67 +32,67 @@ KzdErrNode *generic_record(KzdCheckAux *aux)
 
 /* A document refused before validation is a malformed message; the record is the one just
  * reported, or the generic one when even that could not be made. */
-KzdErrNode *refused_record(KzdCheckAux *aux)
+KzdErrNode *RefusedRecord(KzdCheckAux *aux)
 {
-    return aux->err != nullptr ? aux->err : generic_record(aux);
+    return aux->err != nullptr ? aux->err : GenericRecord(aux);
 }
 
 /* Entities are never expanded, so a caller's tree that still holds references is refused. */
-bool refuse_entity_refs(KzdCheckAux *aux, xmlNode *top, KzdErrNode **err)
+bool RefuseEntityRefs(KzdCheckAux *aux, xmlNode *top, KzdErrNode **err)
 {
-    const xmlNode *ref = kz::xml::FindEntityRef(top);
+    const xmlNode *ref = kz::base::FindEntityRef(top);
     if (ref == nullptr) {
         return false;
     }
-    (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, ref->parent, nullptr, "Unexpected entity reference: %s.",
-                     kzd_name(ref));
-    *err = refused_record(aux);
+    (void)Report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, ref->parent, nullptr, "Unexpected entity reference: %s.",
+                     ElementName(ref));
+    *err = RefusedRecord(aux);
     return true;
 }
 
 /* Settles the default list and the record after a validation of a request. */
-KzdErrNode *finish_request(KzdCheckAux *aux, uint32_t rc)
+KzdErrNode *FinishRequest(KzdCheckAux *aux, uint32_t rc)
 {
-    kzd_cond_cache_free(aux);
+    FreeCondCache(aux);
     if (rc == KZ_OK) {
         KZD_PAS_ClearDefaultNodeList(aux, 1);
         KZ_FreeErrNode(aux->err);
         return nullptr;
     }
     KZD_PAS_ClearDefaultNodeList(aux, 0);
-    return aux->err != nullptr ? aux->err : generic_record(aux);
+    return aux->err != nullptr ? aux->err : GenericRecord(aux);
 }
 
 /* The request checks; a null record means valid. */
-KzdErrNode *validate_request(KzdCheckAux *aux, uint32_t dataKind, void *data)
+KzdErrNode *ValidateRequest(KzdCheckAux *aux, uint32_t dataKind, void *data)
 {
     if (aux->ctx == nullptr || data == nullptr || (dataKind != KZ_DATA_KIND_XMLTREE && dataKind != KZ_DATA_KIND_TEXT)) {
-        return generic_record(aux);
+        return GenericRecord(aux);
     }
     if (dataKind == KZ_DATA_KIND_XMLTREE) {
         auto *top = static_cast<xmlNode *>(data);
         aux->root = top->parent;
         KzdErrNode *refused = nullptr;
-        if (refuse_entity_refs(aux, top, &refused)) {
+        if (RefuseEntityRefs(aux, top, &refused)) {
             return refused;
         }
         KZD_PAS_ClearXmlTreePrivate(top);
-        KzdErrNode *err = finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
+        KzdErrNode *err = FinishRequest(aux, KZD_PAS_ValidateDataTree(aux, top));
         KZD_PAS_ClearXmlTreePrivate(top);
         return err;
     }
-    kz::xml::ParseReport report;
-    DocPtr doc = parse_text(static_cast<const char *>(data), &report);
+    kz::base::ParseReport report;
+    DocPtr doc = ParseText(static_cast<const char *>(data), &report);
     if (report.doctype) {
-        (void)kzd_report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
-        return refused_record(aux);
+        (void)Report(aux, KZ_ERR_TAG_MALFORMED_MESSAGE, nullptr, nullptr, "Unexpected document type declaration.");
+        return RefusedRecord(aux);
     }
     xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
     if (top == nullptr) {
-        return generic_record(aux);
+        return GenericRecord(aux);
     }
     aux->root = reinterpret_cast<xmlNode *>(doc.get());
-    return finish_request(aux, KZD_PAS_ValidateDataTree(aux, top));
+    return FinishRequest(aux, KZD_PAS_ValidateDataTree(aux, top));
 }
 
 } // namespace
@@ -109,7 +112,7 @@ KZ_API void KZD_PAS_InitCheckAux(KzdCheckAux *aux, KzCtx *ctx, uint32_t flags, K
 
 KZ_API void KZD_PAS_ClearXmlTreePrivate(xmlNode *element)
 {
-    kzd_for_each_element(element, [](xmlNode *n) { n->_private = nullptr; });
+    ForEachElement(element, [](xmlNode *n) { n->_private = nullptr; });
 }
 
 KZ_API uint32_t KZD_PAS_ValidateDataTree(KzdCheckAux *aux, xmlNode *top)
@@ -159,7 +162,7 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
      * tree) comes before anything was added, so the generic record is all there is to give. */
     bool finished = false;
     KzdErrNode *err = kz::Guarded(static_cast<KzdErrNode *>(nullptr), [&]() -> KzdErrNode * {
-        KzdErrNode *made = validate_request(&aux, dataKind, data);
+        KzdErrNode *made = ValidateRequest(&aux, dataKind, data);
         finished = true;
         return made;
     });
@@ -168,7 +171,7 @@ KZ_API KzdErrNode *KZ_CTX_ValidateRpcDataTree(KzCtx *ctx, uint32_t dataKind, voi
     }
     KZ_FreeErrNode(aux.err);
     aux.err = nullptr;
-    return generic_record(&aux);
+    return GenericRecord(&aux);
 }
 
 KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNotifResultCb resultCb, void *resultArg)
@@ -177,8 +180,8 @@ KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNot
         if (ctx == nullptr || text == nullptr) {
             return KZ_EINVAL;
         }
-        kz::xml::ParseReport report;
-        DocPtr doc = parse_text(text, &report);
+        kz::base::ParseReport report;
+        DocPtr doc = ParseText(text, &report);
         xmlNode *top = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
         if (top == nullptr) {
             return KZ_EINVAL;
@@ -187,7 +190,7 @@ KZ_API uint32_t KZ_CTX_ValidateNotifDataTree(KzCtx *ctx, const char *text, KzNot
         KZD_PAS_InitCheckAux(&aux, ctx, KZD_CHECK_NOTIF, nullptr, nullptr);
         aux.root = reinterpret_cast<xmlNode *>(doc.get());
         uint32_t rc = KZD_PAS_ValidateDataTree(&aux, top);
-        kzd_cond_cache_free(&aux);
+        FreeCondCache(&aux);
         KZD_PAS_ClearDefaultNodeList(&aux, 0);
         KZ_FreeErrNode(aux.err);
         if (rc != KZ_OK) {

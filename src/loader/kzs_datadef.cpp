@@ -3,18 +3,17 @@
  * the node and pushes inherited flags into the subtree below it. */
 #include <cstring>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_type.h"
 
-using kzs::ElemArg;
-using kzs::Keyword;
-using kzs::ModDict;
+using kz::loader::ElemArg;
+using kz::loader::Keyword;
+using kz::schema::ModDict;
 
 namespace {
 
@@ -111,7 +110,7 @@ uint32_t FailNode(KzMod *mod, KzsNode *node, uint32_t stmt, uint32_t ret)
  * finds the end of whatever the chain already holds. */
 uint32_t AppendTopNode(KzMod *mod, KzsNode *node, KzsTopNodeTails *tails)
 {
-    const int32_t index = kzs_mod_top_chain_index(node->kind);
+    const int32_t index = kz::schema::TopChainIndex(node->kind);
     if (index < 0 || tails->tails[index] == nullptr) {
         uint32_t ret = KZS_MOD_AddTopNodeToSchemaTree(mod, node);
         if (ret == KZ_OK && index >= 0) {
@@ -213,7 +212,7 @@ uint32_t AddFlag(KzMod *mod, xmlNode *elem, void *dest, uint32_t stmt, const cha
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, stmt);
+    const char *value = kz::loader::RequireArg(mod, elem, stmt);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -250,7 +249,7 @@ KZ_API KzsNode *KZS_LOADER_ParseNodeCommon(KzMod *mod, xmlNode *elem, uint32_t k
     if (kind == KZS_NODE_INPUT || kind == KZS_NODE_OUTPUT) {
         name = Keyword(stmt);
     } else {
-        name = kzs::RequireArg(mod, elem, stmt);
+        name = kz::loader::RequireArg(mod, elem, stmt);
         if (name == nullptr) {
             return nullptr;
         }
@@ -304,7 +303,7 @@ KZ_API uint32_t KZS_LOADER_RefreshLeafDefaultValue(KzMod *mod, KzsNode *leaf)
     if (interned == nullptr) {
         return KZ_EINVAL;
     }
-    kzs::ReplaceInterned(ModDict(mod), &info->dflt, interned);
+    kz::loader::ReplaceInterned(ModDict(mod), &info->dflt, interned);
     return KZ_OK;
 }
 
@@ -327,7 +326,7 @@ KZ_API uint32_t KZS_LOADER_RefreshLeafListDefaultValue(KzMod *mod, KzsNode *leaf
         if (interned == nullptr) {
             return KZ_EINVAL;
         }
-        kzs::ReplaceInterned(ModDict(mod), &info->defaults[i], interned);
+        kz::loader::ReplaceInterned(ModDict(mod), &info->defaults[i], interned);
     }
     return KZ_OK;
 }
@@ -593,7 +592,7 @@ KZ_API uint32_t KZS_LOADER_ParseAugmentTargetNode(KzMod *mod, xmlNode *elem, Kzs
     if (interned == nullptr) {
         return KZ_EPARSE;
     }
-    kzs::ReplaceInterned(ModDict(mod), &augment->name, interned);
+    kz::loader::ReplaceInterned(ModDict(mod), &augment->name, interned);
     return KZ_OK;
 }
 
@@ -657,7 +656,7 @@ KZ_API uint32_t KZS_LOADER_ParsePresence(KzMod *mod, xmlNode *elem, uint32_t par
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    if (kzs::RequireArg(mod, elem, KZS_STMT_PRESENCE) == nullptr) {
+    if (kz::loader::RequireArg(mod, elem, KZS_STMT_PRESENCE) == nullptr) {
         return KZ_EINVAL;
     }
     *static_cast<uint32_t *>(dest) |= KZS_NODE_FLAG_PRESENCE;
@@ -670,7 +669,7 @@ KZ_API uint32_t KZS_LOADER_ParseKey(KzMod *mod, xmlNode *elem, uint32_t parentSt
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_KEY);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_KEY);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -685,7 +684,7 @@ KZ_API uint32_t KZS_LOADER_ParseDefault(KzMod *mod, xmlNode *elem, uint32_t pare
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_DEFAULT);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_DEFAULT);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -694,7 +693,7 @@ KZ_API uint32_t KZS_LOADER_ParseDefault(KzMod *mod, xmlNode *elem, uint32_t pare
         KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_VALUE, value, Keyword(KZS_STMT_DEFAULT));
         return KZ_EINVAL;
     }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    kz::loader::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
     return KZ_OK;
 }
 

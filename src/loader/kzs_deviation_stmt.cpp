@@ -14,8 +14,8 @@
 
 namespace {
 
-using kzs::ArrayElem;
-using kzs::OnceElem;
+using kz::loader::ArrayElem;
+using kz::loader::OnceElem;
 
 using DeviateParseFunc = uint32_t (*)(KzMod *, xmlNode *, KzsDeviate *);
 
@@ -154,7 +154,7 @@ KZ_API uint32_t KZS_LOADER_ParseDeviate(KzMod *mod, xmlNode *elem, uint32_t pare
     if (mod == nullptr || elem == nullptr || deviate == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_DEVIATE);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_DEVIATE);
     if (value == nullptr) {
         return KZ_EPARSE;
     }

@@ -6,21 +6,21 @@
 #include "loader/kzs_stmt.h"
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-using kzs::ArrayElem;
-using kzs::OnceElem;
+using kz::loader::ArrayElem;
+using kz::loader::OnceElem;
 
-constexpr uint32_t kNameBuf = 65; /* identifier parts of at most 64 characters */
 
 /* Interns the element's argument into *slot; records the missing-value message. */
 uint32_t InternArgument(KzMod *mod, xmlNode *elem, uint32_t stmt, const char **slot)
 {
-    const char *value = kzs::RequireArg(mod, elem, stmt);
+    const char *value = kz::loader::RequireArg(mod, elem, stmt);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -41,7 +41,7 @@ uint32_t ParseNamedDefinition(KzMod *mod, xmlNode *elem, uint32_t stmt, Record *
     }
     ret = KZS_LOADER_ParseSubStatements(mod, elem, stmt, elems, N);
     if (ret != KZ_OK) {
-        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_VALUE, rec->name, kzs::Keyword(stmt));
+        KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_VALUE, rec->name, kz::loader::Keyword(stmt));
         clear(&mod->ctx->dict, rec);
     }
     return ret;
@@ -69,7 +69,7 @@ KZ_API uint32_t KZS_LOADER_ParseArgument(KzMod *mod, xmlNode *elem, uint32_t par
     if (mod == nullptr || elem == nullptr || ext == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_ARGUMENT);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_ARGUMENT);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -100,7 +100,7 @@ KZ_API uint32_t KZS_LOADER_ParseYinElement(KzMod *mod, xmlNode *elem, uint32_t p
     if (mod == nullptr || elem == nullptr || yinElement == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_YIN_ELEMENT);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_YIN_ELEMENT);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -155,13 +155,13 @@ KZ_API uint32_t KZS_LOADER_ParseIdentBase(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || base == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_BASE);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_BASE);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    char prefix[kNameBuf];
-    char name[kNameBuf];
-    if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, kNameBuf, name, kNameBuf) != KZ_OK) {
+    char prefix[kz::kNameBufSize];
+    char name[kz::kNameBufSize];
+    if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, kz::kNameBufSize, name, kz::kNameBufSize) != KZ_OK) {
         KZ_CTX_AddModError(mod->ctx, mod->name, KZS_MSG_PARSE_XPATH, value);
         return KZ_EINVAL;
     }

@@ -14,12 +14,12 @@
 #include <unordered_set>
 #include <vector>
 
-#include "loader/kzs_cond.h"
+#include "loader/kzs_augment_inherit.h"
 #include "loader/kzs_grouping_ident.h"
 #include "loader/kzs_loader.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
+#include "base/kz_kit.h"
 
 namespace kz::loader {
 namespace {

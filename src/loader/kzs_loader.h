@@ -10,6 +10,7 @@
 #include "korla.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
+#include "base/kz_kit.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -18,7 +19,6 @@ extern "C" {
 #define KZS_LOADER_PATH_MAX 256u     /* bytes of a candidate path, NUL included */
 #define KZS_LOADER_SUFFIX_MAX 10u    /* bytes of a merge-source suffix, NUL included */
 #define KZS_LOADER_MAX_FILES 10u     /* files read in one load */
-#define KZS_LOADER_PEND_NAME_MAX 65u /* bytes of a pending module or feature name */
 
 /* One candidate file of a module. */
 typedef struct PathObj {
@@ -54,7 +54,7 @@ typedef struct LoadAssister LoadAssister;
 typedef struct ModFeatPend {
     struct ModFeatPend *next;
     struct ModFeatPend *prev;
-    char featureName[KZS_LOADER_PEND_NAME_MAX];
+    char featureName[kz::kNameBufSize];
 } ModFeatPend;
 
 /* One module waiting to be loaded. */
@@ -62,7 +62,7 @@ typedef struct ModPendNode {
     struct ModPendNode *next;
     struct ModPendNode *prev;
     ModFeatPend *feats; /* circular list, first entry or null */
-    char moduleName[KZS_LOADER_PEND_NAME_MAX];
+    char moduleName[kz::kNameBufSize];
 } ModPendNode;
 
 /* Circular doubly linked list of pending modules, appended at the tail. */
@@ -147,10 +147,10 @@ KZ_API uint32_t KZS_LOADER_ParseDeviateReplace(KzMod *mod, xmlNode *elem, KzsDev
 #include <string>
 #include <vector>
 
-namespace kzs {
+namespace kz::loader {
 /* The context's search directories, in order. */
 std::vector<std::string> SearchDirList(const KzCtx *ctx);
-} /* namespace kzs */
+} /* namespace kz::loader */
 #endif
 
 #endif /* KZS_LOADER_H */

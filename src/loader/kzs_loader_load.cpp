@@ -14,11 +14,13 @@
 #include "loader/kzs_stmt.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
+#include "base/kz_safe.h"
 #include "base/kz_xml.h"
 #include "types/kzt_type.h"
 #include "yang/kz_yang_read.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -32,12 +34,6 @@ constexpr const char *kMsgCoupleDeviation = "Failed to couple deviation statemen
 constexpr const char *kMsgLoadModule = "Failed to load module \"%s\".";
 constexpr const char *kMsgHeaderMissing = "Module \"%s\" has no %s.";
 
-struct FileCloser {
-    void operator()(FILE *f) const { std::fclose(f); }
-};
-struct MemFreer {
-    void operator()(void *p) const { KZ_MemFree(p); }
-};
 
 /* The context's record of imported module files, made on first use. */
 kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
@@ -53,13 +49,13 @@ kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
  * rather than the parser's global defaults: nothing shared is changed, the parser's
  * complaints land in report instead of stderr, and element names come from the parser
  * dictionary instead of a copy per node. */
-xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::xml::ParseReport *report)
+xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::base::ParseReport *report)
 {
-    return kz::xml::ParseMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
+    return kz::base::ParseXmlMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
 }
 
 /* Reads a whole module file, its size checked before anything is allocated for it. */
-xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
+xmlDoc *ReadFileAsDoc(FILE *file, kz::base::ParseReport *report)
 {
     if (file == nullptr || std::fseek(file, 0, SEEK_END) != 0) {
         return nullptr;
@@ -69,11 +65,11 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
         return nullptr;
     }
     if (static_cast<unsigned long>(size) > KZ_CTX_MODULE_FILE_MAX) {
-        (void)kz_snprintf_s(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
+        (void)kz::base::SnprintfS(report->message, sizeof report->message, "The file of %ld bytes exceeds the limit of %u.",
                             size, KZ_CTX_MODULE_FILE_MAX);
         return nullptr;
     }
-    std::unique_ptr<char, MemFreer> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
+    kz::MemPtr<char> buf(static_cast<char *>(KZ_MemMalloc(static_cast<size_t>(size) + 1)));
     if (buf == nullptr) {
         return nullptr;
     }
@@ -82,9 +78,9 @@ xmlDoc *ReadFileAsDoc(FILE *file, kz::xml::ParseReport *report)
     return ParseXmlBuffer(buf.get(), got, report);
 }
 
-xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
+xmlDoc *ReadYinFile(const char *path, kz::base::ParseReport *report)
 {
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path, "rb"));
+    kz::FilePtr file(std::fopen(path, "rb"));
     if (file == nullptr) {
         return nullptr;
     }
@@ -93,7 +89,7 @@ xmlDoc *ReadYinFile(const char *path, kz::xml::ParseReport *report)
 }
 
 /* The read failure, followed by what the parser (or the size check) said about it. */
-void RecordReadFailure(KzCtx *ctx, const char *name, const kz::xml::ParseReport &report)
+void RecordReadFailure(KzCtx *ctx, const char *name, const kz::base::ParseReport &report)
 {
     if (report.message[0] == '\0') {
         KZ_CTX_AddModError(ctx, name, "%s", kMsgReadContent);
@@ -183,7 +179,7 @@ KZ_API uint32_t KZS_LOADER_CheckParsedModNameMatched(const char *nameAttr, const
 
 KZ_API xmlDoc *KZS_LOADER_ReadFileContentAsDoc(FILE *file)
 {
-    kz::xml::ParseReport report;
+    kz::base::ParseReport report;
     return ReadFileAsDoc(file, &report);
 }
 
@@ -192,7 +188,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYinFileToXmlDoc(const char *path)
     if (path == nullptr) {
         return nullptr;
     }
-    kz::xml::ParseReport report;
+    kz::base::ParseReport report;
     return ReadYinFile(path, &report);
 }
 
@@ -204,7 +200,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadYangTextToXmlDoc(KzCtx *ctx, const char *text, siz
     }
     try {
         std::string error;
-        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kzs::SearchDirList(ctx), &error,
+        xmlDoc *doc = kz::yang::ReadYang(text, length, fileName, kz::loader::SearchDirList(ctx), &error,
                                                 kz::schema::DirCacheOf(ctx), ImportFactsOf(ctx));
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             KZ_CTX_AddModError(ctx, moduleName, "%s", error.c_str());
@@ -222,7 +218,7 @@ KZ_API xmlDoc *KZS_LOADER_ReadModuleFileToXmlDoc(KzCtx *ctx, const char *path, c
     reported = reported != nullptr ? reported : &unused;
     *reported = 0;
     if (!kz::loader::IsYangPath(path)) {
-        kz::xml::ParseReport report;
+        kz::base::ParseReport report;
         xmlDoc *doc = path != nullptr ? ReadYinFile(path, &report) : nullptr;
         if (doc == nullptr && moduleName != nullptr && moduleName[0] != '\0') {
             RecordReadFailure(ctx, moduleName, report);
@@ -253,11 +249,10 @@ KZ_API KzMod *KZS_LOADER_ParseYinDocToNyMod(KzCtx *ctx, xmlNode *root, LoadAssis
     if (KZS_LOADER_CheckParsedModNameMatched(nameAttr, assister) != KZ_OK) {
         return nullptr;
     }
-    auto *mod = static_cast<KzMod *>(KZ_MemMalloc(sizeof(KzMod)));
+    auto *mod = kz::ZeroAlloc<KzMod>();
     if (mod == nullptr) {
         return nullptr;
     }
-    std::memset(mod, 0, sizeof(*mod));
     mod->ctx = ctx;
     mod->name = KZ_DICT_Insert(&ctx->dict, nameAttr);
     if (mod->name == nullptr) {
@@ -492,7 +487,7 @@ KZ_API uint32_t KZ_CTX_LoadMemory(KzCtx *ctx, const char *yinText)
         if (ctx == nullptr || yinText == nullptr) {
             return KZ_EINVAL;
         }
-        kz::xml::ParseReport report;
+        kz::base::ParseReport report;
         kz::XmlDocPtr doc(ParseXmlBuffer(yinText, std::strlen(yinText), &report));
         if (doc != nullptr && !kz::loader::ExpandGroupingsForLoad(ctx, doc.get(), false, ModuleNameOf(doc.get()))) {
             return KZ_ERR;

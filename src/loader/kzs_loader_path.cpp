@@ -13,9 +13,9 @@
 
 #include "loader/kzs_loader.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
 #include "yang/kz_yang_read.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 /* The longest candidate: dir/name@@suffix.yin with a 9-character suffix. */
 static_assert(KZ_CTX_SEARCH_DIR_MAX + 1 + KZ_CTX_MODULE_NAME_MAX + 2 + (KZS_LOADER_SUFFIX_MAX - 1) + 4 <
@@ -183,11 +183,10 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
     struct CollFreer {
         void operator()(PathCollection *c) const { KZS_LOADER_DestroyPathCollection(c); }
     };
-    std::unique_ptr<PathCollection, CollFreer> coll(static_cast<PathCollection *>(KZ_MemMalloc(sizeof(PathCollection))));
+    std::unique_ptr<PathCollection, CollFreer> coll(kz::ZeroAlloc<PathCollection>());
     if (coll == nullptr) {
         return nullptr;
     }
-    std::memset(coll.get(), 0, sizeof(PathCollection));
     coll->maxToProcess = 1;
     return kz::Guarded(static_cast<PathCollection *>(nullptr), [&]() -> PathCollection * {
         for (uint32_t i = 0; i < ctx->searchDirCount; i++) {
@@ -202,7 +201,7 @@ KZ_API PathCollection *KZS_LOADER_CollectFilePathMatchedInAllDir(KzCtx *ctx, con
         }
         if (coll->count == 0) {
             /* No YIN file: the module's YANG text, searched the same way. */
-            const std::string yang = kz::yang::FindYangFile(kzs::SearchDirList(ctx), name, kz::schema::DirCacheOf(ctx));
+            const std::string yang = kz::yang::FindYangFile(kz::loader::SearchDirList(ctx), name, kz::schema::DirCacheOf(ctx));
             if (!yang.empty()) {
                 (void)KZS_LOADER_AppendOnePathObj(coll.get(), yang.c_str());
             }
@@ -367,7 +366,7 @@ KZ_API void KZS_LOADER_ClearLoadAssister(LoadAssister *assister)
 
 } /* extern "C" */
 
-namespace kzs {
+namespace kz::loader {
 
 std::vector<std::string> SearchDirList(const KzCtx *ctx)
 {
@@ -380,4 +379,4 @@ std::vector<std::string> SearchDirList(const KzCtx *ctx)
     return dirs;
 }
 
-} /* namespace kzs */
+} /* namespace kz::loader */

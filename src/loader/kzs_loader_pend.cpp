@@ -3,14 +3,14 @@
 #include <cstring>
 
 #include "loader/kzs_loader.h"
-#include "base/kz_mem.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-bool CopyPendName(char (&dst)[KZS_LOADER_PEND_NAME_MAX], const char *name)
+bool CopyPendName(char (&dst)[kz::kNameBufSize], const char *name)
 {
     const size_t len = std::strlen(name);
-    if (len >= KZS_LOADER_PEND_NAME_MAX) {
+    if (len >= kz::kNameBufSize) {
         return false;
     }
     std::memcpy(dst, name, len + 1);
@@ -20,13 +20,12 @@ bool CopyPendName(char (&dst)[KZS_LOADER_PEND_NAME_MAX], const char *name)
 /* A zeroed record holding a copy of name in its nameField, or null when the
  * allocation fails or the name does not fit. */
 template <typename T>
-T *NewNamed(char (T::*nameField)[KZS_LOADER_PEND_NAME_MAX], const char *name)
+T *NewNamed(char (T::*nameField)[kz::kNameBufSize], const char *name)
 {
-    auto *rec = static_cast<T *>(KZ_MemMalloc(sizeof(T)));
+    auto *rec = kz::ZeroAlloc<T>();
     if (rec == nullptr) {
         return nullptr;
     }
-    std::memset(rec, 0, sizeof(*rec));
     if (!CopyPendName(rec->*nameField, name)) {
         KZ_MemFree(rec);
         return nullptr;
@@ -126,7 +125,7 @@ KZ_API uint32_t KZS_LOADER_AddModFeatPend(ModPendNode *pendNode, const char *fea
     if (pendNode == nullptr || featureName == nullptr) {
         return KZ_EINVAL;
     }
-    if (std::strlen(featureName) >= KZS_LOADER_PEND_NAME_MAX) {
+    if (std::strlen(featureName) >= kz::kNameBufSize) {
         return KZ_EINVAL;
     }
     ModFeatPend *feat = NewNamed(&ModFeatPend::featureName, featureName);

@@ -7,14 +7,14 @@
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "base/kz_xml.h"
 
-using kzs::ArrayElem;
-using kzs::ElemArg;
-using kzs::ElemMark;
-using kzs::Keyword;
-using kzs::ModDict;
+using kz::loader::ArrayElem;
+using kz::loader::ElemArg;
+using kz::loader::ElemMark;
+using kz::loader::Keyword;
+using kz::schema::ModDict;
 
 namespace {
 
@@ -198,7 +198,7 @@ KZ_API uint32_t KZS_LOADER_ParseYangVersion(KzMod *mod, xmlNode *elem, uint32_t 
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_YANG_VERSION);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_YANG_VERSION);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -221,11 +221,11 @@ KZ_API uint32_t KZS_LOADER_ParseNamespace(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_NAMESPACE);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_NAMESPACE);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    return kzs::InternInto(mod, value, dest, KZ_ENOMEM);
+    return kz::loader::InternInto(mod, value, dest, KZ_ENOMEM);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseModuleHeadStmts(KzMod *mod, xmlNode *moduleElem)
@@ -310,7 +310,7 @@ KZ_API uint32_t KZS_LOADER_ParseRevision(KzMod *mod, xmlNode *elem, uint32_t par
     if (*revision != nullptr) {
         return KZ_OK; /* only the first revision counts */
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_REVISION);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_REVISION);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -339,7 +339,7 @@ KZ_API uint32_t KZS_LOADER_ParseImport(KzMod *mod, xmlNode *importElem)
     if (mod == nullptr || importElem == nullptr) {
         return KZ_EINVAL;
     }
-    const char *name = kzs::RequireArg(mod, importElem, KZS_STMT_IMPORT);
+    const char *name = kz::loader::RequireArg(mod, importElem, KZS_STMT_IMPORT);
     if (name == nullptr) {
         return KZ_EINVAL;
     }
@@ -368,7 +368,7 @@ KZ_API uint32_t KZS_LOADER_ParseInclude(KzMod *mod, xmlNode *includeElem, LoadAs
     if (mod == nullptr || includeElem == nullptr) {
         return KZ_EINVAL;
     }
-    const char *name = kzs::RequireArg(mod, includeElem, KZS_STMT_INCLUDE);
+    const char *name = kz::loader::RequireArg(mod, includeElem, KZS_STMT_INCLUDE);
     if (name == nullptr) {
         return KZ_EINVAL;
     }
@@ -429,7 +429,7 @@ KZ_API uint32_t KZS_LOADER_CounterBodyStmt(KzMod *mod, xmlNode *elem, uint16_t c
             continue;
         }
         if (index == kExtInst && KZS_LOADER_IsExtInstNeedParse(mod, child) == 0) {
-            kzs::ClearElemMark(child); /* never parsed */
+            kz::loader::ClearElemMark(child); /* never parsed */
             continue;
         }
         if (counts[index] == UINT16_MAX) {
@@ -496,7 +496,7 @@ KZ_API uint32_t KZS_LOADER_CounterAndExpandBodyStmtArray(KzMod *mod, xmlNode *el
         /* The deviation array could not grow: its statements are passed over. */
         for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
             if (child->type == XML_ELEMENT_NODE && ElemMark(child) == KZS_STMT_DEVIATION) {
-                kzs::ClearElemMark(child);
+                kz::loader::ClearElemMark(child);
             }
         }
     }

@@ -5,14 +5,14 @@
 
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_node.h"
 
-using kzs::ElemArg;
-using kzs::ElemMark;
-using kzs::Keyword;
-using kzs::ModDict;
+using kz::loader::ElemArg;
+using kz::loader::ElemMark;
+using kz::loader::Keyword;
+using kz::schema::ModDict;
 
 namespace {
 
@@ -67,7 +67,7 @@ KZ_API void KZS_LOADER_MarkSubNode(xmlNode *node)
     }
     for (xmlNode *child = node->children; child != nullptr; child = child->next) {
         if (child->type == XML_ELEMENT_NODE) {
-            kzs::OrElemMark(child, KZS_LOADER_GetXmlNodeYangStmt(child));
+            kz::loader::OrElemMark(child, KZS_LOADER_GetXmlNodeYangStmt(child));
         }
     }
 }
@@ -90,7 +90,7 @@ KZ_API uint32_t KZS_LOADER_MarkSubNodeAndCountArraySize(KzMod *mod, xmlNode *nod
         if (stmt == KZS_STMT_EXTENSION_INSTANCE && KZS_LOADER_IsExtInstNeedParse(mod, child) == 0) {
             continue;
         }
-        kzs::OrElemMark(child, stmt);
+        kz::loader::OrElemMark(child, stmt);
         if ((elem->flags & KZS_SUB_FLAG_ARRAY) != 0 && elem->count != nullptr) {
             if (*elem->count == UINT16_MAX) {
                 return KZ_EINVAL; /* more occurrences than an array can count */
@@ -217,7 +217,7 @@ KZ_API uint32_t KZS_LOADER_ParseText(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (text == nullptr) {
         return KZ_OK;
     }
-    return kzs::InternInto(mod, text, dest, KZ_EINVAL);
+    return kz::loader::InternInto(mod, text, dest, KZ_EINVAL);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseValue(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -251,11 +251,11 @@ KZ_API uint32_t KZS_LOADER_ParsePrefix(KzMod *mod, xmlNode *elem, uint32_t paren
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_PREFIX);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_PREFIX);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    return kzs::InternInto(mod, value, dest, KZ_EINVAL);
+    return kz::loader::InternInto(mod, value, dest, KZ_EINVAL);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseStatus(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -264,7 +264,7 @@ KZ_API uint32_t KZS_LOADER_ParseStatus(KzMod *mod, xmlNode *elem, uint32_t paren
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_STATUS);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_STATUS);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -297,7 +297,7 @@ KZ_API uint32_t KZS_LOADER_ParseUnits(KzMod *mod, xmlNode *elem, uint32_t parent
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    return kzs::InternInto(mod, value, dest, KZ_ENOMEM);
+    return kz::loader::InternInto(mod, value, dest, KZ_ENOMEM);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseErrorMessage(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -316,11 +316,11 @@ KZ_API uint32_t KZS_LOADER_ParseErrorAppTag(KzMod *mod, xmlNode *elem, uint32_t 
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_ERROR_APP_TAG);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_ERROR_APP_TAG);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    return kzs::InternInto(mod, value, dest, KZ_EINVAL);
+    return kz::loader::InternInto(mod, value, dest, KZ_EINVAL);
 }
 
 } /* extern "C" */

@@ -12,6 +12,7 @@
 #include "schema/kzs_diag.h"
 #include "base/kz_dict.h"
 #include "base/kz_xml.h"
+#include "schema/kzs_internal.h"
 #include "schema/kzs_mod.h"
 
 /* Message texts recorded against the module being loaded. */
@@ -31,7 +32,7 @@
 /* Records an error against the module being built. */
 #define KZS_LOADER_MOD_ERR(mod, ...) KZ_CTX_AddModError((mod)->ctx, (mod)->name, __VA_ARGS__)
 
-namespace kzs {
+namespace kz::loader {
 
 inline uint32_t ElemMark(const xmlNode *node)
 {
@@ -52,11 +53,6 @@ inline void ClearElemMark(xmlNode *node)
 inline const char *Keyword(uint32_t stmt)
 {
     return KZS_LOADER_GetKeywordByStmt(stmt);
-}
-
-inline KzDict *ModDict(KzMod *mod)
-{
-    return &mod->ctx->dict;
 }
 
 inline const char *ElemArg(const xmlNode *elem)
@@ -101,14 +97,14 @@ inline const char *RequireArg(KzMod *mod, const xmlNode *elem, uint32_t stmt)
  * Parsers differ in how they report a failed insert, hence `failCode`. */
 inline uint32_t InternInto(KzMod *mod, const char *value, void *dest, uint32_t failCode)
 {
-    const char *interned = KZ_DICT_Insert(ModDict(mod), value);
+    const char *interned = KZ_DICT_Insert(kz::schema::ModDict(mod), value);
     if (interned == nullptr) {
         return failCode;
     }
-    ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    ReplaceInterned(kz::schema::ModDict(mod), static_cast<const char **>(dest), interned);
     return KZ_OK;
 }
 
-} /* namespace kzs */
+} /* namespace kz::loader */
 
 #endif /* KZS_STMT_UTIL_H */

@@ -7,11 +7,11 @@
 #include "loader/kzs_stmt.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -19,7 +19,6 @@ constexpr const char *kMsgNoValue = "Failed to get value of statement \"%s\".";
 constexpr const char *kMsgBadValue = "Failed to parse value \"%s\" of statement \"%s\".";
 
 // Names of a prefix or typedef are bounded like every other identifier step.
-constexpr uint32_t kNameBufSize = 65;
 
 // Nested union members parse recursively; a type nested deeper than this
 // inside other "type" elements is refused so that copy, destroy and binding

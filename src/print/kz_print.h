@@ -68,8 +68,12 @@ KZ_API uint32_t KZS_NODE_PrintType(KzsNode *node, KzsPrintPara *para);
 }
 
 /* Internal helpers shared by the printer's files. */
-uint32_t kz_print_append(KzsPrintPara *para, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
-const char *kz_print_status_mark(const KzsNode *node);
+namespace kz::print {
+/* Appends formatted text to the print buffer; 22 when it does not fit. */
+uint32_t Append(KzsPrintPara *para, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+/* "x" for deprecated, "o" for obsolete, "+" otherwise. */
+const char *StatusMark(const KzsNode *node);
+} /* namespace kz::print */
 #endif
 
 #endif /* KZ_PRINT_H */

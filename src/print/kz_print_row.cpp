@@ -15,10 +15,20 @@ constexpr const char *kBaseTypeNames[] = {
     "leafref", "string", "uint8", "uint16", "uint32", "uint64", "union",
 };
 
+uint32_t NameLen(const KzsNode *node, const KzMod *printed)
+{
+    uint32_t len = static_cast<uint32_t>(strlen(node->name != nullptr ? node->name : ""));
+    if (node->module != printed && node->module != nullptr && node->module->name != nullptr) {
+        len += static_cast<uint32_t>(strlen(node->module->name)) + 1;
+    }
+    return len;
+}
+
 } // namespace
 
-/* "x" for deprecated, "o" for obsolete, "+" otherwise. */
-const char *kz_print_status_mark(const KzsNode *node)
+using namespace kz::print;
+
+const char *kz::print::StatusMark(const KzsNode *node)
 {
     if (node->flags & KZS_NODE_FLAG_DEPRECATED) {
         return "x";
@@ -29,9 +39,7 @@ const char *kz_print_status_mark(const KzsNode *node)
     return "+";
 }
 
-
-/* Appends formatted text to the print buffer; 22 when it does not fit. */
-uint32_t kz_print_append(KzsPrintPara *para, const char *fmt, ...)
+uint32_t kz::print::Append(KzsPrintPara *para, const char *fmt, ...)
 {
     if (para == nullptr || para->buffer == nullptr || para->used >= para->bufSize) {
         return KZ_EINVAL;
@@ -69,7 +77,7 @@ KZ_API uint32_t KZS_NODE_PrintRetract(KzsPrintPara *para)
 {
     for (uint32_t col = 1; col + 1 <= para->level; ++col) {
         bool bar = col < 32 && (para->retract & (1u << col)) != 0;
-        if (kz_print_append(para, "%s", bar ? "|  " : "   ") != KZ_OK) {
+        if (Append(para, "%s", bar ? "|  " : "   ") != KZ_OK) {
             return KZ_EINVAL;
         }
     }
@@ -80,21 +88,12 @@ KZ_API uint32_t KZS_NODE_PrintRWOnly(KzsNode *node, KzsPrintPara *para)
 {
     switch (para->rwMode) {
     case KZS_PRINT_RW_READ:
-        return kz_print_append(para, "ro ");
+        return Append(para, "ro ");
     case KZS_PRINT_RW_WRITE:
-        return kz_print_append(para, "-w ");
+        return Append(para, "-w ");
     default:
-        return kz_print_append(para, "%s ", (node->flags & KZS_NODE_FLAG_CONFIG_FALSE) ? "ro" : "rw");
+        return Append(para, "%s ", (node->flags & KZS_NODE_FLAG_CONFIG_FALSE) ? "ro" : "rw");
     }
-}
-
-static uint32_t kz_print_name_len(const KzsNode *node, const KzMod *printed)
-{
-    uint32_t len = static_cast<uint32_t>(strlen(node->name != nullptr ? node->name : ""));
-    if (node->module != printed && node->module != nullptr && node->module->name != nullptr) {
-        len += static_cast<uint32_t>(strlen(node->module->name)) + 1;
-    }
-    return len;
 }
 
 KZ_API uint32_t KZS_NODE_PrintNodeName(KzsNode *node, KzsPrintPara *para, uint32_t *lenOut)
@@ -102,12 +101,12 @@ KZ_API uint32_t KZS_NODE_PrintNodeName(KzsNode *node, KzsPrintPara *para, uint32
     const char *name = node->name != nullptr ? node->name : "";
     uint32_t rc;
     if (node->module != para->module && node->module != nullptr && node->module->name != nullptr) {
-        rc = kz_print_append(para, "%s:%s", node->module->name, name);
+        rc = Append(para, "%s:%s", node->module->name, name);
     } else {
-        rc = kz_print_append(para, "%s", name);
+        rc = Append(para, "%s", name);
     }
     if (rc == KZ_OK && lenOut != nullptr) {
-        *lenOut = kz_print_name_len(node, para->module);
+        *lenOut = NameLen(node, para->module);
     }
     return rc;
 }
@@ -117,7 +116,7 @@ KZ_API uint32_t KZS_NODE_PrintNodeNameAlignSpace(KzsPrintPara *para, uint32_t na
     if (nameLen > para->maxLen) {
         return KZ_EINVAL;
     }
-    return kz_print_append(para, "%*s", static_cast<int>(para->maxLen - nameLen + 3), "   ");
+    return Append(para, "%*s", static_cast<int>(para->maxLen - nameLen + 3), "   ");
 }
 
 /* Longest printed name among the data-node siblings from first up to and including last
@@ -127,7 +126,7 @@ KZ_API uint32_t KZS_NODE_PrintGetMaxLen(KzsNode *first, KzsNode *last, const KzM
     uint32_t maxLen = 0;
     for (KzsNode *n = first; n != nullptr; n = n->next) {
         if (n->kind >= KZS_NODE_CONTAINER && n->kind <= KZS_NODE_ANYXML) {
-            uint32_t len = kz_print_name_len(n, printed);
+            uint32_t len = NameLen(n, printed);
             if (len > maxLen) {
                 maxLen = len;
             }
@@ -143,7 +142,7 @@ KZ_API uint32_t KZS_NODE_PrintType(KzsNode *node, KzsPrintPara *para)
 {
     const KztRealType *rt = static_cast<const KztRealType *>(node->schemaInfo);
     if (rt == nullptr || rt->baseType >= KZT_BASE_INVALID) {
-        return kz_print_append(para, "x");
+        return Append(para, "x");
     }
     if (rt->baseType == KZT_BASE_DERIVED) {
         const KztConsDataDerived *der = nullptr;
@@ -152,14 +151,14 @@ KZ_API uint32_t KZS_NODE_PrintType(KzsNode *node, KzsPrintPara *para)
             der = static_cast<const KztConsDataDerived *>(rt->constraints[0].consData);
         }
         if (der == nullptr || der->tdefName == nullptr) {
-            return kz_print_append(para, "x");
+            return Append(para, "x");
         }
         const char *printedName = para->module != nullptr ? para->module->name : nullptr;
         if (der->modName != nullptr && der->modName != printedName &&
             (printedName == nullptr || strcmp(der->modName, printedName) != 0)) {
-            return kz_print_append(para, "%s:%s", der->modName, der->tdefName);
+            return Append(para, "%s:%s", der->modName, der->tdefName);
         }
-        return kz_print_append(para, "%s", der->tdefName);
+        return Append(para, "%s", der->tdefName);
     }
     if (rt->baseType == KZT_BASE_LEAFREF) {
         const char *path = nullptr;
@@ -170,9 +169,9 @@ KZ_API uint32_t KZS_NODE_PrintType(KzsNode *node, KzsPrintPara *para)
                 break;
             }
         }
-        return kz_print_append(para, "-> %s", path != nullptr ? path : "");
+        return Append(para, "-> %s", path != nullptr ? path : "");
     }
-    return kz_print_append(para, "%s", kBaseTypeNames[rt->baseType]);
+    return Append(para, "%s", kBaseTypeNames[rt->baseType]);
 }
 
 KZ_API uint32_t KZS_NODE_PrintCheckNextCase(KzsNode *node)

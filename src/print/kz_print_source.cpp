@@ -7,6 +7,7 @@
 #include "base/kz_guard.h"
 #include "base/kz_xml.h"
 #include "yang/kz_yang_write.h"
+#include "base/kz_kit.h"
 
 namespace {
 

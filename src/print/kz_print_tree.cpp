@@ -3,22 +3,24 @@
 
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
+
+using namespace kz::print;
 
 namespace {
 
 /* Status mark, connector and access column shared by most rows. */
-uint32_t print_row_start(KzsNode *node, KzsPrintPara *para)
+uint32_t PrintRowStart(KzsNode *node, KzsPrintPara *para)
 {
     if (KZS_NODE_PrintRetract(para) != KZ_OK ||
-        kz_print_append(para, "%s--", kz_print_status_mark(node)) != KZ_OK) {
+        Append(para, "%s--", StatusMark(node)) != KZ_OK) {
         return KZ_EINVAL;
     }
     return KZS_NODE_PrintRWOnly(node, para);
 }
 
-bool is_last_of_range(const KzsNode *node, const KzsNode *last)
+bool IsLastOfRange(const KzsNode *node, const KzsNode *last)
 {
     return node == last || node->next == nullptr;
 }
@@ -26,7 +28,7 @@ bool is_last_of_range(const KzsNode *node, const KzsNode *last)
 /* Prints the children of node one level deeper, each through printOne(child, its
  * parameters). rwMode is the access mode the children inherit. */
 template <typename PrintOne>
-uint32_t print_each_child(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, PrintOne printOne)
+uint32_t PrintEachChild(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, PrintOne printOne)
 {
     if ((para->flags & KZS_PRINT_FLAG_SELF_ONLY) != 0 || node->firstChild == nullptr) {
         return KZ_OK;
@@ -60,15 +62,15 @@ uint32_t print_each_child(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, Pr
 
 /* Prints the children of node one level deeper; onlyInout keeps only the input
  * and output of an rpc or action. */
-uint32_t print_children(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool onlyInout)
+uint32_t PrintChildren(KzsNode *node, KzsPrintPara *para, uint32_t rwMode, bool onlyInout)
 {
-    return print_each_child(node, para, rwMode, [onlyInout](KzsNode *c, KzsPrintPara *each) {
+    return PrintEachChild(node, para, rwMode, [onlyInout](KzsNode *c, KzsPrintPara *each) {
         bool inout = c->kind == KZS_NODE_INPUT || c->kind == KZS_NODE_OUTPUT;
         return (!onlyInout || inout) ? KZS_NODE_PrintSubTree(c, each) : KZ_OK;
     });
 }
 
-uint32_t flush_if_full(KzsPrintPara *para)
+uint32_t FlushIfFull(KzsPrintPara *para)
 {
     if (para->used < KZS_PRINT_FLUSH_AT) {
         return KZ_OK;
@@ -82,7 +84,7 @@ uint32_t flush_if_full(KzsPrintPara *para)
 }
 
 /* Prints the nodes first..last (inclusive) of one sibling chain at para's level. */
-uint32_t print_range(KzsNode *first, KzsNode *last, KzsPrintPara *para)
+uint32_t PrintRange(KzsNode *first, KzsNode *last, KzsPrintPara *para)
 {
     for (KzsNode *n = first; n != nullptr; n = n->next) {
         KzsPrintPara each = *para;
@@ -92,7 +94,7 @@ uint32_t print_range(KzsNode *first, KzsNode *last, KzsPrintPara *para)
         if (rc != KZ_OK) {
             return rc;
         }
-        if (is_last_of_range(n, last)) {
+        if (IsLastOfRange(n, last)) {
             break;
         }
     }
@@ -101,13 +103,12 @@ uint32_t print_range(KzsNode *first, KzsNode *last, KzsPrintPara *para)
 
 /* Runs a whole print with a freshly allocated buffer and hands the text to the callback. */
 template <typename Body>
-uint32_t run_print(const KzMod *module, KzPrintOutputCb output, void *arg, Body body)
+uint32_t RunPrint(const KzMod *module, KzPrintOutputCb output, void *arg, Body body)
 {
-    char *buffer = static_cast<char *>(KZ_MemMalloc(KZS_PRINT_BUF_SIZE));
+    char *buffer = kz::ZeroAlloc<char>(KZS_PRINT_BUF_SIZE);
     if (buffer == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(buffer, 0, KZS_PRINT_BUF_SIZE);
     KzsPrintPara para{};
     para.bufSize = KZS_PRINT_BUF_SIZE;
     para.buffer = buffer;
@@ -125,7 +126,7 @@ uint32_t run_print(const KzMod *module, KzPrintOutputCb output, void *arg, Body 
 /* Real cases print themselves; any other enabled child of a choice is a
  * shorthand case: a case row with its own name, then the child itself one
  * level deeper. */
-uint32_t print_choice_member(KzsNode *c, KzsPrintPara *each)
+uint32_t PrintChoiceMember(KzsNode *c, KzsPrintPara *each)
 {
     if (c->kind == KZS_NODE_CASE) {
         return KZS_NODE_PrintSubTree(c, each);
@@ -133,12 +134,12 @@ uint32_t print_choice_member(KzsNode *c, KzsPrintPara *each)
     if (KZ_NODE_IsEnabled(c) == 0) {
         return KZ_OK;
     }
-    uint32_t rc = flush_if_full(each);
+    uint32_t rc = FlushIfFull(each);
     if (rc != KZ_OK) {
         return rc;
     }
     if (KZS_NODE_PrintRetract(each) != KZ_OK ||
-        kz_print_append(each, "%s--:(%s)\n", kz_print_status_mark(c), c->name) != KZ_OK) {
+        Append(each, "%s--:(%s)\n", StatusMark(c), c->name) != KZ_OK) {
         return KZ_EINVAL;
     }
     KzsPrintPara inner = *each;
@@ -158,49 +159,49 @@ extern "C" {
 
 KZ_API uint32_t KZS_NODE_PrintContainer(KzsNode *node, KzsPrintPara *para)
 {
-    if (print_row_start(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, nullptr) != KZ_OK ||
-        kz_print_append(para, "%s\n", (node->flags & KZS_NODE_FLAG_PRESENCE) ? "!" : "") != KZ_OK) {
+    if (PrintRowStart(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, nullptr) != KZ_OK ||
+        Append(para, "%s\n", (node->flags & KZS_NODE_FLAG_PRESENCE) ? "!" : "") != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, para->rwMode, false);
+    return PrintChildren(node, para, para->rwMode, false);
 }
 
 KZ_API uint32_t KZS_NODE_PrintLeaf(KzsNode *node, KzsPrintPara *para)
 {
     uint32_t len = 0;
     bool solid = (node->flags & (KZS_NODE_FLAG_KEY | KZS_NODE_FLAG_MANDATORY_TRUE)) != 0;
-    if (print_row_start(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
-        kz_print_append(para, "%s", solid ? " " : "?") != KZ_OK ||
+    if (PrintRowStart(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
+        Append(para, "%s", solid ? " " : "?") != KZ_OK ||
         KZS_NODE_PrintNodeNameAlignSpace(para, len) != KZ_OK || KZS_NODE_PrintType(node, para) != KZ_OK) {
         return KZ_EINVAL;
     }
     const char *dflt = KZ_NODE_GetDefaultValueStr(node);
-    if (dflt != nullptr && kz_print_append(para, " <%s>", dflt) != KZ_OK) {
+    if (dflt != nullptr && Append(para, " <%s>", dflt) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return kz_print_append(para, "\n");
+    return Append(para, "\n");
 }
 
 KZ_API uint32_t KZS_NODE_PrintLeafList(KzsNode *node, KzsPrintPara *para)
 {
     uint32_t len = 0;
-    if (print_row_start(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
-        kz_print_append(para, "*") != KZ_OK || KZS_NODE_PrintNodeNameAlignSpace(para, len) != KZ_OK ||
+    if (PrintRowStart(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
+        Append(para, "*") != KZ_OK || KZS_NODE_PrintNodeNameAlignSpace(para, len) != KZ_OK ||
         KZS_NODE_PrintType(node, para) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return kz_print_append(para, "\n");
+    return Append(para, "\n");
 }
 
 KZ_API uint32_t KZS_NODE_PrintList(KzsNode *node, KzsPrintPara *para)
 {
-    if (print_row_start(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, nullptr) != KZ_OK ||
-        kz_print_append(para, "*") != KZ_OK) {
+    if (PrintRowStart(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, nullptr) != KZ_OK ||
+        Append(para, "*") != KZ_OK) {
         return KZ_EINVAL;
     }
     if (node->keyCount > 0) {
         uint32_t printed = 0;
-        if (kz_print_append(para, " [") != KZ_OK) {
+        if (Append(para, " [") != KZ_OK) {
             return KZ_EINVAL;
         }
         for (KzsNode *c = node->firstChild; c != nullptr && printed < node->keyCount; c = c->next) {
@@ -208,54 +209,54 @@ KZ_API uint32_t KZS_NODE_PrintList(KzsNode *node, KzsPrintPara *para)
                 continue;
             }
             ++printed;
-            if (kz_print_append(para, "%s%s", c->name, printed == node->keyCount ? "]" : " ") != KZ_OK) {
+            if (Append(para, "%s%s", c->name, printed == node->keyCount ? "]" : " ") != KZ_OK) {
                 return KZ_EINVAL;
             }
         }
-        if (printed < node->keyCount && kz_print_append(para, "]") != KZ_OK) {
+        if (printed < node->keyCount && Append(para, "]") != KZ_OK) {
             return KZ_EINVAL;
         }
     }
-    if (kz_print_append(para, "\n") != KZ_OK) {
+    if (Append(para, "\n") != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, para->rwMode, false);
+    return PrintChildren(node, para, para->rwMode, false);
 }
 
 KZ_API uint32_t KZS_NODE_PrintCase(KzsNode *node, KzsPrintPara *para)
 {
     if (KZS_NODE_PrintRetract(para) != KZ_OK ||
-        kz_print_append(para, "%s--:(%s)\n", kz_print_status_mark(node), node->name) != KZ_OK) {
+        Append(para, "%s--:(%s)\n", StatusMark(node), node->name) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, para->rwMode, false);
+    return PrintChildren(node, para, para->rwMode, false);
 }
 
 KZ_API uint32_t KZS_NODE_PrintChoice(KzsNode *node, KzsPrintPara *para)
 {
     const KzsChoiceInfo *info = static_cast<const KzsChoiceInfo *>(node->schemaInfo);
-    if (print_row_start(node, para) != KZ_OK || kz_print_append(para, "(%s)", node->name) != KZ_OK ||
-        ((node->flags & KZS_NODE_FLAG_MANDATORY_TRUE) == 0 && kz_print_append(para, "?") != KZ_OK)) {
+    if (PrintRowStart(node, para) != KZ_OK || Append(para, "(%s)", node->name) != KZ_OK ||
+        ((node->flags & KZS_NODE_FLAG_MANDATORY_TRUE) == 0 && Append(para, "?") != KZ_OK)) {
         return KZ_EINVAL;
     }
     if (info != nullptr && info->defaultCase != nullptr &&
-        kz_print_append(para, " <%s>", info->defaultCase) != KZ_OK) {
+        Append(para, " <%s>", info->defaultCase) != KZ_OK) {
         return KZ_EINVAL;
     }
-    if (kz_print_append(para, "\n") != KZ_OK) {
+    if (Append(para, "\n") != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_each_child(node, para, para->rwMode, print_choice_member);
+    return PrintEachChild(node, para, para->rwMode, PrintChoiceMember);
 }
 
 KZ_API uint32_t KZS_NODE_PrintAnyDataXml(KzsNode *node, KzsPrintPara *para)
 {
     uint32_t len = 0;
     bool mandatory = (node->flags & KZS_NODE_FLAG_MANDATORY_TRUE) != 0;
-    if (print_row_start(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
-        kz_print_append(para, "%s", mandatory ? " " : "?") != KZ_OK ||
+    if (PrintRowStart(node, para) != KZ_OK || KZS_NODE_PrintNodeName(node, para, &len) != KZ_OK ||
+        Append(para, "%s", mandatory ? " " : "?") != KZ_OK ||
         KZS_NODE_PrintNodeNameAlignSpace(para, len) != KZ_OK ||
-        kz_print_append(para, "%s\n", node->kind == KZS_NODE_ANYDATA ? "anydata" : "anyxml") != KZ_OK) {
+        Append(para, "%s\n", node->kind == KZS_NODE_ANYDATA ? "anydata" : "anyxml") != KZ_OK) {
         return KZ_EINVAL;
     }
     return KZ_OK;
@@ -264,29 +265,29 @@ KZ_API uint32_t KZS_NODE_PrintAnyDataXml(KzsNode *node, KzsPrintPara *para)
 KZ_API uint32_t KZS_NODE_PrintRpcAction(KzsNode *node, KzsPrintPara *para)
 {
     if (KZS_NODE_PrintRetract(para) != KZ_OK ||
-        kz_print_append(para, "%s---x %s\n", kz_print_status_mark(node), node->name) != KZ_OK) {
+        Append(para, "%s---x %s\n", StatusMark(node), node->name) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, para->rwMode, true);
+    return PrintChildren(node, para, para->rwMode, true);
 }
 
 KZ_API uint32_t KZS_NODE_PrintNotif(KzsNode *node, KzsPrintPara *para)
 {
     if (KZS_NODE_PrintRetract(para) != KZ_OK ||
-        kz_print_append(para, "%s---n %s\n", kz_print_status_mark(node), node->name) != KZ_OK) {
+        Append(para, "%s---n %s\n", StatusMark(node), node->name) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, KZS_PRINT_RW_READ, false);
+    return PrintChildren(node, para, KZS_PRINT_RW_READ, false);
 }
 
 KZ_API uint32_t KZS_NODE_PrintInout(KzsNode *node, KzsPrintPara *para)
 {
     bool input = node->kind == KZS_NODE_INPUT;
     if (KZS_NODE_PrintRetract(para) != KZ_OK ||
-        kz_print_append(para, "%s %s\n", input ? "+---w" : "+--ro", node->name) != KZ_OK) {
+        Append(para, "%s %s\n", input ? "+---w" : "+--ro", node->name) != KZ_OK) {
         return KZ_EINVAL;
     }
-    return print_children(node, para, input ? KZS_PRINT_RW_WRITE : KZS_PRINT_RW_READ, false);
+    return PrintChildren(node, para, input ? KZS_PRINT_RW_WRITE : KZS_PRINT_RW_READ, false);
 }
 
 KZ_API uint32_t KZS_NODE_PrintSubTree(KzsNode *node, KzsPrintPara *para)
@@ -294,7 +295,7 @@ KZ_API uint32_t KZS_NODE_PrintSubTree(KzsNode *node, KzsPrintPara *para)
     if (node == nullptr || para == nullptr || para->buffer == nullptr) {
         return KZ_EINVAL;
     }
-    if (flush_if_full(para) != KZ_OK) {
+    if (FlushIfFull(para) != KZ_OK) {
         return KZ_EINVAL;
     }
     if (KZ_NODE_IsEnabled(node) == 0) {
@@ -331,7 +332,7 @@ KZ_API uint32_t KZS_NODE_PrintSubTree(KzsNode *node, KzsPrintPara *para)
 
 KZ_API uint32_t KZS_NODE_PrintAugmentTree(KzsNode *augment, KzsPrintPara *para)
 {
-    if (kz_print_append(para, "augment %s:\n", augment->name) != KZ_OK) {
+    if (Append(para, "augment %s:\n", augment->name) != KZ_OK) {
         return KZ_EINVAL;
     }
     if (augment->firstChild == nullptr) {
@@ -340,7 +341,7 @@ KZ_API uint32_t KZS_NODE_PrintAugmentTree(KzsNode *augment, KzsPrintPara *para)
     para->level = 2;
     para->retract = 0;
     para->maxLen = KZS_NODE_PrintGetMaxLen(augment->firstChild, augment->lastChild, para->module);
-    return print_range(augment->firstChild, augment->lastChild, para);
+    return PrintRange(augment->firstChild, augment->lastChild, para);
 }
 
 KZ_API uint32_t KZS_MOD_PrintModelTreeDataAug(KzMod *mod, KzsPrintPara *para)
@@ -348,7 +349,7 @@ KZ_API uint32_t KZS_MOD_PrintModelTreeDataAug(KzMod *mod, KzsPrintPara *para)
     para->level = 2;
     para->retract = 0;
     para->maxLen = KZS_NODE_PrintGetMaxLen(mod->dataNodes, nullptr, mod);
-    if (print_range(mod->dataNodes, nullptr, para) != KZ_OK) {
+    if (PrintRange(mod->dataNodes, nullptr, para) != KZ_OK) {
         return KZ_EINVAL;
     }
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
@@ -369,14 +370,14 @@ KZ_API uint32_t KZS_MOD_PrintModelTreeRpcNotif(KzMod *mod, KzsPrintPara *para)
         if (sec.head == nullptr) {
             continue;
         }
-        if (kz_print_append(para, "%s", sec.title) != KZ_OK) {
+        if (Append(para, "%s", sec.title) != KZ_OK) {
             return KZ_EINVAL;
         }
         para->level = 2;
         para->retract = 0;
         para->rwMode = KZS_PRINT_RW_FROM_NODE;
         para->maxLen = KZS_NODE_PrintGetMaxLen(sec.head, nullptr, mod);
-        if (print_range(sec.head, nullptr, para) != KZ_OK) {
+        if (PrintRange(sec.head, nullptr, para) != KZ_OK) {
             return KZ_EINVAL;
         }
     }
@@ -392,14 +393,14 @@ KZ_API uint32_t KZ_NODE_PrintNodeHeader(KzsNode *node, KzsPrintPara *para)
         }
         root = root->parent;
     }
-    if (kz_print_append(para, "module: %s\n", node->module->name) != KZ_OK) {
+    if (Append(para, "module: %s\n", node->module->name) != KZ_OK) {
         return KZ_EINVAL;
     }
     if (root->kind == KZS_NODE_NOTIF) {
-        return kz_print_append(para, "notifications:\n");
+        return Append(para, "notifications:\n");
     }
     if (root->kind == KZS_NODE_RPC) {
-        return kz_print_append(para, "rpcs:\n");
+        return Append(para, "rpcs:\n");
     }
     return KZ_OK;
 }
@@ -456,8 +457,8 @@ KZ_API uint32_t KZ_MOD_PrintModelTree(KzMod *mod, KzPrintOutputCb output, void *
         if (mod == nullptr) {
             return KZ_ERR;
         }
-        return run_print(mod, output, arg, [mod](KzsPrintPara *para) {
-            if (kz_print_append(para, "module: %s\n", mod->name) != KZ_OK ||
+        return RunPrint(mod, output, arg, [mod](KzsPrintPara *para) {
+            if (Append(para, "module: %s\n", mod->name) != KZ_OK ||
                 KZS_MOD_PrintModelTreeDataAug(mod, para) != KZ_OK ||
                 KZS_MOD_PrintModelTreeRpcNotif(mod, para) != KZ_OK) {
                 return KZ_ERR;
@@ -473,7 +474,7 @@ KZ_API uint32_t KZ_NODE_PrintNodesTree(KzsNode *node, KzPrintOutputCb output, vo
         if (output == nullptr || node == nullptr || node->module == nullptr) {
             return KZ_EINVAL;
         }
-        return run_print(node->module, output, arg, [node](KzsPrintPara *para) {
+        return RunPrint(node->module, output, arg, [node](KzsPrintPara *para) {
             if (KZ_NODE_PrintNodeHeader(node, para) != KZ_OK || KZS_NODE_PrintAncestorNodes(node, para) != KZ_OK) {
                 return KZ_ERR;
             }

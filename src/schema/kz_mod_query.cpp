@@ -3,7 +3,7 @@
 
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

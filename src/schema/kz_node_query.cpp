@@ -1,13 +1,12 @@
 /* Public queries on schema nodes for the embedding process. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
 #include "base/kz_guard.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "base/kz_alloc.h"
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_diag.h"
 #include "schema/kzs_mod.h"
 

@@ -9,7 +9,7 @@
 #include "base/kz_alloc.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -105,11 +105,10 @@ RelationTbl *KZ_CTX_AddModRelationTbl(KzCtx *ctx, const char *modName)
     if (existing != nullptr) {
         return existing;
     }
-    auto *tbl = static_cast<RelationTbl *>(KZ_MemMalloc(sizeof(RelationTbl)));
+    auto *tbl = kz::ZeroAlloc<RelationTbl>();
     if (tbl == nullptr) {
         return nullptr;
     }
-    memset(tbl, 0, sizeof *tbl);
     tbl->index = -1;
     tbl->moduleName = KZ_DICT_Insert(&ctx->dict, modName);
     if (tbl->moduleName == nullptr) {
@@ -131,11 +130,10 @@ uint32_t KZ_CTX_AddModRelationItem(KzCtx *ctx, RelationTbl *tbl, uint32_t kind, 
     if (ctx == nullptr || tbl == nullptr || depModName == nullptr) {
         return KZ_EINVAL;
     }
-    auto *item = static_cast<RelationItem *>(KZ_MemMalloc(sizeof(RelationItem)));
+    auto *item = kz::ZeroAlloc<RelationItem>();
     if (item == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(item, 0, sizeof *item);
     item->depModName = KZ_DICT_Insert(&ctx->dict, depModName);
     if (item->depModName == nullptr) {
         KZ_MemFree(item);
@@ -267,11 +265,10 @@ uint32_t KZ_CTX_CollectDepModNamesRecursive(KzCtx *ctx, const char *modName, uin
                 }
                 if (count + 1 >= capacity) {
                     uint32_t newCap = capacity + kCollectGrowth;
-                    auto *grown = static_cast<const char **>(KZ_MemMalloc(newCap * sizeof(const char *)));
+                    auto *grown = kz::ZeroAlloc<const char *>(newCap);
                     if (grown == nullptr) {
                         throw std::bad_alloc();
                     }
-                    memset(grown, 0, newCap * sizeof(const char *));
                     if (count != 0) {
                         memcpy(grown, names, count * sizeof(const char *));
                     }

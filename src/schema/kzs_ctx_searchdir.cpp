@@ -5,7 +5,8 @@
 
 #include "schema/kzs_ctx.h"
 #include "base/kz_dir_cache.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -29,10 +30,7 @@ char *KZ_CTX_FormatInputPath(const char *path)
     while (len > 1 && path[len - 1] == '/') {
         --len;
     }
-    if (len > 0xFFFFFFFFu) {
-        return nullptr;
-    }
-    return KZ_UTL_StrDupWithSpecifyLength(path, static_cast<uint32_t>(len));
+    return kz::DupText(path, len);
 }
 
 uint32_t KZ_CTX_FindSearchDirInTbl(const KzCtx *ctx, const char *path, uint32_t *posOut)
@@ -66,13 +64,12 @@ uint32_t KZ_CTX_AllocSearchDirBufferIfNeed(KzCtx *ctx)
         return KZ_ENOMEM;
     }
     size_t newBytes = static_cast<size_t>(newCap) * sizeof(const char *);
-    auto *slots = static_cast<const char **>(KZ_MemMalloc(newBytes));
+    auto *slots = kz::ZeroAlloc<const char *>(newCap);
     if (slots == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(slots, 0, newBytes);
     if (oldCap != 0 &&
-        kz_memcpy_s(slots, newBytes, ctx->searchDirs, static_cast<size_t>(oldCap) * sizeof(const char *)) != 0) {
+        kz::base::MemcpyS(slots, newBytes, ctx->searchDirs, static_cast<size_t>(oldCap) * sizeof(const char *)) != 0) {
         KZ_MemFree(slots);
         return KZ_ENOMEM;
     }

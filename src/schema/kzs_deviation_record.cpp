@@ -1,6 +1,7 @@
 /* Deviation records: their release (the undo log they hold included) and comparison. */
 #include <cstring>
 
+#include "base/kz_kit.h"
 #include "base/kz_mem.h"
 #include "schema/kzs_deviation_undo.h"
 #include "schema/kzs_mod.h"
@@ -82,7 +83,7 @@ uint32_t KZS_MOD_CheckTwoDeviationSame(const KzsDeviation *a, const KzsDeviation
     if (a == nullptr || b == nullptr) {
         return 0;
     }
-    return KZ_UTL_IsNulStringEqual(a->target, b->target);
+    return kz::SameText(a->target, b->target) ? 1u : 0u;
 }
 
 } /* extern "C" */

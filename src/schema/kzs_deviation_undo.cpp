@@ -38,7 +38,7 @@ KzsNode **TopHead(KzMod *mod, uint32_t kind)
     if (mod == nullptr) {
         return nullptr;
     }
-    KzsNode **head = kzs_mod_top_chain(mod, kind);
+    KzsNode **head = kz::schema::TopChain(mod, kind);
     return head != nullptr ? head : &mod->dataNodes;
 }
 

@@ -8,7 +8,8 @@
 
 #include "base/kz_alloc.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_safe.h"
+#include "base/kz_kit.h"
 
 struct StrLess {
     bool operator()(const char *a, const char *b) const
@@ -96,13 +97,11 @@ ErrModNode *KZS_MOD_CreateErrNode(KzDict *dict, const char *moduleName)
     if (dict == nullptr || moduleName == nullptr) {
         return nullptr;
     }
-    auto *node = static_cast<ErrModNode *>(KZ_MemMalloc(sizeof(ErrModNode)));
+    auto *node = kz::ZeroAlloc<ErrModNode>();
     if (node == nullptr) {
         return nullptr;
     }
-    memset(node, 0, sizeof *node);
-    size_t bytes = KZ_DIAG_RECORDS_PER_MODULE * sizeof(ErrInfoNode);
-    node->records = static_cast<ErrInfoNode *>(KZ_MemMalloc(bytes));
+    node->records = kz::ZeroAlloc<ErrInfoNode>(KZ_DIAG_RECORDS_PER_MODULE);
     node->moduleName = KZ_DICT_Insert(dict, moduleName);
     if (node->records == nullptr || node->moduleName == nullptr) {
         KZ_DICT_Remove(dict, node->moduleName);
@@ -110,7 +109,6 @@ ErrModNode *KZS_MOD_CreateErrNode(KzDict *dict, const char *moduleName)
         KZ_MemFree(node);
         return nullptr;
     }
-    memset(node->records, 0, bytes);
     node->capacity = KZ_DIAG_RECORDS_PER_MODULE;
     return node;
 }
@@ -150,8 +148,8 @@ uint32_t KZS_MOD_SetErrInfoNode(KzCtx *ctx, ErrInfoNode *record, const char *mod
     if (ctx == nullptr || record == nullptr || message == nullptr) {
         return KZ_EINVAL;
     }
-    record->message = KZ_UTL_StrDup(message);
-    record->yinFile = KZ_UTL_StrDup(ctx->curYinFile);
+    record->message = kz::DupText(message);
+    record->yinFile = kz::DupText(ctx->curYinFile);
     if (record->message == nullptr || record->yinFile == nullptr) {
         KZS_MOD_ClearErrInfoNode(&ctx->dict, record);
         return KZ_ENOMEM;
@@ -210,7 +208,7 @@ void KZ_CTX_ImplAddModError(KzCtx *ctx, const char *moduleName, uint32_t level, 
         return;
     }
     char message[KZ_DIAG_MESSAGE_SIZE];
-    if (kz_vsnprintf_trunc(message, sizeof message, format, args) != 0) {
+    if (kz::base::VsnprintfTrunc(message, sizeof message, format, args) != 0) {
         return;
     }
     WriteGuard guard(ctx->errMng);
@@ -335,11 +333,10 @@ uint32_t KZ_CTX_InitErrMng(KzCtx *ctx)
     if (ctx == nullptr) {
         return KZ_EINVAL;
     }
-    auto *errMng = static_cast<ErrMng *>(KZ_MemMalloc(sizeof(ErrMng)));
+    auto *errMng = kz::ZeroAlloc<ErrMng>();
     if (errMng == nullptr) {
         return KZ_ENOMEM;
     }
-    memset(errMng, 0, sizeof *errMng);
     errMng->modules = kz::NewObject<KzErrModTree>();
     if (errMng->modules == nullptr) {
         KZ_MemFree(errMng);

@@ -1,6 +1,6 @@
 /* Per-module load diagnostics kept by the context's error manager. */
-#ifndef KZ_DIAG_H
-#define KZ_DIAG_H
+#ifndef KZS_DIAG_H
+#define KZS_DIAG_H
 
 #include <pthread.h>
 #include <stdarg.h>
@@ -80,4 +80,4 @@ KZ_API uint32_t KZS_MOD_ScanModAllLoadFail(ErrModNode *node, KzLoadFailScanCb ca
 }
 #endif
 
-#endif /* KZ_DIAG_H */
+#endif /* KZS_DIAG_H */

@@ -4,10 +4,10 @@
 #include <new>
 #include <vector>
 
-#include "base/kz_mem.h"
+#include "base/kz_array.h"
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -100,7 +100,7 @@ KzsExtInst *KZS_EXT_CopyExtInsts(KzDict *dict, const KzsExtInst *src, uint16_t c
     if (dict == nullptr || src == nullptr || count == 0) {
         return nullptr;
     }
-    KzsExtInst *top = AllocZeroed<KzsExtInst>(count);
+    KzsExtInst *top = kz::ZeroAlloc<KzsExtInst>(count);
     if (top == nullptr) {
         return nullptr;
     }
@@ -117,7 +117,7 @@ KzsExtInst *KZS_EXT_CopyExtInsts(KzDict *dict, const KzsExtInst *src, uint16_t c
                     throw std::bad_alloc();
                 }
                 if (s->childCount != 0 && s->children != nullptr) {
-                    d->children = AllocZeroed<KzsExtInst>(s->childCount);
+                    d->children = kz::ZeroAlloc<KzsExtInst>(s->childCount);
                     if (d->children == nullptr) {
                         throw std::bad_alloc();
                     }
@@ -242,7 +242,7 @@ uint32_t KZS_EXT_SubtractExtInstArray(KzDict *dict, KzsExtInst **insts, uint16_t
     }
     KzsExtInst *fresh = nullptr;
     if (survivors != 0) {
-        fresh = AllocZeroed<KzsExtInst>(survivors);
+        fresh = kz::ZeroAlloc<KzsExtInst>(survivors);
         if (fresh == nullptr) {
             return KZ_ENOMEM;
         }

@@ -6,12 +6,15 @@
 
 #include "schema/kzs_ctx.h"
 #include "base/kz_dict.h"
-#include "base/kz_mem.h"
+#include "base/kz_kit.h"
+#include "base/kz_array.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 
-namespace kzs {
+namespace kz::schema {
 
+/* The dictionary a module's texts are interned in; null for a missing module
+ * or one not (yet) in a context. */
 inline KzDict *ModDict(const KzMod *mod)
 {
     return (mod != nullptr && mod->ctx != nullptr) ? &mod->ctx->dict : nullptr;
@@ -22,25 +25,8 @@ inline KzDict *NodeDict(const KzsNode *node)
     return node != nullptr ? ModDict(node->module) : nullptr;
 }
 
-/* Drops one reference of an interned string and clears the holder. */
-inline void DictDrop(KzDict *dict, const char *&s)
-{
-    if (s != nullptr) {
-        KZ_DICT_Remove(dict, s);
-        s = nullptr;
-    }
-}
-
-/* Interns src (when present) into dst; false when the insertion failed. */
-inline bool DictPut(KzDict *dict, const char *&dst, const char *src)
-{
-    if (src == nullptr) {
-        dst = nullptr;
-        return true;
-    }
-    dst = KZ_DICT_Insert(dict, src);
-    return dst != nullptr;
-}
+using kz::base::DictDrop;
+using kz::base::DictPut;
 
 /* Frees an owned array through its free function (dictionary, array, count)
  * and leaves the holder empty. */
@@ -52,24 +38,9 @@ inline void FreeArrayAndClear(KzDict *dict, T *&array, Count &count, Free free)
     count = 0;
 }
 
-inline bool StrEq(const char *a, const char *b)
-{
-    return a != nullptr && b != nullptr && (a == b || std::strcmp(a, b) == 0);
-}
-
 inline bool IsDataOrOperation(const KzsNode *node)
 {
     return KZS_NODE_IS_DATA(node->kind) || KZS_NODE_IS_OPERATION(node->kind);
-}
-
-template <typename T>
-inline T *AllocZeroed(size_t count = 1)
-{
-    void *p = KZ_MemMalloc(sizeof(T) * count);
-    if (p != nullptr) {
-        std::memset(p, 0, sizeof(T) * count);
-    }
-    return static_cast<T *>(p);
 }
 
 /* Grows an array by one zeroed entry, lets fill complete it and raises the
@@ -112,7 +83,7 @@ T *CopyArray(KzDict *dict, const T *src, uint16_t count, Clear clear, Fill fill)
     if (dict == nullptr || src == nullptr || count == 0) {
         return nullptr;
     }
-    T *dst = AllocZeroed<T>(count);
+    T *dst = kz::ZeroAlloc<T>(count);
     if (dst == nullptr) {
         return nullptr;
     }
@@ -146,6 +117,6 @@ inline uint32_t ScanExtInsts(KzsExtInst *insts, uint16_t count, KzExtInstScanCb 
                     [&](KzsExtInst &e) { return callback(&e, e.modName, e.extName, e.argument, cookie); });
 }
 
-} // namespace kzs
+} // namespace kz::schema
 
 #endif /* KZS_INTERNAL_H */

@@ -2,7 +2,7 @@
 #include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -17,13 +17,13 @@ void FreeChain(KzsNode *&head)
     head = nullptr;
 }
 
-/* In the order of kzs_mod_top_chain_index. */
+/* In the order of TopChainIndex. */
 constexpr KzsNode *KzMod::*kTopChains[] = {&KzMod::dataNodes, &KzMod::rpcs, &KzMod::notifs, &KzMod::augments};
 
 KzsNode *FindInChain(KzsNode *head, const char *name)
 {
     for (KzsNode *n = head; n != nullptr; n = n->next) {
-        if (StrEq(n->name, name)) {
+        if (kz::SameNonNullText(n->name, name)) {
             return n;
         }
     }
@@ -31,6 +31,38 @@ KzsNode *FindInChain(KzsNode *head, const char *name)
 }
 
 } // namespace
+
+namespace kz::schema {
+
+int32_t TopChainIndex(uint32_t kind)
+{
+    switch (kind) {
+        case KZS_NODE_CONTAINER:
+        case KZS_NODE_LEAF:
+        case KZS_NODE_LEAFLIST:
+        case KZS_NODE_LIST:
+        case KZS_NODE_CHOICE:
+        case KZS_NODE_ANYDATA:
+        case KZS_NODE_ANYXML:
+            return 0;
+        case KZS_NODE_RPC:
+            return 1;
+        case KZS_NODE_NOTIF:
+            return 2;
+        case KZS_NODE_AUGMENT:
+            return 3;
+        default:
+            return -1;
+    }
+}
+
+KzsNode **TopChain(KzMod *mod, uint32_t kind)
+{
+    const int32_t index = TopChainIndex(kind);
+    return index < 0 ? nullptr : &(mod->*kTopChains[index]);
+}
+
+} // namespace kz::schema
 
 extern "C" {
 
@@ -60,34 +92,6 @@ void KZS_MOD_DestroyNonNodeMember(KzMod *mod)
     FreeArrayAndClear(dict, mod->typedefs, mod->typedefCount, KZS_TYPE_FreeTypDefArray);
 }
 
-int32_t kzs_mod_top_chain_index(uint32_t kind)
-{
-    switch (kind) {
-        case KZS_NODE_CONTAINER:
-        case KZS_NODE_LEAF:
-        case KZS_NODE_LEAFLIST:
-        case KZS_NODE_LIST:
-        case KZS_NODE_CHOICE:
-        case KZS_NODE_ANYDATA:
-        case KZS_NODE_ANYXML:
-            return 0;
-        case KZS_NODE_RPC:
-            return 1;
-        case KZS_NODE_NOTIF:
-            return 2;
-        case KZS_NODE_AUGMENT:
-            return 3;
-        default:
-            return -1;
-    }
-}
-
-KzsNode **kzs_mod_top_chain(KzMod *mod, uint32_t kind)
-{
-    const int32_t index = kzs_mod_top_chain_index(kind);
-    return index < 0 ? nullptr : &(mod->*kTopChains[index]);
-}
-
 void KZS_MOD_DestroyNodeMember(KzMod *mod)
 {
     if (mod == nullptr) {
@@ -114,7 +118,7 @@ uint32_t KZS_MOD_AddTopNodeToSchemaTree(KzMod *mod, KzsNode *node)
     if (mod == nullptr || node == nullptr) {
         return KZ_EINVAL;
     }
-    KzsNode **head = kzs_mod_top_chain(mod, node->kind);
+    KzsNode **head = kz::schema::TopChain(mod, node->kind);
     if (head == nullptr) {
         return KZ_EINVAL;
     }

@@ -122,8 +122,6 @@ struct KzMod {
 
 /* Semantic versions are kept to this many characters. */
 #define KZS_MOD_SEMVER_MAX_LEN 32u
-/* Module and name parts of a path step or prefixed value: 64 characters and NUL. */
-#define KZS_MOD_NAME_BUF 65u
 
 /* ---- Module life ---- */
 KZ_API void KZS_MOD_Free(KzMod *mod);
@@ -131,12 +129,6 @@ KZ_API void KZS_MOD_DestroyNonNodeMember(KzMod *mod);
 KZ_API void KZS_MOD_DestroyNodeMember(KzMod *mod);
 KZ_API uint32_t KZS_MOD_AddTopNodeToSchemaTree(KzMod *mod, KzsNode *node);
 KZ_API KzsNode *KZS_MOD_FindTopLevelSchemaNode(const KzMod *mod, const char *name);
-/* Which top-level chain of a module holds a node of this kind: 0 data nodes,
- * 1 rpcs, 2 notifications, 3 augments; -1 for kinds never at the top.
- * Internal, like kzs_mod_top_chain. */
-int32_t kzs_mod_top_chain_index(uint32_t kind);
-/* Head of that chain in mod, or NULL for kinds never at the top. */
-KzsNode **kzs_mod_top_chain(KzMod *mod, uint32_t kind);
 
 /* ---- Extensions ---- */
 KZ_API uint32_t KZS_MOD_SetExtension(KzDict *dict, KzsExtension *ext, const char *name, const char *argName,
@@ -228,6 +220,14 @@ KZ_API uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, 
 
 #ifdef __cplusplus
 }
+
+namespace kz::schema {
+/* Which top-level chain of a module holds a node of this kind: 0 data nodes,
+ * 1 rpcs, 2 notifications, 3 augments; -1 for kinds never at the top. */
+int32_t TopChainIndex(uint32_t kind);
+/* Head of that chain in mod, or NULL for kinds never at the top. */
+KzsNode **TopChain(KzMod *mod, uint32_t kind);
+} // namespace kz::schema
 #endif
 
 #endif /* KZS_MOD_H */

@@ -5,11 +5,10 @@
  * sameness test. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 

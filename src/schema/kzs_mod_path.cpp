@@ -2,18 +2,19 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_internal.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
 /* One path step: its module part (possibly empty) and name part. */
 struct Step {
-    char mod[KZS_MOD_NAME_BUF];
-    char name[KZS_MOD_NAME_BUF];
+    char mod[kz::kNameBufSize];
+    char name[kz::kNameBufSize];
 };
 
 /* Reads the step at p (predicates skipped); returns the position after it,
@@ -65,20 +66,20 @@ char *KZS_MOD_ConvertPrefixValToJsonFormat(const KzMod *mod, const char *value)
         return nullptr;
     }
     uint32_t firstLen = KZ_UTL_ConsumeIdentNameBestEffort(value);
-    if (firstLen == 0 || firstLen >= KZS_MOD_NAME_BUF) {
+    if (firstLen == 0 || firstLen >= kz::kNameBufSize) {
         return nullptr;
     }
     const char *modName = nullptr;
     const char *name = value;
     uint32_t nameLen = firstLen;
     if (value[firstLen] == ':') {
-        char prefix[KZS_MOD_NAME_BUF];
+        char prefix[kz::kNameBufSize];
         std::memcpy(prefix, value, firstLen);
         prefix[firstLen] = '\0';
         modName = KZS_MOD_GetModuleNameByPrefix(mod, prefix);
         name = value + firstLen + 1;
         nameLen = KZ_UTL_ConsumeIdentNameBestEffort(name);
-        if (nameLen == 0 || nameLen >= KZS_MOD_NAME_BUF) {
+        if (nameLen == 0 || nameLen >= kz::kNameBufSize) {
             return nullptr;
         }
     } else {
@@ -138,7 +139,7 @@ KzsNode *KZS_MOD_GetNodeUnderAugmentBySchemaNodeId(const KzMod *mod, const char 
         return nullptr;
     }
     for (KzsNode *aug = mod->augments; aug != nullptr; aug = aug->next) {
-        if (!StrEq(aug->name, targetPath)) {
+        if (!kz::SameNonNullText(aug->name, targetPath)) {
             continue;
         }
         KzsNode *found = KZS_MOD_GetNodeBySchemaNodeId(mod, aug, path);
@@ -160,7 +161,7 @@ uint32_t KZS_MOD_FindAugNodeTargetInSelfMod(const KzMod *mod, KzsNode *augment, 
     if (mod == nullptr || augment == nullptr || augment->name == nullptr || target == nullptr) {
         return KZ_EINVAL;
     }
-    char modName[KZS_MOD_NAME_BUF] = {0};
+    char modName[kz::kNameBufSize] = {0};
     char *head = nullptr;
     char *tail = nullptr;
     uint32_t ret = KZ_XPATH_SplitTargetNodeXpath(augment->name, modName, sizeof(modName), &head, &tail);

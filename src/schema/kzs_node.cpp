@@ -1,11 +1,11 @@
 /* Schema node record: creation, destruction and links between nodes. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
+#include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -59,19 +59,18 @@ KzsNode *KZS_NODE_New(uint32_t kind)
     if (kind > KZS_NODE_KIND_MAX) {
         return nullptr;
     }
-    KzsNode *node = AllocZeroed<KzsNode>();
+    KzsNode *node = kz::ZeroAlloc<KzsNode>();
     if (node == nullptr) {
         return nullptr;
     }
     node->kind = kind;
     uint32_t infoSize = KZS_NODE_GetInfoSize(kind);
     if (infoSize != 0) {
-        node->schemaInfo = KZ_MemMalloc(infoSize);
+        node->schemaInfo = kz::ZeroAlloc<unsigned char>(infoSize);
         if (node->schemaInfo == nullptr) {
             KZ_MemFree(node);
             return nullptr;
         }
-        std::memset(node->schemaInfo, 0, infoSize);
     }
     return node;
 }
@@ -292,8 +291,8 @@ KzsNode *KZS_NODE_FindChildNodeByName(KzsNode *parent, const char *modName, cons
     }
     bool checkMod = modName != nullptr && modName[0] != '\0';
     for (KzsNode *c = parent->firstChild; c != nullptr; c = c->next) {
-        if (StrEq(c->name, name) &&
-            (!checkMod || (c->module != nullptr && StrEq(c->module->name, modName)))) {
+        if (kz::SameNonNullText(c->name, name) &&
+            (!checkMod || (c->module != nullptr && kz::SameNonNullText(c->module->name, modName)))) {
             return c;
         }
         if (c == parent->lastChild) {
@@ -370,13 +369,7 @@ char *KZS_NODE_PrintPath(const KzsNode *node)
             return nullptr;
         }
     }
-    size_t len = sizeof(buf) - 1 - pos;
-    char *out = static_cast<char *>(KZ_MemMalloc(len + 1));
-    if (out == nullptr) {
-        return nullptr;
-    }
-    std::memcpy(out, buf + pos, len + 1);
-    return out;
+    return kz::DupText(buf + pos, sizeof(buf) - 1 - pos);
 }
 
 } // extern "C"

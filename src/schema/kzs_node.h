@@ -122,8 +122,6 @@ typedef struct KzsChoiceInfo {
 #define KZS_NODE_LINK_CHILD   0u
 #define KZS_NODE_LINK_SIBLING 1u
 
-/* Key names are copied into a buffer of this size (64 characters and NUL). */
-#define KZS_NODE_KEY_NAME_BUF 65u
 /* JSON paths of nodes are built in a buffer of this size. */
 #define KZS_NODE_PATH_BUF 3096u
 /* Most leafref resolutions made when following a chain of leafrefs. */

@@ -1,11 +1,10 @@
 /* Deep copies of schema nodes and subtrees into another module. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 #include "types/kzt_type.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -50,7 +49,7 @@ uint32_t CopyVisit(KzsNode *node, uint32_t step, void *cookie)
 template <typename Info>
 Info *NewInfoWithTypeOf(KzDict *dict, const Info *src)
 {
-    auto *dst = AllocZeroed<Info>();
+    auto *dst = kz::ZeroAlloc<Info>();
     if (dst == nullptr) {
         return nullptr;
     }
@@ -113,7 +112,7 @@ void *KZS_NODE_CopySchemaChoice(KzDict *dict, const void *info)
         return nullptr;
     }
     auto *src = static_cast<const KzsChoiceInfo *>(info);
-    auto *dst = AllocZeroed<KzsChoiceInfo>();
+    auto *dst = kz::ZeroAlloc<KzsChoiceInfo>();
     if (dst == nullptr) {
         return nullptr;
     }

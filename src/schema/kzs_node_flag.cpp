@@ -1,10 +1,11 @@
 /* Inheritance of config, access-control and status flags, and key marking. */
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_internal.h"
+#include "base/kz_kit.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -179,7 +180,7 @@ uint32_t KZS_NODE_MarkKeyAttrToListLeafs(KzsNode *list, const char *keyText, uin
         return KZ_EINVAL;
     }
     const char *p = keyText;
-    char name[KZS_NODE_KEY_NAME_BUF];
+    char name[kz::kNameBufSize];
     for (;;) {
         while (*p == ' ' || *p == '\t' || *p == '\n') {
             ++p;

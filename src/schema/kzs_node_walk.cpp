@@ -2,7 +2,7 @@
  * that looks through choice, case, input and output. None of them recurses. */
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 namespace {
 
@@ -176,8 +176,8 @@ KzsNode *KZS_NODE_FindChildDataTreeNodeByName(KzsNode *node, const char *modName
     KzsNode *cur = node->firstChild;
     while (cur != nullptr) {
         if (IsDataOrOperation(cur)) {
-            if (StrEq(cur->name, name) &&
-                (modName == nullptr || (cur->module != nullptr && StrEq(cur->module->name, modName)))) {
+            if (kz::SameNonNullText(cur->name, name) &&
+                (modName == nullptr || (cur->module != nullptr && kz::SameNonNullText(cur->module->name, modName)))) {
                 return cur;
             }
         } else if (cur->firstChild != nullptr) {

@@ -2,13 +2,13 @@
  * form, and the split of a target path at its last module-qualified step. */
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "schema/kzs_mod.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-constexpr uint32_t kPartBufSize = 65;
 
 /* Appends len bytes; false when the buffer (with its NUL) would overflow. */
 bool Append(char *buf, uint32_t bufSize, uint32_t *used, const char *text, size_t len)
@@ -33,7 +33,7 @@ uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *b
     }
     buf[0] = '\0';
     uint32_t used = 0;
-    char lastPrefix[kPartBufSize] = {0};
+    char lastPrefix[kz::kNameBufSize] = {0};
     bool prefixSet = false;
     const char *p = path;
     while (*p != '\0') {
@@ -44,9 +44,9 @@ uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *b
             p++;
             continue;
         }
-        char prefix[kPartBufSize];
-        char name[kPartBufSize];
-        const char *next = KZ_UTL_GetXPathNextPredicatedPrefixNode(p, prefix, kPartBufSize, name, kPartBufSize);
+        char prefix[kz::kNameBufSize];
+        char name[kz::kNameBufSize];
+        const char *next = KZ_UTL_GetXPathNextPredicatedPrefixNode(p, prefix, kz::kNameBufSize, name, kz::kNameBufSize);
         if (next == nullptr) {
             return KZ_EINVAL;
         }
@@ -59,7 +59,7 @@ uint32_t KZ_XPATH_GetJsonFormatXpath(const KzMod *mod, const char *path, char *b
             const char *usePrefix = prefix[0] != '\0' ? prefix : mod->prefix;
             const char *modName = usePrefix != nullptr ? KZS_MOD_GetModuleNameByPrefix(mod, usePrefix) : nullptr;
             size_t prefixLen = usePrefix != nullptr ? std::strlen(usePrefix) : 0;
-            if (modName == nullptr || prefixLen >= kPartBufSize ||
+            if (modName == nullptr || prefixLen >= kz::kNameBufSize ||
                 !Append(buf, bufSize, &used, modName, std::strlen(modName)) ||
                 !Append(buf, bufSize, &used, ":", 1)) {
                 return KZ_EINVAL;
@@ -82,7 +82,7 @@ char *KZ_XPATH_TransformToJsonFormat(const KzMod *mod, const char *path)
         if (KZ_XPATH_GetJsonFormatXpath(mod, path, buf, sizeof(buf)) != KZ_OK) {
             return nullptr;
         }
-        return KZ_UTL_StrDup(buf);
+        return kz::DupText(buf);
     });
 }
 
@@ -129,13 +129,13 @@ uint32_t KZ_XPATH_SplitTargetNodeXpath(const char *path, char *moduleNameBuffer,
         char *head = nullptr;
         char *tail = nullptr;
         if (headOut != nullptr && slash != 0) {
-            head = KZ_UTL_StrDupWithSpecifyLength(path, slash);
+            head = kz::DupText(path, slash);
             if (head == nullptr) {
                 return KZ_ENOMEM;
             }
         }
         if (tailOut != nullptr) {
-            tail = KZ_UTL_StrDup(path + slash);
+            tail = kz::DupText(path + slash);
             if (tail == nullptr) {
                 KZ_MemFree(head);
                 return KZ_ENOMEM;

@@ -2,7 +2,7 @@
  * fraction-digits constraint. */
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_fill.h"
@@ -29,27 +29,27 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithBit(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataBit, KztSegBit>(segCount);
+    return kz::types::NewSegBody<KztConsDataBit, KztSegBit>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithBit(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataBit>(dict, body, [](KzDict *d, KztSegBit &seg) { kzt::DropInterned(d, seg.name); });
+    kz::types::DestroySegBody<KztConsDataBit>(dict, body, [](KzDict *d, KztSegBit &seg) { kz::base::DictDrop(d, seg.name); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithBit(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataBit, KztSegBit>(
+    return kz::types::CopySegBody<KztConsDataBit, KztSegBit>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithBit, [](KzDict *d, KztSegBit &to, const KztSegBit &from) {
             to.position = from.position;
-            return kzt::CopyInterned(d, to.name, from.name);
+            return kz::base::DictPut(d, to.name, from.name);
         });
 }
 
 uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
 {
     (void)mod;
-    return kzt::FillOneNumberedSeg<KztSegBit>(ctx, seg, aux, elem, "position", [](const char *text, KztSegBit *s) {
+    return kz::types::FillOneNumberedSeg<KztSegBit>(ctx, seg, aux, elem, "position", [](const char *text, KztSegBit *s) {
         uint64_t v = 0;
         if (KZ_UTL_ReadInputStrAsUnsignedInteger(text, nullptr, 0, &v) != KZ_OK || v > kBitPositionMax) {
             return false;
@@ -62,8 +62,8 @@ uint32_t KZT_LOADER_FillOneConsSegBit(KzCtx *ctx, KzMod *mod, void *seg, uint8_t
 uint32_t KZT_LOADER_FillConsDataAndAllBitSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
 {
     KztConsDataBit *body = nullptr;
-    kzt::ExplicitMarks explicitPos;
-    const uint32_t rc = kzt::FillNumberedSegs<KztConsDataBit, KztSegBit>(
+    kz::types::ExplicitMarks explicitPos;
+    const uint32_t rc = kz::types::FillNumberedSegs<KztConsDataBit, KztSegBit>(
         ctx, mod, typeElem, arg, KZT_MARK_BIT, KZT_LOADER_FillOneConsSegBit, &body, &explicitPos);
     if (rc != KZ_OK || body->segCount == 0) {
         return rc;
@@ -84,7 +84,7 @@ uint32_t KZT_LOADER_FillConsDataAndAllBitSeg(KzCtx *ctx, KzMod *mod, xmlNode *ty
 
 KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity)
 {
-    auto *coll = static_cast<KztBitValColl *>(kzt::ZeroAlloc(sizeof(KztBitValColl)));
+    auto *coll = kz::ZeroAlloc<KztBitValColl>();
     if (coll == nullptr) {
         return nullptr;
     }
@@ -92,7 +92,7 @@ KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity)
         capacity = kBitValueMaxNames;
     }
     if (capacity != 0) {
-        coll->names = static_cast<char(*)[65]>(kzt::ZeroAlloc(sizeof(*coll->names) * capacity));
+        coll->names = kz::ZeroAlloc<char[kz::kNameBufSize]>(capacity);
         if (coll->names == nullptr) {
             KZ_MemFree(coll);
             return nullptr;

@@ -2,24 +2,10 @@
 // creation, copy, destruction and the derived reference's binding.
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
-
-namespace {
-
-template <typename Body>
-Body *NewZeroedBody()
-{
-    auto *body = static_cast<Body *>(KZ_MemMalloc(sizeof(Body)));
-    if (body != nullptr) {
-        std::memset(body, 0, sizeof(Body));
-    }
-    return body;
-}
-
-} // namespace
+#include "base/kz_kit.h"
 
 extern "C" {
 
@@ -28,7 +14,7 @@ extern "C" {
 void *KZT_CONS_CreateConsDataBodyWithDerived(uint16_t segCount)
 {
     (void)segCount;
-    return NewZeroedBody<KztConsDataDerived>();
+    return kz::ZeroAlloc<KztConsDataDerived>();
 }
 
 uint32_t KZT_CONS_FillConsDataDerived(KzDict *dict, KztConsDataDerived *body, const char *modName,
@@ -57,7 +43,7 @@ void *KZT_CONS_CopyConsDataBodyWithDerived(KzDict *dict, const void *src)
     if (dict == nullptr || from == nullptr) {
         return nullptr;
     }
-    auto *body = NewZeroedBody<KztConsDataDerived>();
+    auto *body = kz::ZeroAlloc<KztConsDataDerived>();
     if (body == nullptr) {
         return nullptr;
     }
@@ -109,7 +95,7 @@ uint32_t KZT_CONS_UpdateConsDataDerFromWithDerived(void *body, KzMod *mod)
 void *KZT_CONS_CreateConsDataBodyWithFraction(uint16_t segCount)
 {
     (void)segCount;
-    return NewZeroedBody<KztConsDataFraction>();
+    return kz::ZeroAlloc<KztConsDataFraction>();
 }
 
 void *KZT_CONS_CopyConsDataBodyWithFraction(KzDict *dict, const void *src)
@@ -119,7 +105,7 @@ void *KZT_CONS_CopyConsDataBodyWithFraction(KzDict *dict, const void *src)
     if (from == nullptr) {
         return nullptr;
     }
-    auto *body = NewZeroedBody<KztConsDataFraction>();
+    auto *body = kz::ZeroAlloc<KztConsDataFraction>();
     if (body != nullptr) {
         *body = *from;
     }
@@ -140,7 +126,7 @@ void *KZT_CONS_CreateConsDataBodyWithRange(uint16_t segCount)
 {
     // Segments are allocated only once the expression has been split.
     (void)segCount;
-    return NewZeroedBody<KztConsDataRange>();
+    return kz::ZeroAlloc<KztConsDataRange>();
 }
 
 uint32_t KZT_CONS_AllocConsSegWithRange(KztConsDataRange *body, uint16_t segCount, uint16_t segSize)
@@ -148,12 +134,10 @@ uint32_t KZT_CONS_AllocConsSegWithRange(KztConsDataRange *body, uint16_t segCoun
     if (body == nullptr || body->segs != nullptr || segCount == 0 || segSize == 0) {
         return KZ_EINVAL;
     }
-    size_t bytes = static_cast<size_t>(segCount) * segSize;
-    void *segs = KZ_MemMalloc(bytes);
+    void *segs = kz::ZeroAlloc<unsigned char>(static_cast<size_t>(segCount) * segSize);
     if (segs == nullptr) {
         return KZ_ENOMEM;
     }
-    std::memset(segs, 0, bytes);
     body->segs = segs;
     body->segCount = segCount;
     body->segSize = segSize;
@@ -167,7 +151,7 @@ void *KZT_CONS_CopyConsDataBodyWithRange(KzDict *dict, const void *src)
     if (from == nullptr) {
         return nullptr;
     }
-    auto *body = NewZeroedBody<KztConsDataRange>();
+    auto *body = kz::ZeroAlloc<KztConsDataRange>();
     if (body == nullptr) {
         return nullptr;
     }

@@ -5,6 +5,7 @@
 
 #include "korla.h"
 #include "base/kz_dict.h"
+#include "base/kz_kit.h"
 #include "types/kzt_type.h"
 
 #include <libxml/tree.h>
@@ -348,7 +349,7 @@ KZ_API uint32_t KZT_CONS_CheckInputIdentMatchWithSegBase(KzCtx *ctx, const char 
 typedef struct KztBitValColl {
     uint16_t capacity;
     uint16_t count;
-    char (*names)[65];
+    char (*names)[kz::kNameBufSize];
 } KztBitValColl;
 
 KZ_API KztBitValColl *KZT_CONS_CreateBitValColl(uint16_t capacity);

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_fill.h"
@@ -20,7 +20,7 @@ constexpr int64_t kEnumValueMin = -2147483647;
 xmlNode *FindChild(xmlNode *elem, const char *name)
 {
     for (xmlNode *c = elem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name)) {
+        if (c->type == XML_ELEMENT_NODE && kz::types::ElemNameIs(c->name, name)) {
             return c;
         }
     }
@@ -53,13 +53,13 @@ void ReleaseDescs(KzDict *dict, const char **descs, uint16_t count)
 /* Keeps the first sentence of each enum's description, in enum order. */
 uint32_t FillEnumDescs(KzCtx *ctx, KztConsDataEnum *body, xmlNode *typeElem)
 {
-    const char **descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * body->segCount));
+    const char **descs = kz::ZeroAlloc<const char *>(body->segCount);
     if (descs == nullptr) {
         return KZ_ENOMEM;
     }
     uint16_t idx = 0;
     for (xmlNode *c = typeElem->children; c != nullptr && idx < body->segCount; c = c->next) {
-        if (c->type != XML_ELEMENT_NODE || (kzt::ElemMarks(c->_private) & KZT_MARK_ENUM) == 0) {
+        if (c->type != XML_ELEMENT_NODE || (kz::types::ElemMarks(c->_private) & KZT_MARK_ENUM) == 0) {
             continue;
         }
         const uint16_t i = idx++;
@@ -95,7 +95,7 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithEnum(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataEnum, KztSegEnum>(segCount);
+    return kz::types::NewSegBody<KztConsDataEnum, KztSegEnum>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithEnum(KzDict *dict, void *body)
@@ -104,26 +104,26 @@ void KZT_CONS_DestroyConsDataBodyWithEnum(KzDict *dict, void *body)
     if (e != nullptr) {
         ReleaseDescs(dict, e->descs, e->segCount);
     }
-    kzt::DestroySegBody<KztConsDataEnum>(dict, body,
-                                         [](KzDict *d, KztSegEnum &seg) { kzt::DropInterned(d, seg.name); });
+    kz::types::DestroySegBody<KztConsDataEnum>(dict, body,
+                                         [](KzDict *d, KztSegEnum &seg) { kz::base::DictDrop(d, seg.name); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithEnum(KzDict *dict, const void *src)
 {
-    auto *d = kzt::CopySegBody<KztConsDataEnum, KztSegEnum>(
+    auto *d = kz::types::CopySegBody<KztConsDataEnum, KztSegEnum>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithEnum,
         [](KzDict *strings, KztSegEnum &to, const KztSegEnum &from) {
             to.value = from.value;
-            return kzt::CopyInterned(strings, to.name, from.name);
+            return kz::base::DictPut(strings, to.name, from.name);
         });
     const auto *s = static_cast<const KztConsDataEnum *>(src);
     if (d == nullptr || s->descs == nullptr || s->segCount == 0) {
         return d;
     }
-    d->descs = static_cast<const char **>(kzt::ZeroAlloc(sizeof(char *) * s->segCount));
+    d->descs = kz::ZeroAlloc<const char *>(s->segCount);
     bool ok = d->descs != nullptr;
     for (uint16_t i = 0; ok && i < s->segCount; ++i) {
-        ok = kzt::CopyInterned(dict, d->descs[i], s->descs[i]);
+        ok = kz::base::DictPut(dict, d->descs[i], s->descs[i]);
     }
     if (!ok) {
         KZT_CONS_DestroyConsDataBodyWithEnum(dict, d);
@@ -135,7 +135,7 @@ void *KZT_CONS_CopyConsDataBodyWithEnum(KzDict *dict, const void *src)
 uint32_t KZT_LOADER_FillOneConsSegEnum(KzCtx *ctx, KzMod *mod, void *seg, uint8_t *aux, xmlNode *elem)
 {
     (void)mod;
-    return kzt::FillOneNumberedSeg<KztSegEnum>(ctx, seg, aux, elem, "value", [](const char *text, KztSegEnum *s) {
+    return kz::types::FillOneNumberedSeg<KztSegEnum>(ctx, seg, aux, elem, "value", [](const char *text, KztSegEnum *s) {
         int64_t v = 0;
         if (KZ_UTL_ReadInputStrAsSignedInteger(text, nullptr, 0, &v) != KZ_OK || v > kEnumValueMax ||
             v < kEnumValueMin) {
@@ -149,8 +149,8 @@ uint32_t KZT_LOADER_FillOneConsSegEnum(KzCtx *ctx, KzMod *mod, void *seg, uint8_
 uint32_t KZT_LOADER_FillConsDataAndAllEnumSeg(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFillArg *arg)
 {
     KztConsDataEnum *body = nullptr;
-    kzt::ExplicitMarks explicitVal;
-    uint32_t rc = kzt::FillNumberedSegs<KztConsDataEnum, KztSegEnum>(
+    kz::types::ExplicitMarks explicitVal;
+    uint32_t rc = kz::types::FillNumberedSegs<KztConsDataEnum, KztSegEnum>(
         ctx, mod, typeElem, arg, KZT_MARK_ENUM, KZT_LOADER_FillOneConsSegEnum, &body, &explicitVal);
     if (rc != KZ_OK || body->segCount == 0) {
         return rc;

@@ -5,15 +5,15 @@
 
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
+#include "base/kz_kit.h"
 
 namespace {
 
-constexpr size_t kNameBuf = 65;        /* 64 characters and the NUL */
 constexpr size_t kXmlPrefixMax = 1024; /* longest prefix taken from a value */
 constexpr size_t kIdentNameBuf = 1025;
 constexpr uint32_t kIdentDepthMax = 128;
@@ -75,22 +75,22 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithBase(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataBase, KztSegBase>(segCount);
+    return kz::types::NewSegBody<KztConsDataBase, KztSegBase>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithBase(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataBase>(dict, body, [](KzDict *d, KztSegBase &seg) {
-        kzt::DropInterned(d, seg.modName);
-        kzt::DropInterned(d, seg.identName);
+    kz::types::DestroySegBody<KztConsDataBase>(dict, body, [](KzDict *d, KztSegBase &seg) {
+        kz::base::DictDrop(d, seg.modName);
+        kz::base::DictDrop(d, seg.identName);
     });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithBase(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataBase, KztSegBase>(
+    return kz::types::CopySegBody<KztConsDataBase, KztSegBase>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithBase, [](KzDict *d, KztSegBase &to, const KztSegBase &from) {
-            return kzt::CopyInterned(d, to.modName, from.modName) && kzt::CopyInterned(d, to.identName, from.identName);
+            return kz::base::DictPut(d, to.modName, from.modName) && kz::base::DictPut(d, to.identName, from.identName);
         });
 }
 
@@ -106,8 +106,8 @@ uint32_t KZT_LOADER_FillOneConsSegBase(KzCtx *ctx, KzMod *mod, void *seg, uint8_
         KZ_CTX_AddModError(ctx, mod->name, "Failed to get value of statement \"%s\".", "base");
         return KZ_EINVAL;
     }
-    char prefix[kNameBuf];
-    char name[kNameBuf];
+    char prefix[kz::kNameBufSize];
+    char name[kz::kNameBufSize];
     if (KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, sizeof(prefix), name, sizeof(name)) != KZ_OK) {
         return KZ_EINVAL;
     }
@@ -176,7 +176,7 @@ uint32_t KZT_CONS_GetLeafXmlNodeAsIdentModAndName(KzCtx *ctx, xmlNode *node, cha
     if (mod == nullptr || mod->name == nullptr) {
         return KZ_EINVAL;
     }
-    if (CopyPart(modName, modSize, mod->name, std::strlen(mod->name)) != KZ_OK || std::strlen(mod->name) >= kNameBuf) {
+    if (CopyPart(modName, modSize, mod->name, std::strlen(mod->name)) != KZ_OK || std::strlen(mod->name) >= kz::kNameBufSize) {
         return KZ_EINVAL;
     }
     return CopyPart(identName, identSize, ident, std::strlen(ident));
@@ -193,7 +193,7 @@ uint32_t KZT_CONS_GetLeafJsonStrAsIdentModAndName(const char *value, char *modNa
         return KZ_EINVAL;
     }
     const size_t modLen = static_cast<size_t>(colon - value);
-    if (modLen >= kNameBuf || CopyPart(modName, modSize, value, modLen) != KZ_OK) {
+    if (modLen >= kz::kNameBufSize || CopyPart(modName, modSize, value, modLen) != KZ_OK) {
         return KZ_EINVAL;
     }
     return CopyPart(identName, identSize, colon + 1, std::strlen(colon + 1));
@@ -241,7 +241,7 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataBase(void *body, uint32_t inputKin
     if (b == nullptr || chk == nullptr || b->segCount == 0) {
         return KZ_VAL_ERR_IDENTREF;
     }
-    char modName[kNameBuf];
+    char modName[kz::kNameBufSize];
     char identName[kIdentNameBuf];
     if (KZT_CONS_GetInputValAsIdentModAndName(chk->ctx, inputKind, input, modName, sizeof(modName), identName,
                                               sizeof(identName)) != KZ_OK) {

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
@@ -21,7 +20,7 @@ namespace {
 bool HasChildNamed(const xmlNode *elem, const char *name)
 {
     for (const xmlNode *c = elem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, name)) {
+        if (c->type == XML_ELEMENT_NODE && kz::types::ElemNameIs(c->name, name)) {
             return true;
         }
     }
@@ -34,30 +33,30 @@ extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithPattern(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataPattern, KztSegPattern>(segCount);
+    return kz::types::NewSegBody<KztConsDataPattern, KztSegPattern>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithPattern(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataPattern>(dict, body, [](KzDict *d, KztSegPattern &seg) {
+    kz::types::DestroySegBody<KztConsDataPattern>(dict, body, [](KzDict *d, KztSegPattern &seg) {
         if (seg.regexp != nullptr) {
             xmlRegFreeRegexp(seg.regexp);
         }
-        kzt::DropInterned(d, seg.pattern);
+        kz::base::DictDrop(d, seg.pattern);
     });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataPattern, KztSegPattern>(
+    return kz::types::CopySegBody<KztConsDataPattern, KztSegPattern>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithPattern,
         [](KzDict *d, KztSegPattern &to, const KztSegPattern &from) {
             to.invertMatch = from.invertMatch;
-            if (!kzt::CopyInterned(d, to.pattern, from.pattern)) {
+            if (!kz::base::DictPut(d, to.pattern, from.pattern)) {
                 return false;
             }
             /* libxml2 has no copy of a compiled expression: compile it again. */
-            to.regexp = kz_xml_compile_regexp_quietly(to.pattern);
+            to.regexp = kz::base::CompileRegexpQuietly(to.pattern);
             return true;
         });
 }
@@ -86,7 +85,7 @@ uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uin
     s->invertMatch = HasChildNamed(elem, "modifier") ? 1u : 0u;
     /* A pattern that does not compile matches nothing, exactly as when it is
      * compiled again for every value. */
-    s->regexp = kz_xml_compile_regexp_quietly(s->pattern);
+    s->regexp = kz::base::CompileRegexpQuietly(s->pattern);
     return KZ_OK;
 }
 

@@ -4,7 +4,7 @@
 #include <limits>
 #include <type_traits>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg.h"
 #include "types/kzt_type.h"
@@ -117,7 +117,7 @@ uint32_t Order(T v, T lo, T hi)
 template <typename T>
 uint32_t CompareWithSeg(const SegInt64 *value, const void *segPtr)
 {
-    using Seg = typename kzt::SegTraits<T>::Seg;
+    using Seg = typename kz::types::SegTraits<T>::Seg;
     if (value == nullptr || segPtr == nullptr) {
         return KZ_EINVAL;
     }
@@ -145,7 +145,7 @@ uint32_t CompareWithSeg(const SegInt64 *value, const void *segPtr)
 template <typename T>
 uint32_t ConvertSeg(const void *segPtr, SegInt64 *out)
 {
-    using Seg = typename kzt::SegTraits<T>::Seg;
+    using Seg = typename kz::types::SegTraits<T>::Seg;
     if (segPtr == nullptr || out == nullptr) {
         return KZ_EINVAL;
     }
@@ -205,7 +205,7 @@ void MakeDerivedBound(int64_t v, uint32_t segFlags, uint32_t minFlag, uint32_t m
 template <typename T>
 void MakePair(const void *segPtr, KztBoundVal *start, KztBoundVal *end)
 {
-    using Seg = typename kzt::SegTraits<T>::Seg;
+    using Seg = typename kz::types::SegTraits<T>::Seg;
     const Seg &seg = *static_cast<const Seg *>(segPtr);
     const uint32_t flag = std::is_signed_v<T> ? KZ_BOUND_SIGNED : KZ_BOUND_UNSIGNED;
     *start = KztBoundVal{static_cast<int64_t>(static_cast<T>(seg.start)), flag};

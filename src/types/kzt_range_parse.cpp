@@ -3,7 +3,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "base/kz_mem.h"
+#include "base/kz_str.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
@@ -110,7 +111,7 @@ uint32_t FinishPart(SegInt64 *rec, uint32_t pos, KztRangePushFunc push, KztRange
 }
 
 template <typename T>
-using SegFor = typename kzt::SegTraits<T>::Seg;
+using SegFor = typename kz::types::SegTraits<T>::Seg;
 
 template <typename T>
 bool FitsSigned(const SegInt64 *rec)

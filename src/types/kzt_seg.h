@@ -7,7 +7,7 @@
 
 #include "types/kzt_cons.h"
 
-namespace kzt {
+namespace kz::types {
 
 template <typename T>
 struct SegTraits;
@@ -21,6 +21,6 @@ template <> struct SegTraits<uint16_t> { using Seg = KztSegUint16; };
 template <> struct SegTraits<uint32_t> { using Seg = KztSegUint32; };
 template <> struct SegTraits<uint64_t> { using Seg = SegInt64; };
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_SEG_H */

@@ -3,12 +3,13 @@
 #include <cstdint>
 #include <cstring>
 
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_ctx.h"
 #include "schema/kzs_mod.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -18,7 +19,6 @@ inline uint64_t PrivMark(const xmlNode *node)
 }
 
 // Names of a prefix or typedef are bounded like every other identifier step.
-constexpr uint32_t kNameBufSize = KZ_CTX_MODULE_NAME_MAX + 1;
 
 } // namespace
 
@@ -76,9 +76,9 @@ uint32_t KZT_LOADER_FillConsDataAndAllDerivedSeg(KzCtx *ctx, KzMod *mod, xmlNode
     if (body == nullptr || name == nullptr) {
         return KZ_EINVAL;
     }
-    char prefix[kNameBufSize];
-    char local[kNameBufSize];
-    uint32_t ret = KZ_UTL_GetXPathNextPrefixAndNode(name, prefix, kNameBufSize, local, kNameBufSize);
+    char prefix[kz::kNameBufSize];
+    char local[kz::kNameBufSize];
+    uint32_t ret = KZ_UTL_GetXPathNextPrefixAndNode(name, prefix, kz::kNameBufSize, local, kz::kNameBufSize);
     if (ret != KZ_OK) {
         return ret;
     }

@@ -13,7 +13,7 @@
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
 
-namespace kzt {
+namespace kz::types {
 
 /* First child element named `name` that carries a property value, or null. */
 inline xmlNode *FindValuedChild(xmlNode *elem, const char *name)
@@ -28,7 +28,7 @@ inline xmlNode *FindValuedChild(xmlNode *elem, const char *name)
 }
 
 /* One byte per segment: nonzero where the number was given explicitly. */
-using ExplicitMarks = std::unique_ptr<uint8_t, MemFreeDeleter>;
+using ExplicitMarks = kz::MemPtr<uint8_t>;
 
 /* Fills one named segment. When the element has a valued `numberChild`,
  * `readNumber(text, seg)` stores it (false: malformed or out of range) and the
@@ -72,7 +72,7 @@ uint32_t FillNumberedSegs(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFill
     if (body->segCount == 0) {
         return KZ_OK;
     }
-    ExplicitMarks marks(static_cast<uint8_t *>(ZeroAlloc(body->segCount)));
+    ExplicitMarks marks(kz::ZeroAlloc<uint8_t>(body->segCount));
     if (!marks) {
         return KZ_ENOMEM;
     }
@@ -86,6 +86,6 @@ uint32_t FillNumberedSegs(KzCtx *ctx, KzMod *mod, xmlNode *typeElem, KztConsFill
     return rc;
 }
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_SEG_FILL_H */

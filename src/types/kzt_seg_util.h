@@ -9,33 +9,21 @@
 
 #include "korla.h"
 #include "base/kz_dict.h"
+#include "base/kz_kit.h"
 
-namespace kzt {
-
-/* Zeroed block from the library allocator; null on failure or for 0 bytes. */
-inline void *ZeroAlloc(size_t size)
-{
-    if (size == 0) {
-        return nullptr;
-    }
-    void *p = KZ_MemMalloc(size);
-    if (p != nullptr) {
-        std::memset(p, 0, size);
-    }
-    return p;
-}
+namespace kz::types {
 
 /* Allocates a zeroed body of type Body whose `segs` member holds segCount
  * zeroed segments of type Seg; null on failure. */
 template <typename Body, typename Seg>
 Body *NewSegBody(uint16_t segCount)
 {
-    Body *body = static_cast<Body *>(ZeroAlloc(sizeof(Body)));
+    Body *body = kz::ZeroAlloc<Body>();
     if (body == nullptr) {
         return nullptr;
     }
     if (segCount != 0) {
-        body->segs = static_cast<Seg *>(ZeroAlloc(sizeof(Seg) * segCount));
+        body->segs = kz::ZeroAlloc<Seg>(segCount);
         if (body->segs == nullptr) {
             KZ_MemFree(body);
             return nullptr;
@@ -84,29 +72,10 @@ Body *CopySegBody(KzDict *dict, const void *src, void (*destroy)(KzDict *, void 
     return d;
 }
 
-/* Drops the reference an interned slot holds, if any. */
-inline void DropInterned(KzDict *dict, const char *s)
-{
-    if (s != nullptr) {
-        KZ_DICT_Remove(dict, s);
-    }
-}
-
-/* Interns from (when present) into to; false when the insertion failed. */
-inline bool CopyInterned(KzDict *dict, const char *&to, const char *from)
-{
-    return from == nullptr || (to = KZ_DICT_Insert(dict, from)) != nullptr;
-}
-
-/* Frees with KZ_MemFree when going out of scope. */
-struct MemFreeDeleter {
-    void operator()(void *p) const { KZ_MemFree(p); }
-};
-
 /* Whole-string test on a libxml2 element name. */
 inline bool ElemNameIs(const void *elemName, const char *name)
 {
-    return elemName != nullptr && std::strcmp(static_cast<const char *>(elemName), name) == 0;
+    return kz::SameNonNullText(static_cast<const char *>(elemName), name);
 }
 
 /* Mark bits that the type parse stored in an element's private word. */
@@ -115,6 +84,6 @@ inline uint64_t ElemMarks(const void *priv)
     return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(priv));
 }
 
-} // namespace kzt
+} // namespace kz::types
 
 #endif /* KZT_SEG_UTIL_H */

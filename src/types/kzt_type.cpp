@@ -5,6 +5,7 @@
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "base/kz_kit.h"
 
 extern "C" {
 
@@ -13,12 +14,10 @@ uint32_t KZT_TYPE_ExpandConstraintArray(KztRealType *realType, uint16_t count)
     if (realType == nullptr || realType->constraints != nullptr || count == 0) {
         return KZ_EINVAL;
     }
-    size_t bytes = sizeof(KztTypeConstraint) * count;
-    auto *entries = static_cast<KztTypeConstraint *>(KZ_MemMalloc(bytes));
+    auto *entries = kz::ZeroAlloc<KztTypeConstraint>(count);
     if (entries == nullptr) {
         return KZ_ENOMEM;
     }
-    std::memset(entries, 0, bytes);
     realType->constraints = entries;
     realType->consCount = 0;
     return KZ_OK;
@@ -116,11 +115,10 @@ KztRealType *KZT_TYPE_CopyNytRealType(KzDict *dict, const KztRealType *src)
     if (src == nullptr) {
         return nullptr;
     }
-    auto *copy = static_cast<KztRealType *>(KZ_MemMalloc(sizeof(KztRealType)));
+    auto *copy = kz::ZeroAlloc<KztRealType>();
     if (copy == nullptr) {
         return nullptr;
     }
-    std::memset(copy, 0, sizeof(KztRealType));
     if (KZT_TYPE_CopyNytRealTypeInner(dict, copy, src) != KZ_OK) {
         KZ_MemFree(copy);
         return nullptr;

@@ -1,27 +1,26 @@
 /* Union constraint: member types in document order; a value takes the
  * first member that accepts it. */
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 
 extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithUnion(uint16_t segCount)
 {
-    return kzt::NewSegBody<KztConsDataUnion, KztRealType>(segCount);
+    return kz::types::NewSegBody<KztConsDataUnion, KztRealType>(segCount);
 }
 
 void KZT_CONS_DestroyConsDataBodyWithUnion(KzDict *dict, void *body)
 {
-    kzt::DestroySegBody<KztConsDataUnion>(
+    kz::types::DestroySegBody<KztConsDataUnion>(
         dict, body, [](KzDict *d, KztRealType &seg) { KZT_TYPE_DestroyNytRealTypeInner(d, &seg); });
 }
 
 void *KZT_CONS_CopyConsDataBodyWithUnion(KzDict *dict, const void *src)
 {
-    return kzt::CopySegBody<KztConsDataUnion, KztRealType>(
+    return kz::types::CopySegBody<KztConsDataUnion, KztRealType>(
         dict, src, KZT_CONS_DestroyConsDataBodyWithUnion, [](KzDict *d, KztRealType &to, const KztRealType &from) {
             return KZT_TYPE_CopyNytRealTypeInner(d, &to, &from) == KZ_OK;
         });
@@ -38,11 +37,11 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataUnion(void *body, uint32_t inputKi
         /* Each member starts clean: the outer chain's bounds and explicit
          * range count do not apply inside a member. */
         KztValCheckCtx member;
-        if (!kzt::EnterFreshCheckCtx(chk, chk->schemaNode, &member)) {
+        if (!kz::types::EnterFreshCheckCtx(chk, chk->schemaNode, &member)) {
             return KZ_VAL_ERR_UNION;
         }
         const uint32_t rc = KZT_TYPE_ValidateValueNodeAgainstRealType(&u->segs[i], inputKind, input, &member);
-        kzt::LeaveFreshCheckCtx(chk, &member);
+        kz::types::LeaveFreshCheckCtx(chk, &member);
         if (rc == KZ_OK) {
             KZT_TYPE_SetMatchRealType(chk, member.matchRealType != nullptr ? member.matchRealType : &u->segs[i]);
             return KZ_OK;

@@ -4,7 +4,6 @@
 #include <new>
 #include <unordered_map>
 
-#include "base/kz_mem.h"
 
 struct KzXpathLexCache {
     /* text address -> token list (null when the text does not tokenize) */

@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include "base/kz_mem.h"
 #include "xpath/kz_xpath_stack.h"
 #include "base/kz_guard.h"
 

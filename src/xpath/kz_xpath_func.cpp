@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "schema/kzs_ctx.h"
+#include "base/kz_kit.h"
 #include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
@@ -13,7 +14,6 @@
 namespace {
 
 constexpr uint32_t kFuncNameBufSize = 21;
-constexpr uint32_t kIdentPartBufSize = 65;
 
 struct FuncEntry {
     const char *name;
@@ -34,7 +34,7 @@ uint32_t SplitIdentity(const char *text, char *modOut, char *nameOut, bool *hasM
     const char *name = colon != nullptr ? colon + 1 : text;
     size_t modLen = colon != nullptr ? static_cast<size_t>(colon - text) : 0;
     size_t nameLen = std::strlen(name);
-    if (modLen >= kIdentPartBufSize || nameLen >= kIdentPartBufSize) {
+    if (modLen >= kz::kNameBufSize || nameLen >= kz::kNameBufSize) {
         return KZ_EINVAL;
     }
     std::memcpy(modOut, text, modLen);
@@ -54,16 +54,6 @@ uint32_t ValueKind(const xmlNode *node)
 {
     const XpathValueAccessor *values = AccessorOf(node);
     return values != nullptr ? values->valueKind(node) : KZ_XPATH_VALUE_NO_SCHEMA;
-}
-
-char *DupText(const char *text)
-{
-    size_t len = std::strlen(text);
-    auto *copy = static_cast<char *>(KZ_MemMalloc(len + 1));
-    if (copy != nullptr) {
-        std::memcpy(copy, text, len + 1);
-    }
-    return copy;
 }
 
 } // namespace
@@ -93,14 +83,14 @@ char *KZ_XPATH_CopyElementNodeContent(xmlNode *node)
 {
     const char *plain = KZ_XPATH_PlainNodeValue(node);
     if (plain != nullptr) {
-        return DupText(plain);
+        return kz::DupText(plain);
     }
     if (node->type == XML_ELEMENT_NODE && ValueKind(node) == KZ_XPATH_VALUE_IDENTITY) {
         /* identityref values compare in module:identity form, whatever prefix the document used */
         char *value = AccessorOf(node)->identityValue(node);
-        return value != nullptr ? value : DupText("");
+        return value != nullptr ? value : kz::DupText("");
     }
-    return kz::xml::DupTextContent(node); /* entity references stay unexpanded */
+    return kz::base::DupTextContent(node); /* entity references stay unexpanded */
 }
 
 XpathFunc KZ_XPATH_GetXpathFunction(const char *name, uint32_t nameLength)
@@ -183,8 +173,8 @@ uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identi
     if (kind != KZ_XPATH_VALUE_IDENTITY || ownModule == nullptr) {
         return KZ_EINVAL;
     }
-    char valMod[kIdentPartBufSize];
-    char valName[kIdentPartBufSize];
+    char valMod[kz::kNameBufSize];
+    char valName[kz::kNameBufSize];
     bool hasModule = false;
     char *value = KZ_XPATH_CopyElementNodeContent(node);
     if (value == nullptr || value[0] == '\0') {
@@ -203,8 +193,8 @@ uint32_t KZ_XPATH_NodeValueDerivedFromIdentity(xmlNode *node, const char *identi
     if (found == nullptr) {
         return KZ_EINVAL;
     }
-    char argMod[kIdentPartBufSize];
-    char argName[kIdentPartBufSize];
+    char argMod[kz::kNameBufSize];
+    char argName[kz::kNameBufSize];
     ret = SplitIdentity(identity, argMod, argName, &hasModule);
     if (ret != KZ_OK) {
         return ret;

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "base/kz_guard.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -282,11 +282,10 @@ XpathLex *KZ_XPATH_ExprTokenize(const char *expr)
         if (expr == nullptr) {
             return nullptr;
         }
-        auto *lex = static_cast<XpathLex *>(KZ_MemMalloc(sizeof(XpathLex)));
+        auto *lex = kz::ZeroAlloc<XpathLex>();
         if (lex == nullptr) {
             return nullptr;
         }
-        std::memset(lex, 0, sizeof(*lex));
         lex->expr = expr;
         if (GrowTokens(lex) != KZ_OK) {
             KZ_MemFree(lex);

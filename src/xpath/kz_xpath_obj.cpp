@@ -11,26 +11,13 @@
 #include <new>
 #include <vector>
 
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "xpath/kz_xpath_stack.h"
+#include "base/kz_kit.h"
 
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-char *DupText(const char *text, size_t len)
-{
-    auto *copy = static_cast<char *>(KZ_MemMalloc(len + 1));
-    if (copy == nullptr) {
-        return nullptr;
-    }
-    if (len != 0) {
-        std::memcpy(copy, text, len);
-    }
-    copy[len] = '\0';
-    return copy;
-}
 
 bool IsXpathBlank(char c)
 {
@@ -148,11 +135,10 @@ double KZ_XPATH_StrToNumber(const char *text)
 
 XpathObject *KZ_XPATH_NewObject(uint32_t type)
 {
-    auto *obj = static_cast<XpathObject *>(KZ_MemMalloc(sizeof(XpathObject)));
+    auto *obj = kz::ZeroAlloc<XpathObject>();
     if (obj == nullptr) {
         return nullptr;
     }
-    std::memset(obj, 0, sizeof(*obj));
     obj->type = type;
     return obj;
 }
@@ -234,7 +220,7 @@ uint32_t KZ_XPATH_PushStringToObjStack(XpathObjStack *stack, const char *text, u
     if (obj == nullptr) {
         return KZ_ENOMEM;
     }
-    obj->val.str = DupText(text, length);
+    obj->val.str = kz::DupText(text, length);
     if (obj->val.str == nullptr) {
         KZ_XPATH_FreeObject(obj);
         return KZ_ENOMEM;
@@ -285,7 +271,7 @@ uint32_t KZ_XPATH_ConvertBooleanToString(XpathObject *obj)
         return KZ_EINVAL;
     }
     const char *text = obj->val.boolean != 0 ? "true" : "false";
-    char *copy = DupText(text, std::strlen(text));
+    char *copy = kz::DupText(text, std::strlen(text));
     if (copy == nullptr) {
         return KZ_ENOMEM;
     }
@@ -318,7 +304,7 @@ uint32_t KZ_XPATH_ConvertNodeToNumber(XpathObject *obj)
     if (obj->val.node == nullptr) {
         return SetNumber(obj, 0.0);
     }
-    char *content = kz::xml::DupTextContent(obj->val.node); /* entities never expanded */
+    char *content = kz::base::DupTextContent(obj->val.node); /* entities never expanded */
     if (content == nullptr) {
         return KZ_ENOMEM;
     }

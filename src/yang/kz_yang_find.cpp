@@ -8,6 +8,7 @@
 #include "korla.h"
 #include "base/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
+#include "base/kz_kit.h"
 
 namespace kz::yang {
 namespace {
@@ -76,10 +77,7 @@ std::string FindYangFile(const std::vector<std::string> &dirs, const char *name,
 
 bool ReadWholeFile(const char *path, std::string *out)
 {
-    struct Closer {
-        void operator()(FILE *f) const { std::fclose(f); }
-    };
-    std::unique_ptr<FILE, Closer> file(std::fopen(path, "rb"));
+    FilePtr file(std::fopen(path, "rb"));
     if (file == nullptr) {
         return false;
     }

@@ -20,6 +20,7 @@
 #include "base/kz_xml.h"
 #include "yang/kz_yang_keyword.h"
 #include "yang/kz_yang_lex.h"
+#include "base/kz_kit.h"
 
 namespace kz::yang {
 namespace {

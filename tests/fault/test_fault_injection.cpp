@@ -121,7 +121,7 @@ bool Leaked()
 void Arm(Fault kind, uint64_t n)
 {
     if (kind == Fault::Malloc) {
-        kz_mem_fail_nth(n);
+        kz::base::FailNthAlloc(n);
     } else {
         g_newCountdown.store(n);
     }
@@ -130,8 +130,8 @@ void Arm(Fault kind, uint64_t n)
 /* Disarms; true when the failure was injected. */
 bool Disarm(Fault kind)
 {
-    const uint64_t left = kind == Fault::Malloc ? kz_mem_fail_pending() : g_newCountdown.load();
-    kz_mem_fail_nth(0);
+    const uint64_t left = kind == Fault::Malloc ? kz::base::PendingAllocFailure() : g_newCountdown.load();
+    kz::base::FailNthAlloc(0);
     g_newCountdown.store(0);
     return left == 0;
 }

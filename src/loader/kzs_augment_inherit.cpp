@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "loader/kzs_cond.h"
-#include "base/kz_mem.h"
+#include "loader/kzs_augment_inherit.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
+#include "base/kz_kit.h"
 
 namespace {
 
@@ -119,11 +119,10 @@ KZ_API char *KZS_NODE_GetParentCond(const char *cond, const KzsNode *augment)
     CondRewrite rw {};
     rw.cap = static_cast<uint32_t>(len * 2);
     /* An empty condition still yields an (empty) string. */
-    rw.out = static_cast<char *>(KZ_MemMalloc(rw.cap == 0 ? 1 : rw.cap));
+    rw.out = kz::ZeroAlloc<char>(rw.cap == 0 ? 1 : rw.cap);
     if (rw.out == nullptr) {
         return nullptr;
     }
-    std::memset(rw.out, 0, rw.cap == 0 ? 1 : rw.cap);
     XpathLex *lex = KZ_XPATH_ExprTokenize(cond);
     if (lex == nullptr) {
         KZ_MemFree(rw.out);

@@ -10,7 +10,7 @@ namespace {
  * is bound to while a validation runs tells what its text means. */
 uint32_t ValueKind(const xmlNode *element)
 {
-    const KzsNode *sn = kzd_schema_of(element);
+    const KzsNode *sn = kz::data::SchemaOf(element);
     if (sn == nullptr) {
         return KZ_XPATH_VALUE_NO_SCHEMA;
     }
@@ -19,12 +19,12 @@ uint32_t ValueKind(const xmlNode *element)
 
 char *IdentityValue(xmlNode *element)
 {
-    return KZD_NODE_GetValueContent(element, kzd_schema_of(element));
+    return KZD_NODE_GetValueContent(element, kz::data::SchemaOf(element));
 }
 
 const KzsIdentity *FindIdentity(const xmlNode *element, const char *modName, const char *identName)
 {
-    const KzsNode *sn = kzd_schema_of(element);
+    const KzsNode *sn = kz::data::SchemaOf(element);
     return sn != nullptr && sn->module != nullptr
                ? KZ_CTX_FindIdentityByModNameAndIdentName(sn->module->ctx, modName, identName)
                : nullptr;
@@ -32,7 +32,7 @@ const KzsIdentity *FindIdentity(const xmlNode *element, const char *modName, con
 
 const char *ModuleName(const xmlNode *element)
 {
-    const KzsNode *sn = kzd_schema_of(element);
+    const KzsNode *sn = kz::data::SchemaOf(element);
     return sn != nullptr && sn->module != nullptr ? sn->module->name : nullptr;
 }
 
@@ -73,7 +73,9 @@ const XpathValueAccessor &BoundValues()
 
 } // namespace kz::data
 
-uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond)
+using namespace kz::data;
+
+uint32_t kz::data::EvalCondition(KzdCheckAux *aux, xmlNode *contextNode, const char *cond)
 {
     BoundValuesScope values(contextNode);
     if (aux->condCache == nullptr) {
@@ -85,7 +87,7 @@ uint32_t kzd_eval_condition(KzdCheckAux *aux, xmlNode *contextNode, const char *
     return KZ_XPATH_EvalCachedCondition(aux->condCache, aux->root, contextNode, cond);
 }
 
-void kzd_cond_cache_free(KzdCheckAux *aux)
+void kz::data::FreeCondCache(KzdCheckAux *aux)
 {
     KZ_XPATH_DestroyLexCache(aux->condCache);
     aux->condCache = nullptr;
@@ -93,17 +95,17 @@ void kzd_cond_cache_free(KzdCheckAux *aux)
 
 namespace {
 
-bool is_operation_kind(uint32_t kind)
+bool IsOperationKind(uint32_t kind)
 {
     return kind == KZS_NODE_ACTION || kind == KZS_NODE_RPC || kind == KZS_NODE_NOTIF || kind == KZS_NODE_INPUT ||
            kind == KZS_NODE_OUTPUT;
 }
 
 /* The next element after node in document order within op, skipping node's children. */
-xmlNode *next_skipping_children(xmlNode *op, xmlNode *node)
+xmlNode *NextSkippingChildren(xmlNode *op, xmlNode *node)
 {
     while (node != nullptr && node != op) {
-        xmlNode *sib = kzd_next_element(node);
+        xmlNode *sib = NextElement(node);
         if (sib != nullptr) {
             return sib;
         }
@@ -112,22 +114,22 @@ xmlNode *next_skipping_children(xmlNode *op, xmlNode *node)
     return nullptr;
 }
 
-xmlNode *next_in_document(xmlNode *op, xmlNode *node, bool intoChildren)
+xmlNode *NextInDocument(xmlNode *op, xmlNode *node, bool intoChildren)
 {
     if (intoChildren) {
-        xmlNode *child = kzd_first_child_element(node);
+        xmlNode *child = FirstChildElement(node);
         if (child != nullptr) {
             return child;
         }
     }
-    return next_skipping_children(op, node);
+    return NextSkippingChildren(op, node);
 }
 
 /* Evaluates every when below and at op in document order, removing (or reporting) the
  * elements whose when is false; held(element) follows each element whose when holds, and
  * removed() each removal. */
 template <typename Held, typename Removed>
-uint32_t walk_whens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
+uint32_t WalkWhens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
 {
     xmlNode *node = op;
     while (node != nullptr) {
@@ -138,7 +140,7 @@ uint32_t walk_whens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
         }
         if (holds) {
             held(node);
-            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
+            node = NextInDocument(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kz::data::SchemaOf(node)));
             continue;
         }
         xmlNode *gone = nullptr;
@@ -146,9 +148,9 @@ uint32_t walk_whens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
         if (rc != KZ_OK) {
             return rc;
         }
-        xmlNode *next = next_skipping_children(op, gone);
+        xmlNode *next = NextSkippingChildren(op, gone);
         if (aux->flags & KZD_CHECK_NOTIF) {
-            kzd_remove_element(gone);
+            RemoveElement(gone);
         } else {
             KZD_PAS_DeleteDefaultAddNode(aux, gone);
         }
@@ -160,9 +162,9 @@ uint32_t walk_whens(KzdCheckAux *aux, xmlNode *op, Held held, Removed removed)
 
 /* Schema node whose musts the must walk checks at op: the input of an rpc or action, the
  * notification itself; null when requests of this kind have no musts to check. */
-KzsNode *must_start(const KzdCheckAux *aux, xmlNode *op)
+KzsNode *MustStart(const KzdCheckAux *aux, xmlNode *op)
 {
-    KzsNode *start = kzd_schema_of(op);
+    KzsNode *start = kz::data::SchemaOf(op);
     if (start == nullptr) {
         return nullptr;
     }
@@ -177,14 +179,14 @@ KzsNode *must_start(const KzdCheckAux *aux, xmlNode *op)
 }
 
 /* Whether every must of schemaNode holds at element; evaluation only, nothing is reported. */
-bool musts_hold(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
+bool MustsHold(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
 {
     if (schemaNode == nullptr) {
         return true;
     }
     for (uint16_t i = 0; i < schemaNode->mustCount; ++i) {
         const char *cond = schemaNode->musts[i].cond;
-        if (cond == nullptr || kzd_eval_condition(aux, element, cond) != KZ_OK) {
+        if (cond == nullptr || EvalCondition(aux, element, cond) != KZ_OK) {
             return false;
         }
     }
@@ -198,19 +200,19 @@ extern "C" {
 KZ_API uint32_t KZD_PAS_EvalDataNodeWhenCond(KzdCheckAux *aux, xmlNode *element, uint32_t *holds)
 {
     *holds = 1;
-    KzsNode *schema = kzd_schema_of(element);
-    if (schema == nullptr || is_operation_kind(schema->kind)) {
+    KzsNode *schema = kz::data::SchemaOf(element);
+    if (schema == nullptr || IsOperationKind(schema->kind)) {
         return KZ_OK;
     }
     auto eval = [&](xmlNode *ctxNode, const char *cond) -> uint32_t {
-        uint32_t rc = kzd_eval_condition(aux, ctxNode, cond);
+        uint32_t rc = EvalCondition(aux, ctxNode, cond);
         if (rc == KZD_COND_FALSE) {
             *holds = 0;
             return KZ_OK;
         }
         if (rc != KZ_OK) {
-            kzd_report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, kzd_name(element),
-                       "Failed to check when condition of %s.", kzd_name(element));
+            Report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, ElementName(element),
+                       "Failed to check when condition of %s.", ElementName(element));
         }
         return rc;
     };
@@ -240,17 +242,17 @@ KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *el
         return KZ_OK;
     }
     if (!KZD_PAS_IsDefaultAddNode(element)) {
-        kzd_report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, kzd_name(element), "%s is not satisfied when condition.",
-                   kzd_name(element));
+        Report(aux, KZ_ERR_TAG_UNKNOWN_ELEMENT, element, ElementName(element), "%s is not satisfied when condition.",
+                   ElementName(element));
         return KZD_COND_FALSE;
     }
     /* Remove the added element, then its added ancestors that are left without elements. */
     xmlNode *last = element;
     xmlNode *parent = element->parent;
     while (parent != nullptr && KZD_PAS_IsDefaultAddNode(parent)) {
-        xmlNode *other = kzd_first_child_element(parent);
+        xmlNode *other = FirstChildElement(parent);
         while (other == last) {
-            other = kzd_next_element(other);
+            other = NextElement(other);
         }
         if (other != nullptr) {
             break;
@@ -264,7 +266,7 @@ KZ_API uint32_t KZD_PAS_ProcDataNodeWhenCondNoPass(KzdCheckAux *aux, xmlNode *el
 
 KZ_API uint32_t KZD_PAS_EvalDataTreeWhen(KzdCheckAux *aux, xmlNode *op)
 {
-    return walk_whens(aux, op, [](xmlNode *) {}, [] {});
+    return WalkWhens(aux, op, [](xmlNode *) {}, [] {});
 }
 
 KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element, const KzsNode *schemaNode)
@@ -277,13 +279,13 @@ KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element,
         if (must.cond == nullptr) {
             return KZ_EINVAL;
         }
-        uint32_t rc = kzd_eval_condition(aux, element, must.cond);
+        uint32_t rc = EvalCondition(aux, element, must.cond);
         if (rc == KZ_OK) {
             continue;
         }
         if (rc != KZD_COND_FALSE) {
-            kzd_report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, kzd_name(element),
-                       "Failed to check must condition of %s.", kzd_name(element));
+            Report(aux, KZ_ERR_TAG_OPERATION_FAILED, element, ElementName(element),
+                       "Failed to check must condition of %s.", ElementName(element));
             return rc;
         }
         if (aux->flags & KZD_CHECK_NOTIF) {
@@ -293,12 +295,12 @@ KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element,
             aux->err = KZD_ERR_NewErrNode(aux, KZ_ERR_TYPE_APPLICATION, KZ_ERR_SEVERITY_ERROR,
                                           KZ_ERR_TAG_OPERATION_FAILED, element);
         }
-        KZD_ERR_SetBadElement(aux->err, kzd_name(element));
+        KZD_ERR_SetBadElement(aux->err, ElementName(element));
         KZD_ERR_SetErrorAppTag(aux->err, must.errAppTag != nullptr ? must.errAppTag : "must-violation");
         if (must.errMsg != nullptr) {
             KZD_ERR_SetErrorMsg(aux->err, "%s", must.errMsg);
         } else {
-            KZD_ERR_SetErrorMsg(aux->err, "%s is not satisfied must condition.", kzd_name(element));
+            KZD_ERR_SetErrorMsg(aux->err, "%s is not satisfied must condition.", ElementName(element));
         }
         return KZD_COND_FALSE;
     }
@@ -307,10 +309,10 @@ KZ_API uint32_t KZD_PAS_EvalDataNodeMustCond(KzdCheckAux *aux, xmlNode *element,
 
 KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op)
 {
-    if (kzd_schema_of(op) == nullptr) {
+    if (kz::data::SchemaOf(op) == nullptr) {
         return KZ_EINVAL;
     }
-    KzsNode *start = must_start(aux, op);
+    KzsNode *start = MustStart(aux, op);
     if (start == nullptr) {
         return KZ_OK;
     }
@@ -318,16 +320,16 @@ KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op)
     if (rc != KZ_OK) {
         return rc;
     }
-    xmlNode *node = kzd_first_child_element(op);
+    xmlNode *node = FirstChildElement(op);
     while (node != nullptr) {
-        rc = KZD_PAS_EvalDataNodeMustCond(aux, node, kzd_schema_of(node));
+        rc = KZD_PAS_EvalDataNodeMustCond(aux, node, kz::data::SchemaOf(node));
         if (rc == KZ_OK) {
-            node = next_in_document(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(node)));
+            node = NextInDocument(op, node, !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kz::data::SchemaOf(node)));
             continue;
         }
         if (rc == KZD_COND_FALSE && (aux->flags & KZD_CHECK_NOTIF)) {
-            xmlNode *next = next_skipping_children(op, node);
-            kzd_remove_element(node);
+            xmlNode *next = NextSkippingChildren(op, node);
+            RemoveElement(node);
             node = next;
             continue;
         }
@@ -338,19 +340,19 @@ KZ_API uint32_t KZD_PAS_EvalDataTreeMust(KzdCheckAux *aux, xmlNode *op)
 
 KZ_API uint32_t KZD_PAS_EvalDataTreeWhenMust(KzdCheckAux *aux, xmlNode *op)
 {
-    if (op == nullptr || kzd_schema_of(op) == nullptr) {
+    if (op == nullptr || kz::data::SchemaOf(op) == nullptr) {
         return KZ_EINVAL;
     }
     /* Musts are checked along the when walk. While nothing is removed the tree they see is the
      * final one, so if all of them hold the must walk would find the same and is not needed.
      * Any removal or failing must leaves the decision, and the error record, to the must walk
      * after all whens, as always. */
-    KzsNode *start = must_start(aux, op);
-    bool allHeld = start != nullptr && !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kzd_schema_of(op));
-    uint32_t rc = walk_whens(
+    KzsNode *start = MustStart(aux, op);
+    bool allHeld = start != nullptr && !KZD_MDL_IsSchemaNodeNeedSkipProcChildNode(kz::data::SchemaOf(op));
+    uint32_t rc = WalkWhens(
         aux, op,
         [&](xmlNode *e) {
-            allHeld = allHeld && musts_hold(aux, e, e == op ? start : kzd_schema_of(e));
+            allHeld = allHeld && MustsHold(aux, e, e == op ? start : kz::data::SchemaOf(e));
         },
         [&] { allHeld = false; });
     if (rc != KZ_OK || allHeld) {

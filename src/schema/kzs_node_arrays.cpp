@@ -1,10 +1,9 @@
 /* Arrays of if-features, musts and leaf-list defaults held by nodes. */
 #include <cstring>
 
-#include "base/kz_mem.h"
 #include "schema/kzs_internal.h"
 
-using namespace kzs;
+using namespace kz::schema;
 
 extern "C" {
 
@@ -171,7 +170,7 @@ uint32_t KZS_NODE_SubtractMustsArray(KzDict *dict, KzsMust **musts, uint16_t *co
     }
     KzsMust *fresh = nullptr;
     if (survivors != 0) {
-        fresh = AllocZeroed<KzsMust>(survivors);
+        fresh = kz::ZeroAlloc<KzsMust>(survivors);
         if (fresh == nullptr) {
             return KZ_ENOMEM;
         }
@@ -196,7 +195,7 @@ const char **KZS_NODE_CopyDefaults(KzDict *dict, const char *const *src, uint32_
     if (dict == nullptr || src == nullptr || count == 0) {
         return nullptr;
     }
-    auto **dst = AllocZeroed<const char *>(count);
+    auto **dst = kz::ZeroAlloc<const char *>(count);
     if (dst == nullptr) {
         return nullptr;
     }
@@ -232,7 +231,7 @@ uint32_t KZS_NODE_AppendLeaflistDefaults(KzDict *dict, KzsLeafListInfo *info, ui
     if (total > UINT32_MAX / sizeof(const char *)) {
         return KZ_EINVAL;
     }
-    auto **fresh = AllocZeroed<const char *>(static_cast<size_t>(total));
+    auto **fresh = kz::ZeroAlloc<const char *>(static_cast<size_t>(total));
     if (fresh == nullptr) {
         return KZ_ENOMEM;
     }
@@ -267,7 +266,7 @@ uint32_t KZS_NODE_SubtractLeaflistDefaults(KzDict *dict, KzsLeafListInfo *info, 
     }
     const char **fresh = nullptr;
     if (survivors != 0) {
-        fresh = AllocZeroed<const char *>(survivors);
+        fresh = kz::ZeroAlloc<const char *>(survivors);
         if (fresh == nullptr) {
             return KZ_ENOMEM;
         }

@@ -3,20 +3,19 @@
 #include <cstring>
 
 #include "schema/kzs_ctx.h"
-#include "base/kz_mem.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 
 extern "C" {
 
 void *KZT_CONS_CreateConsDataBodyWithPath(uint16_t segCount)
 {
     (void)segCount;
-    return kzt::ZeroAlloc(sizeof(KztConsDataPath));
+    return kz::ZeroAlloc<KztConsDataPath>();
 }
 
 void KZT_CONS_DestroyConsDataBodyWithPath(KzDict *dict, void *body)
@@ -37,7 +36,7 @@ void *KZT_CONS_CopyConsDataBodyWithPath(KzDict *dict, const void *src)
     if (dict == nullptr || s == nullptr) {
         return nullptr;
     }
-    auto *d = static_cast<KztConsDataPath *>(kzt::ZeroAlloc(sizeof(KztConsDataPath)));
+    auto *d = kz::ZeroAlloc<KztConsDataPath>();
     if (d == nullptr) {
         return nullptr;
     }
@@ -64,7 +63,7 @@ uint32_t KZT_LOADER_FillConsDataAndAllPathSeg(KzCtx *ctx, KzMod *mod, xmlNode *t
     /* Only an explicit "false" turns the instance requirement off. */
     body->requireInstance = 1;
     for (xmlNode *c = typeElem->children; c != nullptr; c = c->next) {
-        if (c->type == XML_ELEMENT_NODE && kzt::ElemNameIs(c->name, "require-instance")) {
+        if (c->type == XML_ELEMENT_NODE && kz::types::ElemNameIs(c->name, "require-instance")) {
             const char *v = KZ_XML_GetFirstPropertyValue(c);
             if (v != nullptr && v[0] == 'f') {
                 body->requireInstance = 0;
@@ -103,11 +102,11 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataPath(void *body, uint32_t inputKin
         return KZ_VAL_ERR_LEAFREF;
     }
     KztValCheckCtx inner;
-    if (!kzt::EnterFreshCheckCtx(chk, target, &inner)) {
+    if (!kz::types::EnterFreshCheckCtx(chk, target, &inner)) {
         return KZ_VAL_ERR_LEAFREF;
     }
     const uint32_t rc = KZT_TYPE_ValidateValueNodeAgainstRealType(targetType, inputKind, input, &inner);
-    kzt::LeaveFreshCheckCtx(chk, &inner);
+    kz::types::LeaveFreshCheckCtx(chk, &inner);
     if (rc != KZ_OK) {
         return rc;
     }

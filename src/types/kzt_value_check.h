@@ -1,13 +1,13 @@
 /* Private helpers of the value checks: the fresh check contexts that union
  * members and leafref targets start with.  Not exported. */
-#ifndef KZT_VALID_PRIV_H
-#define KZT_VALID_PRIV_H
+#ifndef KZT_VALUE_CHECK_H
+#define KZT_VALUE_CHECK_H
 
 #include <cstring>
 
 #include "types/kzt_cons.h"
 
-namespace kzt {
+namespace kz::types {
 
 /* Union members and leafref targets nest check contexts; typedefs may refer
  * to each other through unions, so both the nesting and the total number of
@@ -38,6 +38,6 @@ inline void LeaveFreshCheckCtx(KztValCheckCtx *outer, const KztValCheckCtx *inne
     outer->stepCount = inner->stepCount;
 }
 
-} // namespace kzt
+} // namespace kz::types
 
-#endif /* KZT_VALID_PRIV_H */
+#endif /* KZT_VALUE_CHECK_H */

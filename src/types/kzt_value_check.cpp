@@ -6,7 +6,7 @@
 #include "schema/kzs_mod.h"
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
-#include "types/kzt_valid_priv.h"
+#include "types/kzt_value_check.h"
 #include "base/kz_guard.h"
 
 namespace {
@@ -123,7 +123,7 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataDerived(void *body, uint32_t input
         }
         parent = &tdef->realType;
     }
-    if (!kzt::TakeCheckStep(chk)) {
+    if (!kz::types::TakeCheckStep(chk)) {
         return KZ_VAL_ERR_DERIVED;
     }
     ++chk->derivedDepth;

@@ -1,6 +1,6 @@
 /* Handing an augment's when condition and if-features down to its children. */
-#ifndef KZS_COND_H
-#define KZS_COND_H
+#ifndef KZS_AUGMENT_INHERIT_H
+#define KZS_AUGMENT_INHERIT_H
 
 #include "korla.h"
 #include "base/kz_dict.h"
@@ -43,4 +43,4 @@ KZ_API void KZS_NODE_GetCondUpdateSetFuncFlag(CondRewrite *rw, const XpathLex *l
 }
 #endif
 
-#endif /* KZS_COND_H */
+#endif /* KZS_AUGMENT_INHERIT_H */

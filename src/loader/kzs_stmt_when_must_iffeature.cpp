@@ -6,32 +6,28 @@
 
 #include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
-#include "base/kz_mem.h"
+#include "base/kz_scan.h"
 #include "base/kz_xml.h"
 #include "schema/kzs_node.h"
 #include "xpath/kz_xpath.h"
+#include "base/kz_kit.h"
 
-using kzs::ElemArg;
-using kzs::Keyword;
-using kzs::ModDict;
+using kz::loader::ElemArg;
+using kz::loader::Keyword;
+using kz::schema::ModDict;
 
 namespace {
 
 constexpr size_t kCondBufSize = 3097; /* 3096 characters and the terminator */
-constexpr size_t kNameBufSize = 65;
 
 struct LexFree {
     void operator()(XpathLex *lex) const { KZ_XPATH_FreeXpathLex(lex); }
 };
 
-struct MemFree {
-    void operator()(char *p) const { KZ_MemFree(p); }
-};
-
 /* Reads a condition argument, rewrites literal prefixes and interns the result. */
 const char *InternCondition(KzMod *mod, const char *value, uint32_t stmt)
 {
-    std::unique_ptr<char, MemFree> rewritten(KZS_LOADER_TransPrefix2ModNameInLiteral(mod, value));
+    kz::MemPtr<char> rewritten(KZS_LOADER_TransPrefix2ModNameInLiteral(mod, value));
     if (rewritten == nullptr) {
         /* Keep the text as written; the condition still loads. */
         KZS_LOADER_MOD_ERR(mod, KZS_MSG_TRANS_PREFIX, Keyword(stmt));
@@ -77,8 +73,8 @@ KZ_API uint32_t KZS_LOADER_AddModuleNameIntoCondition(KzMod *mod, char *out, siz
     }
     const size_t prefixLen = static_cast<const char *>(colon) - body;
     const char *modName = nullptr;
-    if (prefixLen < kNameBufSize) {
-        char prefix[kNameBufSize] = {0};
+    if (prefixLen < kz::kNameBufSize) {
+        char prefix[kz::kNameBufSize] = {0};
         std::memcpy(prefix, body, prefixLen);
         modName = KZS_MOD_GetModuleNameByPrefix(mod, prefix);
     }
@@ -105,11 +101,10 @@ KZ_API char *KZS_LOADER_TransPrefix2ModNameInLiteral(KzMod *mod, const char *con
     if (lex == nullptr) {
         return nullptr;
     }
-    std::unique_ptr<char, MemFree> out(static_cast<char *>(KZ_MemMalloc(kCondBufSize)));
+    kz::MemPtr<char> out(kz::ZeroAlloc<char>(kCondBufSize));
     if (out == nullptr) {
         return nullptr;
     }
-    std::memset(out.get(), 0, kCondBufSize);
     size_t used = 0;
     const char *copied = cond; /* end of what has been copied so far */
     const uint32_t count = KZ_XPATH_GetTokenNumber(lex.get());
@@ -135,11 +130,7 @@ KZ_API char *KZS_LOADER_TransPrefix2ModNameInLiteral(KzMod *mod, const char *con
     if (KZS_LOADER_CopyTokenIntoOutCondition(out.get(), kCondBufSize, &used, copied, std::strlen(copied)) != KZ_OK) {
         return nullptr;
     }
-    char *result = static_cast<char *>(KZ_MemMalloc(used + 1));
-    if (result != nullptr) {
-        std::memcpy(result, out.get(), used + 1);
-    }
-    return result;
+    return kz::DupText(out.get(), used);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)
@@ -148,7 +139,7 @@ KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_WHEN);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_WHEN);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -156,7 +147,7 @@ KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (interned == nullptr) {
         return KZ_ENOMEM;
     }
-    kzs::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
+    kz::loader::ReplaceInterned(ModDict(mod), static_cast<const char **>(dest), interned);
     return KZ_OK;
 }
 
@@ -166,7 +157,7 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_MUST);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_MUST);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
@@ -175,7 +166,7 @@ KZ_API uint32_t KZS_LOADER_ParseMust(KzMod *mod, xmlNode *elem, uint32_t parentS
     if (cond == nullptr) {
         return KZ_ENOMEM;
     }
-    kzs::ReplaceInterned(ModDict(mod), &must->cond, cond);
+    kz::loader::ReplaceInterned(ModDict(mod), &must->cond, cond);
     SubParseElem elems[] = {
         {KZS_STMT_ERROR_MESSAGE, &must->errMsg, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
         {KZS_STMT_ERROR_APP_TAG, &must->errAppTag, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
@@ -194,12 +185,12 @@ KZ_API uint32_t KZS_LOADER_ParseIfFeature(KzMod *mod, xmlNode *elem, uint32_t pa
     if (mod == nullptr || elem == nullptr || dest == nullptr) {
         return KZ_EINVAL;
     }
-    const char *value = kzs::RequireArg(mod, elem, KZS_STMT_IF_FEATURE);
+    const char *value = kz::loader::RequireArg(mod, elem, KZS_STMT_IF_FEATURE);
     if (value == nullptr) {
         return KZ_EINVAL;
     }
-    char prefix[kNameBufSize] = {0};
-    char feature[kNameBufSize] = {0};
+    char prefix[kz::kNameBufSize] = {0};
+    char feature[kz::kNameBufSize] = {0};
     uint32_t ret = KZ_UTL_GetXPathNextPrefixAndNode(value, prefix, sizeof(prefix), feature, sizeof(feature));
     const char *modName = nullptr;
     if (ret != KZ_OK) {
