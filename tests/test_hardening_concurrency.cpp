@@ -23,6 +23,8 @@ const char *kModule = R"yin(<?xml version="1.0"?>
     <leaf name="word"><type name="string"><pattern value="[a-z]+"/></type></leaf>
     <leaf name="kind"><type name="identityref"><base name="hx:base-id"/></type></leaf>
     <leaf name="u"><type name="union"><type name="hx:small"/><type name="boolean"/></type></leaf>
+    <leaf name="ref"><type name="leafref"><path value="../n"/></type></leaf>
+    <leaf name="flags"><type name="bits"><bit name="x"/><bit name="y"/></type></leaf>
   </container>
   <rpc name="op">
     <input>
@@ -57,11 +59,27 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
     constexpr int kRounds = 150;
     std::atomic<int> wrong{0};
     KzCtx *ctx = ctx_;
-    KzsNode *n = KZ_CTX_GetTargetNode(ctx, "/hx:top/n", nullptr);
-    KzsNode *word = KZ_CTX_GetTargetNode(ctx, "/hx:top/word", nullptr);
-    KzsNode *kind = KZ_CTX_GetTargetNode(ctx, "/hx:top/kind", nullptr);
-    KzsNode *u = KZ_CTX_GetTargetNode(ctx, "/hx:top/u", nullptr);
-    ASSERT_TRUE(n != nullptr && word != nullptr && kind != nullptr && u != nullptr);
+    struct ValueCase {
+        const char *path;
+        const char *value;
+        uint32_t rc;
+        KzsNode *node;
+    };
+    ValueCase values[] = {
+        {"/hx:top/n", "4", KZ_OK, nullptr},
+        {"/hx:top/n", "7", KZ_VAL_ERR_RANGE, nullptr},
+        {"/hx:top/word", "abc", KZ_OK, nullptr},
+        {"/hx:top/word", "ab1", KZ_VAL_ERR_PATTERN, nullptr},
+        {"/hx:top/kind", "hx:child-id", KZ_OK, nullptr},
+        {"/hx:top/u", "true", KZ_OK, nullptr},
+        {"/hx:top/ref", "6", KZ_VAL_ERR_RANGE, nullptr},
+        {"/hx:top/flags", "y x", KZ_OK, nullptr},
+    };
+    for (ValueCase &v : values) {
+        v.node = KZ_CTX_GetTargetNode(ctx, v.path, nullptr);
+        ASSERT_NE(v.node, nullptr) << v.path;
+    }
+    KzsNode *u = values[5].node;
 
     // One token list shared by every evaluating thread.
     const char *cond = "item/id = 'a' and n > 0 or n > 4";
@@ -94,13 +112,10 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
     });
     threads.emplace_back([&] {
         for (int i = 0; i < kRounds * 10; ++i) {
-            bool ok = KZ_NODE_ValidateValue(n, KZ_VAL_INPUT_STRING, "4") == KZ_OK &&
-                      KZ_NODE_ValidateValue(n, KZ_VAL_INPUT_STRING, "7") == KZ_VAL_ERR_RANGE &&
-                      KZ_NODE_ValidateValue(word, KZ_VAL_INPUT_STRING, "abc") == KZ_OK &&
-                      KZ_NODE_ValidateValue(word, KZ_VAL_INPUT_STRING, "ab1") == KZ_VAL_ERR_PATTERN &&
-                      KZ_NODE_ValidateValue(kind, KZ_VAL_INPUT_STRING, "hx:child-id") == KZ_OK &&
-                      KZ_NODE_ValidateValue(u, KZ_VAL_INPUT_STRING, "true") == KZ_OK &&
-                      KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "-3") != nullptr;
+            bool ok = KZ_NODE_FindRealTypeMatchedValue(u, KZ_VAL_INPUT_STRING, "-3") != nullptr;
+            for (const ValueCase &v : values) {
+                ok = ok && KZ_NODE_ValidateValue(v.node, KZ_VAL_INPUT_STRING, v.value) == v.rc;
+            }
             if (!ok) {
                 ++wrong;
             }
