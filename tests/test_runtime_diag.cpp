@@ -8,39 +8,11 @@
 
 namespace {
 
-struct Rec {
-    std::string module;
-    std::string file;  // "(none)" when the record has no text
-    uint32_t level;
-    std::string message;
-    bool operator==(const Rec &o) const
-    {
-        return module == o.module && file == o.file && level == o.level && message == o.message;
-    }
-};
-
-void PrintTo(const Rec &r, std::ostream *os)
-{
-    *os << "{" << r.module << ", " << r.file << ", " << r.level << ", " << r.message << "}";
-}
-
-uint32_t Gather(const char *module, const char *file, uint32_t level, const char *message,
-                const KzSysTime *time, void *arg)
-{
-    EXPECT_NE(nullptr, time);
-    static_cast<std::vector<Rec> *>(arg)->push_back(
-        {module, file ? file : "(none)", level, message ? message : "(none)"});
-    return 0;
-}
+using Rec = kztest::Diag;
 
 class RuntimeDiag : public kztest::CtxTest {
 protected:
-    std::vector<Rec> Scan()
-    {
-        std::vector<Rec> out;
-        EXPECT_EQ(0u, KZ_CTX_ScanAllSchemaLoadFail(ctx_, Gather, &out));
-        return out;
-    }
+    std::vector<Rec> Scan() { return kztest::Diagnostics(ctx_); }
 };
 
 }  // namespace
@@ -82,7 +54,10 @@ TEST_F(RuntimeDiag, NothingIsRecordedWithoutModuleOrFormat)
     KZ_CTX_AddModError(nullptr, "m", "x");
     KZ_CTX_AddModWarning(ctx_, "m", nullptr);
     EXPECT_TRUE(Scan().empty());
-    EXPECT_EQ(0u, KZ_CTX_ScanAllSchemaLoadFail(nullptr, Gather, nullptr));
+    auto ignore = [](const char *, const char *, uint32_t, const char *, const KzSysTime *, void *) -> uint32_t {
+        return 0;
+    };
+    EXPECT_EQ(0u, KZ_CTX_ScanAllSchemaLoadFail(nullptr, ignore, nullptr));
     EXPECT_EQ(0u, KZ_CTX_ScanAllSchemaLoadFail(ctx_, nullptr, nullptr));
 }
 

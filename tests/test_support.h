@@ -142,26 +142,39 @@ inline std::string TypeYin(const std::string &name, const std::string &body = ""
     return "<type xmlns=\"" + std::string(kYinNs) + "\" name=\"" + name + "\">" + body + "</type>";
 }
 
+// A recorded load diagnostic; "(none)" stands for a missing file or message.
 struct Diag {
     std::string module;
     std::string file;
     uint32_t level;
     std::string message;
+    bool operator==(const Diag &o) const
+    {
+        return module == o.module && file == o.file && level == o.level && message == o.message;
+    }
 };
+
+inline void PrintTo(const Diag &d, std::ostream *os)
+{
+    *os << "{" << d.module << ", " << d.file << ", " << d.level << ", " << d.message << "}";
+}
 
 // Every recorded load diagnostic in order.
 inline std::vector<Diag> Diagnostics(KzCtx *ctx)
 {
     std::vector<Diag> out;
-    (void)KZ_CTX_ScanAllSchemaLoadFail(
-        ctx,
-        [](const char *mod, const char *file, uint32_t level, const char *message, const KzSysTime *, void *p)
-            -> uint32_t {
-            static_cast<std::vector<Diag> *>(p)->push_back(
-                Diag{mod != nullptr ? mod : "", file != nullptr ? file : "", level, message != nullptr ? message : ""});
-            return 0;
-        },
-        &out);
+    EXPECT_EQ(KZ_CTX_ScanAllSchemaLoadFail(
+                  ctx,
+                  [](const char *mod, const char *file, uint32_t level, const char *message, const KzSysTime *time,
+                     void *p) -> uint32_t {
+                      EXPECT_NE(time, nullptr);
+                      static_cast<std::vector<Diag> *>(p)->push_back(Diag{mod != nullptr ? mod : "(none)",
+                                                                          file != nullptr ? file : "(none)", level,
+                                                                          message != nullptr ? message : "(none)"});
+                      return 0;
+                  },
+                  &out),
+              0u);
     return out;
 }
 
