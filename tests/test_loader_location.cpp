@@ -190,40 +190,8 @@ TEST(LoaderLocation, AtMostTenFilesPerLoad)
     EXPECT_EQ(ag.a.suffixes[11].processed, 0);
 }
 
-TEST(LoaderAssister, RegisteredModuleReadsOnlyNewMergeSources)
-{
-    ScratchDir a;
-    for (const char *s : {"x", "y", "z"}) {
-        a.Write(std::string("m@@") + s + ".yin", "<module/>");
-    }
-    DirCtx dc({&a});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
-    ASSERT_NE(g.coll, nullptr);
-
-    KzMod registered {};
-    const char *merged[] = {"x", "y"};
-    registered.mrgSrcs = merged;
-    registered.mrgSrcCount = 2;
-    AssisterGuard ag("m");
-    uint32_t needLoad = 0;
-    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(&registered, g.coll, &ag.a, &needLoad), 0u);
-    EXPECT_EQ(needLoad, 1u);
-    EXPECT_EQ(ag.a.suffixCount, 3);
-    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@@z.yin"}));
-}
-
-TEST(LoaderAssister, RegisteredModuleWithoutMergeSourcesNeedsNoLoad)
-{
-    PathCollection coll {};
-    ASSERT_EQ(KZS_LOADER_AppendOnePathObj(&coll, "/d/m.yin"), 0u);
-    KzMod registered {};
-    AssisterGuard ag("m");
-    uint32_t needLoad = 1;
-    EXPECT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(&registered, &coll, &ag.a, &needLoad), 0u);
-    EXPECT_EQ(needLoad, 0u);
-    KZ_MemFree(coll.objs);
-}
-
+// A registered module reading only new merge sources, or nothing without
+// them, is pinned through whole loads in test_loader_load.cpp.
 TEST(LoaderAssister, EverySourceAlreadyMergedRereadsTheFirstCandidateOnce)
 {
     PathCollection coll {};
