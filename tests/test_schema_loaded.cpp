@@ -67,15 +67,8 @@ TEST_F(SchemaLoaded, TypedefChainGivesDefaultAndUnits)
     EXPECT_STREQ(KZ_NODE_GetDefaultValueStr(wait), "100");
     EXPECT_STREQ(KZ_NODE_GetUnitsValueStr(wait), "milliseconds");
     std::vector<std::string> chain;
-    ASSERT_EQ(KZ_NODE_ScanDerivedType(
-                  wait,
-                  [](const char *m, const char *t, KztRealType *, void *c) -> uint32_t {
-                      static_cast<std::vector<std::string> *>(c)->push_back(std::string(m) + ":" + t);
-                      return 0;
-                  },
-                  &chain),
-              0u);
-    EXPECT_EQ(chain, (std::vector<std::string>{"sl:timeout", "sl:ms"}));
+    ASSERT_EQ(KZ_NODE_ScanDerivedType(wait, kztest::CollectTypeName, &chain), 0u);
+    EXPECT_EQ(chain, (std::vector<std::string>{"sl:timeout:0", "sl:ms:17"}));
     EXPECT_EQ(KZ_NODE_GetDefaultValueStr(Find("/s:sys/s:ifc/s:unit")), nullptr);
 }
 

@@ -97,7 +97,7 @@ TEST_F(SchemaNodeFlags, AccessControlExtensionMarksWholeSubtreeOnce)
 
 using SchemaNodeKeys = SchemaNode;
 
-TEST_F(SchemaNodeKeys, MarksLeavesSeparatedBySpaceTabAndNewline)
+TEST_F(SchemaNodeKeys, MarksListLeavesSeparatedBySpaceTabAndNewline)
 {
     KzsNode *l = Top(KZS_NODE_LIST, "l");
     KzsNode *a = NewLeaf(mod, "a", l);
@@ -110,6 +110,12 @@ TEST_F(SchemaNodeKeys, MarksLeavesSeparatedBySpaceTabAndNewline)
     EXPECT_EQ(KZ_NODE_IsKey(a), 1u);
     EXPECT_EQ(KZ_NODE_IsKey(b), 1u);
     EXPECT_EQ(KZ_NODE_GetNodeKeyNum(l), 2u);
+
+    /* The key flag outside a list makes no key. */
+    KzsNode *c = Top(KZS_NODE_CONTAINER, "c");
+    KzsNode *notKey = NewLeaf(mod, "a", c);
+    notKey->flags |= KZS_NODE_FLAG_KEY;
+    EXPECT_EQ(KZ_NODE_IsKey(notKey), 0u);
 }
 
 TEST_F(SchemaNodeKeys, FailuresKeepEarlierMarks)
@@ -135,14 +141,6 @@ TEST_F(SchemaNodeKeys, FailuresKeepEarlierMarks)
     EXPECT_EQ(KZS_NODE_MarkKeyAttrToListLeafs(l, nullptr, &count), KZ_OK);
     KzsNode *empty = Top(KZS_NODE_LIST, "empty");
     EXPECT_EQ(KZS_NODE_MarkKeyAttrToListLeafs(empty, "a", &count), KZ_EINVAL);
-}
-
-TEST_F(SchemaNodeKeys, KeyFlagOutsideListIsNoKey)
-{
-    KzsNode *c = Top(KZS_NODE_CONTAINER, "c");
-    KzsNode *a = NewLeaf(mod, "a", c);
-    a->flags |= KZS_NODE_FLAG_KEY;
-    EXPECT_EQ(KZ_NODE_IsKey(a), 0u);
 }
 
 using SchemaNodeWalk = SchemaNode;

@@ -225,6 +225,16 @@ void ExpectRows(Fn fn, std::initializer_list<std::pair<const char *, std::string
     }
 }
 
+// Type-scan callback collecting "module:typedef:built-in base", "-" for a
+// missing name.
+inline uint32_t CollectTypeName(const char *mod, const char *name, KztRealType *rt, void *arg)
+{
+    static_cast<std::vector<std::string> *>(arg)->push_back(std::string(mod != nullptr ? mod : "-") + ":" +
+                                                            (name != nullptr ? name : "-") + ":" +
+                                                            std::to_string(KZ_TYPE_GetBuiltInBaseType(rt)));
+    return 0;
+}
+
 // KZ_MemMalloc calls made by fn: the fault-injection countdown, armed far out
 // of reach, counts them without failing any.  A deterministic measure of work
 // where a wall clock would vary with the build and the machine.

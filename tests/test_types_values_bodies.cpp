@@ -168,14 +168,6 @@ TEST(TypesValuesScan, NameValuePairsAndEarlyStop)
     EXPECT_EQ(KZ_TYPE_ScanNameValuePair(nullptr, CollectNameValue, &seen), KZ_EINVAL);
 }
 
-uint32_t CountRealType(const char *mod, const char *name, KztRealType *rt, void *arg)
-{
-    auto *out = static_cast<std::vector<std::string> *>(arg);
-    out->push_back(std::string(mod ? mod : "-") + ":" + (name ? name : "-") + ":" +
-                   std::to_string(KZ_TYPE_GetBuiltInBaseType(rt)));
-    return 0;
-}
-
 TEST(TypesValuesScan, UnionMembersAndDerivedNamesWithoutContext)
 {
     KztRealType base{};
@@ -189,13 +181,13 @@ TEST(TypesValuesScan, UnionMembersAndDerivedNamesWithoutContext)
     HandType t(KZT_BASE_UNION, KZT_CONS_UNION, &u);
 
     std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_ScanUnionSubType(&t.type, CountRealType, &seen), 0u);
+    EXPECT_EQ(KZ_TYPE_ScanUnionSubType(&t.type, kztest::CollectTypeName, &seen), 0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"-:-:0", "-:-:14"}));
     seen.clear();
-    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&members[0], nullptr, CountRealType, &seen), 0u);
+    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&members[0], nullptr, kztest::CollectTypeName, &seen), 0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"m:small:9"}));
     seen.clear();
-    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&t.type, nullptr, CountRealType, &seen), 0u);
+    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&t.type, nullptr, kztest::CollectTypeName, &seen), 0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"-:-:19"}));
     /* A loop in the chain ends after 129 steps. */
     KztConsDataDerived self{"m", "loop", nullptr};
@@ -203,7 +195,7 @@ TEST(TypesValuesScan, UnionMembersAndDerivedNamesWithoutContext)
     KztRealType loop{KZT_BASE_DERIVED, 0, 1, &selfEntry};
     self.tdefRealType = &loop;
     seen.clear();
-    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&loop, nullptr, CountRealType, &seen), KZ_EINVAL);
+    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(&loop, nullptr, kztest::CollectTypeName, &seen), KZ_EINVAL);
     EXPECT_EQ(seen.size(), 129u);
 }
 

@@ -245,14 +245,6 @@ TEST_F(TypesValuesModule, MatchedTypeOfAValue)
     }
 }
 
-uint32_t CollectDerived(const char *mod, const char *name, KztRealType *rt, void *arg)
-{
-    auto *out = static_cast<std::vector<std::string> *>(arg);
-    out->push_back(std::string(mod ? mod : "-") + ":" + (name ? name : "-") + ":" +
-                   std::to_string(KZ_TYPE_GetBuiltInBaseType(rt)));
-    return 0;
-}
-
 uint32_t CollectBounds(const KztBoundVal *start, const KztBoundVal *end, void *arg)
 {
     auto *out = static_cast<std::vector<std::string> *>(arg);
@@ -273,7 +265,8 @@ TEST_F(TypesValuesModule, ScansFollowTheTypedefChain)
 {
     Load(0, {Module("vt", kValBody)});
     std::vector<std::string> seen;
-    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(KZ_NODE_GetRealType(Leaf("vt", "narrow")), ctx_, CollectDerived, &seen),
+    EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(KZ_NODE_GetRealType(Leaf("vt", "narrow")), ctx_,
+                                              kztest::CollectTypeName, &seen),
               0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"vt:narrow:0", "vt:pct:11"}));
     seen.clear();
