@@ -11,17 +11,16 @@ namespace {
 
 using kztest::LoadMessages;
 
-constexpr const char *kYin = "urn:ietf:params:xml:ns:yang:yin:1";
-
 std::string ModuleText(const std::string &name, const std::string &body)
 {
-    return "<module name=\"" + name + "\" xmlns=\"" + kYin + "\" xmlns:o=\"urn:o\">" + body + "</module>";
+    return "<module name=\"" + name + "\" xmlns=\"" + kztest::kYinNs + "\" xmlns:o=\"urn:o\">" + body +
+           "</module>";
 }
 
 std::string SubmoduleText(const std::string &name, const std::string &body)
 {
-    return "<submodule name=\"" + name + "\" xmlns=\"" + kYin + "\"><belongs-to module=\"m\"><prefix value=\"m\"/>"
-           "</belongs-to>" + body + "</submodule>";
+    return "<submodule name=\"" + name + "\" xmlns=\"" + kztest::kYinNs +
+           "\"><belongs-to module=\"m\"><prefix value=\"m\"/></belongs-to>" + body + "</submodule>";
 }
 
 std::vector<std::string> TypedefNames(const KzMod *mod)

@@ -9,8 +9,6 @@ namespace {
 
 using kztest::LoadMessages;
 
-constexpr const char *kYinNs = "urn:ietf:params:xml:ns:yang:yin:1";
-
 /* A bare module record over a fresh context, plus one parsed snippet. */
 class LoaderStmt : public kztest::CtxTest {
 protected:
@@ -33,8 +31,8 @@ protected:
     /* Parses <parent xmlns=yin>body</parent> and returns the parent element. */
     xmlNode *Parse(const std::string &parent, const std::string &body, const std::string &extraNs = "")
     {
-        doc_ = kztest::ParseXml("<" + parent + " name=\"p\" xmlns=\"" + kYinNs + "\"" + extraNs + ">" + body + "</" +
-                                parent + ">");
+        doc_ = kztest::ParseXml("<" + parent + " name=\"p\" xmlns=\"" + kztest::kYinNs + "\"" + extraNs + ">" + body +
+                                "</" + parent + ">");
         EXPECT_NE(doc_, nullptr);
         return doc_ != nullptr ? xmlDocGetRootElement(doc_.get()) : nullptr;
     }
