@@ -273,7 +273,7 @@ TEST(HardeningTypedefChains, PastTheDerivationLimit)
     // The leaf's own step counts too: t0..t127 is 128 steps from the leaf.
     for (const Case &c : {Case{100, KZ_OK}, Case{129, KZ_OK}, Case{130, KZ_VAL_ERR_DERIVED},
                           Case{2000, KZ_VAL_ERR_DERIVED}}) {
-        KzCtx *ctx = KZ_CTX_Create(0);
+        kztest::Ctx ctx(0);
         ASSERT_NE(ctx, nullptr);
         ASSERT_EQ(KZ_CTX_LoadMemory(ctx, kztest::Module("tc", chain(c.typedefs), "p").c_str()), KZ_OK) << c.typedefs;
         KzsNode *x = KZ_CTX_GetTargetNode(ctx, "/tc:x", nullptr);
@@ -282,7 +282,6 @@ TEST(HardeningTypedefChains, PastTheDerivationLimit)
         if (c.expected == KZ_OK) {
             EXPECT_EQ(KZ_NODE_ValidateValue(x, KZ_VAL_INPUT_STRING, "700"), KZ_VAL_ERR_RANGE) << c.typedefs;
         }
-        KZ_CTX_Delete(ctx);
     }
 
     // t0 -> t1 -> t0: a cycle that no base type ends.

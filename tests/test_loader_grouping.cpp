@@ -119,13 +119,12 @@ TEST(LoaderGrouping, FaultsNameTheUsesAndFailTheLoad)
         {"grouping x { uses y:z; }\n uses x;\n", "Grouping \"y:z\" used at \"/x\" not found."},
     };
     for (const Case &c : cases) {
-        KzCtx *ctx = KZ_CTX_Create(0);
+        kztest::Ctx ctx(0);
         EXPECT_NE(KZ_CTX_LoadYangMemory(ctx, Yang(c.body).c_str()), 0u) << c.body;
         EXPECT_EQ(KZ_CTX_GetModuleByModName(ctx, "g"), nullptr) << c.body;
         const auto messages = kztest::LoadMessages(ctx, "g");
         ASSERT_FALSE(messages.empty()) << c.body;
         EXPECT_EQ(messages[0], c.message);
-        KZ_CTX_Delete(ctx);
     }
 }
 
@@ -157,12 +156,11 @@ TEST(LoaderGrouping, RunawayExpansionHitsALimit)
         {chain(100, 1, 0), "Groupings nested too deeply"},
     };
     for (const Case &c : cases) {
-        KzCtx *ctx = KZ_CTX_Create(0);
+        kztest::Ctx ctx(0);
         EXPECT_NE(KZ_CTX_LoadYangMemory(ctx, Yang(c.body).c_str()), 0u);
         const auto messages = kztest::LoadMessages(ctx, "g");
         ASSERT_FALSE(messages.empty());
         EXPECT_NE(messages[0].find(c.message), std::string::npos) << messages[0];
-        KZ_CTX_Delete(ctx);
     }
 }
 
@@ -184,7 +182,7 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
                              "  grouping from-sub { leaf u { type lb:word; } } }\n");
     dir.Write("use.yang", "module use { yang-version 1.1; namespace urn:use; prefix u;\n"
                           "  import lib { prefix x; }\n  container c { uses x:g; } }\n");
-    KzCtx *ctx = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
+    kztest::Ctx ctx(KZ_CTX_OPT_LOAD_IMPORTS);
     ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dir.Path().c_str()), 0u);
     EXPECT_EQ(KZ_CTX_LoadModule(ctx, "use"), 0u);
     EXPECT_EQ(KZ_MOD_EnableFeature(KZ_CTX_GetModuleByModName(ctx, "lib"), "fast"), 0u);
@@ -206,7 +204,6 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
     ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "dev"), 0u);
     EXPECT_EQ(KZ_CTX_GetTargetNode(ctx, "/use:c/dev:extra", nullptr), nullptr);
     EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/use:c/s", nullptr), nullptr);
-    KZ_CTX_Delete(ctx);
 }
 
 TEST(LoaderGrouping, YinExpandsOnlyWithTheOptionBit)
@@ -216,10 +213,9 @@ TEST(LoaderGrouping, YinExpandsOnlyWithTheOptionBit)
              "<container name=\"c\"><uses name=\"gr\"/></container>\n",
         "y");
     for (uint32_t flags : {0u, static_cast<uint32_t>(KZ_CTX_OPT_EXPAND_GROUPINGS)}) {
-        KzCtx *ctx = KZ_CTX_Create(flags);
+        kztest::Ctx ctx(flags);
         ASSERT_EQ(KZ_CTX_LoadMemory(ctx, yin.c_str()), 0u);
         EXPECT_EQ(KZ_CTX_GetTargetNode(ctx, "/y:c/l", nullptr) != nullptr, flags != 0) << flags;
-        KZ_CTX_Delete(ctx);
     }
 }
 

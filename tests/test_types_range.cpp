@@ -253,8 +253,6 @@ TEST_F(TypesRangeLoad, LengthSegmentWidthFollowsDerivationAndMinMax)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-/* ---- Built-in bounds ------------------------------------------------------------- */
-
 /* ---- decimal64 --------------------------------------------------------------------- */
 
 TEST(TypesDecimal64, ConversionWithTwoFractionDigits)

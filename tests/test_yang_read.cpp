@@ -204,12 +204,11 @@ TEST(YangRead, LoaderFindsYangAfterYin)
                 dirs[index].Write(file, module("m", leaf));
             }
         }
-        KzCtx *ctx = KZ_CTX_Create(0);
+        kztest::Ctx ctx(0);
         ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dirs[0].Path().c_str()), 0u);
         ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dirs[1].Path().c_str()), 0u);
         EXPECT_EQ(KZ_CTX_LoadModule(ctx, "m"), 0u) << c.leaf;
         EXPECT_NE(KZ_CTX_GetTargetNode(ctx, (std::string("/m:") + c.leaf).c_str(), nullptr), nullptr) << c.leaf;
-        KZ_CTX_Delete(ctx);
     }
 }
 
@@ -225,7 +224,7 @@ TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
     dir.Write("part.yang", "submodule part { yang-version 1.1; belongs-to top { prefix top; }\n"
                            "  leaf b { type string; }\n}\n");
     dir.Write("bad.yang", "module bad { namespace urn:bad; prefix b;\n  leaf x { type string }\n}\n");
-    KzCtx *ctx = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
+    kztest::Ctx ctx(KZ_CTX_OPT_LOAD_IMPORTS);
     ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dir.Path().c_str()), 0u);
     EXPECT_EQ(KZ_CTX_LoadModule(ctx, "top"), 0u);
     EXPECT_NE(KZ_CTX_GetModuleByModName(ctx, "lib"), nullptr);
@@ -237,7 +236,6 @@ TEST(YangRead, MixedFolderLoadsImportsAndSubmodules)
     const auto messages = kztest::LoadMessages(ctx, "bad");
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0], dir.File("bad.yang") + ":2:24: missing \";\" or \"{\" after \"type\"");
-    KZ_CTX_Delete(ctx);
 }
 
 TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
@@ -248,7 +246,7 @@ TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
     dir.Write("lib@2020-01-01.yang", "module lib { namespace urn:one; prefix l; }\n");
     ASSERT_EQ(utimensat(AT_FDCWD, dir.File("lib@2020-01-01.yang").c_str(), old, 0), 0);
     ASSERT_EQ(utimensat(AT_FDCWD, dir.Path().c_str(), old, 0), 0);
-    KzCtx *ctx = KZ_CTX_Create(0);
+    kztest::Ctx ctx(0);
     kz::yang::ImportFacts *facts = kz::yang::NewImportFacts();
     ASSERT_NE(facts, nullptr);
     auto importedNs = [&](const std::string &module) {
@@ -266,12 +264,11 @@ TEST(YangRead, LaterReadsSeeModuleFilesChangedOrAddedMeanwhile)
     dir.Write("new@2021-01-01.yang", "module new { namespace urn:new; prefix n; }\n");
     EXPECT_EQ(importedNs("new"), "urn:new");
     kz::yang::FreeImportFacts(facts);
-    KZ_CTX_Delete(ctx);
 }
 
 TEST(YangRead, LoadYangMemory)
 {
-    KzCtx *ctx = KZ_CTX_Create(0);
+    kztest::Ctx ctx(0);
     EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, "module mem { namespace urn:mem; prefix m; leaf l { type int8; } }"), 0u);
     EXPECT_NE(KZ_CTX_GetTargetNode(ctx, "/mem:l", nullptr), nullptr);
     EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, "\xEF\xBB\xBFmodule bom { namespace urn:bom; prefix b; }"), 0u);
@@ -281,5 +278,4 @@ TEST(YangRead, LoadYangMemory)
               std::vector<std::string>{"3:1: missing \"}\" for the block of \"module\" opened at line 1"});
     EXPECT_EQ(KZ_CTX_LoadYangMemory(ctx, nullptr), 22u);
     EXPECT_EQ(KZ_CTX_LoadYangMemory(nullptr, "module x {}"), 22u);
-    KZ_CTX_Delete(ctx);
 }
