@@ -32,6 +32,7 @@ protected:
 
 } // namespace
 
+// A submodule and two merge sources form one module each.
 TEST_F(LoaderExamples, WholeFamilyLoadsCleanly)
 {
     for (const char *name : {"acme-system-ext", "acme-interfaces", "acme-routing"}) {
@@ -41,6 +42,17 @@ TEST_F(LoaderExamples, WholeFamilyLoadsCleanly)
     EXPECT_NE(KZ_CTX_GetModuleByModName(ctx_, "acme-system"), nullptr); // loaded as an import
     EXPECT_EQ(Node("acme-system", "/system/location"), nullptr);         // deviated away
     EXPECT_NE(Node("acme-system", "/system/contact"), nullptr);
+
+    EXPECT_NE(Node("acme-interfaces", "/interface-statistics/interface/in-octets"), nullptr);
+    EXPECT_NE(Node("acme-interfaces", "/interfaces/interface/mtu"), nullptr);
+    KzMod *routing = KZ_CTX_GetModuleByModName(ctx_, "acme-routing");
+    ASSERT_NE(routing, nullptr);
+    ASSERT_EQ(routing->mrgSrcCount, 2);
+    EXPECT_STREQ(routing->mrgSrcs[0], "core");
+    EXPECT_STREQ(routing->mrgSrcs[1], "static");
+    EXPECT_NE(Node("acme-routing", "/routing/max-paths"), nullptr);
+    EXPECT_NE(Node("acme-routing", "/routing/static-routes/route/next-hop"), nullptr);
+    EXPECT_NE(KZS_MOD_FindTopLevelSchemaNode(routing, "clear-static-routes"), nullptr);
 }
 
 TEST_F(LoaderExamples, AugmentConditionsReachTheAddedNodes)
@@ -57,22 +69,4 @@ TEST_F(LoaderExamples, AugmentConditionsReachTheAddedNodes)
     EXPECT_STREQ(ntp->when, "../use-ntp = 'true'");
     ASSERT_EQ(ntp->extInstCount, 1);
     EXPECT_STREQ(ntp->extInsts[0].extName, "annotation");
-}
-
-TEST_F(LoaderExamples, SubmoduleAndMergeSourcesFormOneModule)
-{
-    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-interfaces"), 0u);
-    EXPECT_NE(Node("acme-interfaces", "/interface-statistics/interface/in-octets"), nullptr);
-    EXPECT_NE(Node("acme-interfaces", "/interfaces/interface/mtu"), nullptr);
-
-    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-routing"), 0u);
-    KzMod *routing = KZ_CTX_GetModuleByModName(ctx_, "acme-routing");
-    ASSERT_NE(routing, nullptr);
-    ASSERT_EQ(routing->mrgSrcCount, 2);
-    EXPECT_STREQ(routing->mrgSrcs[0], "core");
-    EXPECT_STREQ(routing->mrgSrcs[1], "static");
-    EXPECT_NE(Node("acme-routing", "/routing/max-paths"), nullptr);
-    EXPECT_NE(Node("acme-routing", "/routing/static-routes/route/next-hop"), nullptr);
-    EXPECT_NE(KZS_MOD_FindTopLevelSchemaNode(routing, "clear-static-routes"), nullptr);
-    EXPECT_EQ(AllDiagnostics(), "");
 }
