@@ -167,7 +167,7 @@ TEST_F(TypesParse, FailedFillLeavesATypeTheOwnerCanDestroy)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesParse, CopyIsIndependentOfItsSource)
+TEST_F(TypesParse, CopyIsIndependentOfItsSourceOrFailsCleanly)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("t", "<length value=\"min..9\"/><range value=\"1..5|7\"/>"), &rt), 0u);
@@ -197,20 +197,18 @@ TEST_F(TypesParse, CopyIsIndependentOfItsSource)
     EXPECT_EQ(KZT_TYPE_CopyNytRealTypeInner(&ctx_.dict, &plainCopy, &plain), 0u);
     EXPECT_EQ(plainCopy.baseType, 14u);
     EXPECT_EQ(plainCopy.constraints, nullptr);
-}
 
-TEST_F(TypesParse, CopyOfAnEntryWithoutBodyFailsCleanly)
-{
-    KztRealType rt{};
-    ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1\"/>"), &rt), 0u);
-    void *saved = rt.constraints[1].consData;
-    rt.constraints[1].consData = nullptr;
-    KztRealType copy{};
-    EXPECT_EQ(KZT_TYPE_CopyNytRealTypeInner(&ctx_.dict, &copy, &rt), 12u);
-    EXPECT_EQ(copy.constraints, nullptr);
-    EXPECT_EQ(copy.consCount, 0u);
-    rt.constraints[1].consData = saved;
-    Destroy(&rt);
+    // An entry without a body fails the copy and leaves nothing behind.
+    KztRealType hole{};
+    ASSERT_EQ(ParseType(TypeYin("t", "<range value=\"1\"/>"), &hole), 0u);
+    void *saved = hole.constraints[1].consData;
+    hole.constraints[1].consData = nullptr;
+    KztRealType broken{};
+    EXPECT_EQ(KZT_TYPE_CopyNytRealTypeInner(&ctx_.dict, &broken, &hole), 12u);
+    EXPECT_EQ(broken.constraints, nullptr);
+    EXPECT_EQ(broken.consCount, 0u);
+    hole.constraints[1].consData = saved;
+    Destroy(&hole);
     EXPECT_EQ(Leaked(), 0u);
 }
 
