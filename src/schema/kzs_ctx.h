@@ -30,10 +30,14 @@ typedef uint32_t (*KzModChangePass)(KzCtx *ctx, const char *modName, const char 
  * both, so it hands them this table (the context installs it when it is made)
  * rather than being named by them. */
 typedef struct KzCoupleHooks {
-    KzModChangePass modChange[2][2];                 /* [KZ_REL_*][KZ_MOD_EVENT_*] */
-    uint32_t (*coupleNewAugments)(KzCtx *ctx, KzMod *mod); /* a new module's augments; records relations */
-    uint32_t (*coupleRemaining)(KzMod *mod);         /* what of the module still waits for a target */
-    uint32_t (*mergeModules)(KzMod *dst, KzMod *src); /* one source of a @@ module into the built one */
+    /* [KZ_REL_*][KZ_MOD_EVENT_*]: the passes a module-change notification runs. */
+    KzModChangePass modChange[2][2];
+    /* A newly parsed module's augments, recording who augments whom. */
+    uint32_t (*coupleNewAugments)(KzCtx *ctx, KzMod *mod);
+    /* What of the module still waits for a target (augments, then deviations). */
+    uint32_t (*coupleRemaining)(KzMod *mod);
+    /* One source of a @@ module into the module built so far. */
+    uint32_t (*mergeModules)(KzMod *dst, KzMod *src);
 } KzCoupleHooks;
 
 /* Load stages. */
