@@ -156,7 +156,7 @@ uint32_t Record(KzsNode *node, uint32_t step, void *cookie)
     return 0;
 }
 
-TEST_F(SchemaNodeWalk, FullWalkVisitsDownAndBackUp)
+TEST_F(SchemaNodeWalk, FullWalkVisitsDownAndBackUpSkipsAndStops)
 {
     KzsNode *r = Top(KZS_NODE_CONTAINER, "r");
     KzsNode *a = NewNode(mod, KZS_NODE_CONTAINER, "a", r);
@@ -171,14 +171,6 @@ TEST_F(SchemaNodeWalk, FullWalkVisitsDownAndBackUp)
         got.push_back(v.name + ":" + std::to_string(v.step));
     }
     EXPECT_EQ(got, (std::vector<std::string>{"r:3", "a:0", "a1:0", "a:2", "b:1", "r:2"}));
-}
-
-TEST_F(SchemaNodeWalk, SkipChildrenAndEarlyStop)
-{
-    KzsNode *r = Top(KZS_NODE_CONTAINER, "r");
-    KzsNode *a = NewNode(mod, KZS_NODE_CONTAINER, "a", r);
-    NewLeaf(mod, "hidden", a);
-    NewLeaf(mod, "b", r);
 
     std::vector<std::string> names;
     auto skipA = [](KzsNode *n, uint32_t step, void *cookie) -> uint32_t {
@@ -368,11 +360,8 @@ TEST_F(SchemaNodeCopy, SubtreeIntoAnotherModule)
 
     KZS_NODE_Free(copy);
     KZS_MOD_Free(other);
-}
 
-TEST_F(SchemaNodeCopy, NeedsAModuleWithContext)
-{
-    KzsNode *top = Top(KZS_NODE_CONTAINER, "top");
+    /* A target needs a module with a context. */
     KzMod bare{};
     EXPECT_EQ(KZS_NODE_CopyNodeTreeToModule(top, &bare), nullptr);
     EXPECT_EQ(KZS_NODE_CopyNodeTreeToModule(top, nullptr), nullptr);
@@ -505,7 +494,7 @@ TEST_F(SchemaNodeCond, IfFeatureArraysCompareInOrder)
 
 using SchemaNodeQuery = SchemaNode;
 
-TEST_F(SchemaNodeQuery, ParentHidesUncoupledAugment)
+TEST_F(SchemaNodeQuery, ParentPresenceAndDefaultQueries)
 {
     KzsNode *aug = NewNode(mod, KZS_NODE_AUGMENT, "/b:t");
     ASSERT_EQ(KZS_MOD_AddTopNodeToSchemaTree(mod, aug), KZ_OK);
@@ -519,11 +508,8 @@ TEST_F(SchemaNodeQuery, ParentHidesUncoupledAugment)
     EXPECT_EQ(KZ_NODE_GetNodeType(nullptr), 0u);
     EXPECT_EQ(KZ_NODE_IsEnabled(nullptr), 0u);
     EXPECT_EQ(KZ_NODE_IsEnabled(c), 1u) << "no if-features";
-}
 
-TEST_F(SchemaNodeQuery, DefaultNotOfferedForMandatoryLeaf)
-{
-    KzsNode *c = Top(KZS_NODE_CONTAINER, "c");
+    /* A mandatory leaf offers no default. */
     KzsNode *leaf = NewLeaf(mod, "v", c);
     static_cast<KzsLeafInfo *>(leaf->schemaInfo)->dflt = Intern("7");
     EXPECT_STREQ(KZ_NODE_GetDefaultValueStr(leaf), "7");

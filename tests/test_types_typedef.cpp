@@ -71,38 +71,37 @@ TEST_F(TypesTypedef, TypeDefaultAndUnitsGoToTheRecord)
     EXPECT_EQ(Leaked(), 0u);
 }
 
-TEST_F(TypesTypedef, TypedefWithoutUsableTypeFailsAndIsEmptied)
+TEST_F(TypesTypedef, FailingTypedefIsReportedAndEmptied)
 {
-    KzsTypedef tdef{};
-    EXPECT_EQ(ParseTypedef(TypedefYin(" name=\"t\"", "<description><text>x</text></description>"), &tdef), 22u);
-    EXPECT_EQ(TakeMessages(), (std::vector<std::string>{"typedef \"t\" must define with type statement."}));
-    EXPECT_EQ(tdef.name, nullptr);
-    EXPECT_EQ(Leaked(), 0u);
-
-    EXPECT_EQ(ParseTypedef(TypedefYin("", "<type name=\"int8\"/>"), &tdef), 22u);
-    EXPECT_EQ(TakeMessages(), (std::vector<std::string>{"Failed to get value of statement \"typedef\"."}));
-    EXPECT_EQ(Leaked(), 0u);
-}
-
-TEST_F(TypesTypedef, FailingTypeIsReportedForTypeAndTypedef)
-{
-    KzsTypedef tdef{};
-    EXPECT_NE(ParseTypedef(TypedefYin(" name=\"t\"", "<type name=\"int8\"><range value=\"1..2||3\"/></type>"),
-                           &tdef),
-              0u);
-    std::vector<std::string> msgs = TakeMessages();
-    ASSERT_FALSE(msgs.empty());
-    EXPECT_EQ(msgs[0], "Failed to parse value \"int8\" of statement \"type\".");
-    EXPECT_EQ(tdef.name, nullptr);
-    EXPECT_EQ(tdef.realType.constraints, nullptr);
-    EXPECT_EQ(Leaked(), 0u);
-
-    // A second "type" is a repeat of a unique statement.
-    EXPECT_NE(ParseTypedef(TypedefYin(" name=\"t\"", "<type name=\"int8\"/><type name=\"int16\"/>"), &tdef), 0u);
-    msgs = TakeMessages();
-    ASSERT_FALSE(msgs.empty());
-    EXPECT_EQ(msgs[0], "Statement \"type\" under statement \"typedef\" has repeated.");
-    EXPECT_EQ(Leaked(), 0u);
+    const std::string badRange = "<type name=\"int8\"><range value=\"1..2||3\"/></type>";
+    struct Row {
+        std::string attrs;
+        std::string body;
+        uint32_t ret;
+        const char *firstMessage;
+        bool onlyMessage;
+    };
+    const Row rows[] = {
+        {" name=\"t\"", "<description><text>x</text></description>", 22u,
+         "typedef \"t\" must define with type statement.", true},
+        {"", "<type name=\"int8\"/>", 22u, "Failed to get value of statement \"typedef\".", true},
+        // A failing type is reported for the type as well as for the typedef.
+        {" name=\"t\"", badRange, 22u, "Failed to parse value \"int8\" of statement \"type\".", false},
+        // A second "type" is a repeat of a unique statement.
+        {" name=\"t\"", "<type name=\"int8\"/><type name=\"int16\"/>", 1u,
+         "Statement \"type\" under statement \"typedef\" has repeated.", false},
+    };
+    for (const Row &r : rows) {
+        KzsTypedef tdef{};
+        EXPECT_EQ(ParseTypedef(TypedefYin(r.attrs, r.body), &tdef), r.ret) << r.body;
+        std::vector<std::string> msgs = TakeMessages();
+        ASSERT_FALSE(msgs.empty()) << r.body;
+        EXPECT_EQ(msgs[0], r.firstMessage);
+        EXPECT_TRUE(!r.onlyMessage || msgs.size() == 1u) << r.body;
+        EXPECT_EQ(tdef.name, nullptr) << r.body;
+        EXPECT_EQ(tdef.realType.constraints, nullptr) << r.body;
+        EXPECT_EQ(Leaked(), 0u) << r.body;
+    }
 }
 
 TEST_F(TypesTypedef, IdentityDefaultIsStoredWithTheModuleName)

@@ -305,7 +305,7 @@ const char *kIdentDerived = R"(
 )";
 
 /* Identities and typedefs of another module are found at check time. */
-TEST_F(TypesValuesModule, IdentityrefAndTypedefAcrossModules)
+TEST_F(TypesValuesModule, IdentityrefAndTypedefAcrossModulesAndFromXml)
 {
     Load(0, {Module("ida", kIdentBase), Module("idb", kIdentDerived)});
     struct Case {
@@ -335,16 +335,13 @@ TEST_F(TypesValuesModule, IdentityrefAndTypedefAcrossModules)
     EXPECT_EQ(Check("ida", "alg", "idb:aes256"), 0u);
     EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("idb", "imported"), KZ_VAL_INPUT_STRING, "5"),
               KZ_MOD_GetRealTypeByTypDefName(KZ_CTX_GetModuleByModName(ctx_, "ida"), "small"));
-}
 
-TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
-{
-    Load(0, {Module("ida", kIdentBase), Module("idb", kIdentDerived)});
+    /* From XML the prefix is the element's namespace binding. */
     KzsNode *alg = Leaf("idb", "alg");
-    struct Case {
+    struct XmlCase {
         const char *xml;
         uint32_t rc;
-    } cases[] = {
+    } xmlCases[] = {
         {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:aes256</alg>", 0u},
         {"<alg xmlns=\"urn:test:idb\" xmlns:y=\"urn:test:ida\">y:crypto</alg>", 0u},
         {"<alg xmlns=\"urn:test:idb\">aes</alg>", 0u},          /* default namespace */
@@ -354,7 +351,7 @@ TEST_F(TypesValuesModule, IdentityrefFromXmlNamespaces)
         {"<alg xmlns=\"urn:test:idb\" xmlns:x=\"urn:test:idb\">x:</alg>", KZ_VAL_ERR_IDENTREF},
         {"<alg xmlns=\"urn:test:idb\"/>", KZ_VAL_ERR_IDENTREF},
     };
-    for (const Case &c : cases) {
+    for (const XmlCase &c : xmlCases) {
         kztest::DocPtr doc = kztest::ParseXml(c.xml, 0);
         ASSERT_NE(doc, nullptr) << c.xml;
         EXPECT_EQ(KZ_NODE_ValidateValue(alg, KZ_VAL_INPUT_XMLNODE, xmlDocGetRootElement(doc.get())), c.rc) << c.xml;
