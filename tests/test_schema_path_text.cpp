@@ -35,6 +35,12 @@ struct Split {
     std::string mod;
     std::string head;
     std::string tail;
+
+    // "status module head tail", for tabled rows.
+    std::string Text() const
+    {
+        return std::to_string(ret) + " " + mod + " " + head + " " + tail;
+    }
 };
 
 Split DoSplit(const char *path, uint32_t bufSize = 65)
@@ -93,22 +99,11 @@ TEST_F(XPathJsonForm, Failures)
 
 TEST(XPathTargetSplit, SplitsAtTheLastModuleQualifiedStep)
 {
-    Split r = DoSplit("/a:x/b:y/z");
-    EXPECT_EQ(r.ret, KZ_OK);
-    EXPECT_EQ(r.mod, "b");
-    EXPECT_EQ(r.head, "/a:x");
-    EXPECT_EQ(r.tail, "/b:y/z");
-
-    r = DoSplit("/mod-a:x.1/y/z");
-    EXPECT_EQ(r.ret, KZ_OK);
-    EXPECT_EQ(r.mod, "mod-a");
-    EXPECT_EQ(r.head, "<null>"); // the split is at the very start
-    EXPECT_EQ(r.tail, "/mod-a:x.1/y/z");
-
-    r = DoSplit("/a:x/b:y/c:z");
-    EXPECT_EQ(r.mod, "c");
-    EXPECT_EQ(r.head, "/a:x/b:y");
-    EXPECT_EQ(r.tail, "/c:z");
+    kztest::ExpectRows([](const char *p) { return DoSplit(p).Text(); }, {
+        {"/a:x/b:y/z", "0 b /a:x /b:y/z"},
+        {"/mod-a:x.1/y/z", "0 mod-a <null> /mod-a:x.1/y/z"}, // the split is at the very start
+        {"/a:x/b:y/c:z", "0 c /a:x/b:y /c:z"},
+    });
 
     char buf[8];
     EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x/b:y", buf, sizeof(buf), nullptr, nullptr), KZ_OK);
