@@ -248,41 +248,35 @@ TEST_F(TypesRangeLoad, LengthSegmentWidthFollowsDerivationAndMinMax)
 
 /* ---- decimal64 --------------------------------------------------------------------- */
 
-TEST(TypesDecimal64, ConversionWithTwoFractionDigits)
+TEST(TypesDecimal64, ConversionAndDigitLimits)
 {
     struct Row {
         const char *text;
         int64_t value;
+        uint8_t fractionDigits = 2;
     };
     const Row ok[] = {
         {"1.5", 150}, {"-0.25", -25}, {" 007 ", 700}, {"1.", 100}, {"", 0}, {".", 0},
         {"+12", 1200}, {"-0", 0}, {"0.01", 1}, {"\t-3.1\n", -310}, {"+0.5", 50}, {"-00012.30", -1230},
         {"92233720368547758.07", INT64_MAX}, {"-92233720368547758.08", INT64_MIN},
+        // Leading zeros do not count towards the nineteen digits.
+        {"000000000000000000001", 1000000000000000000LL, 18}, {"0.000000000000000001", 1, 18},
+        {"9223372036854775807", INT64_MAX, 0},
     };
     for (const Row &r : ok) {
         int64_t v = 42;
-        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(r.text, 2, &v), 0u) << '"' << r.text << '"';
+        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(r.text, r.fractionDigits, &v), 0u)
+            << '"' << r.text << '"';
         EXPECT_EQ(v, r.value) << '"' << r.text << '"';
     }
     for (const char *bad : {"1.234", "1.230", "1..2", "1 2", "1x", "x", "--1", "1.2.3", "92233720368547758.08",
-                            "123456789012345678", "1e3"}) {
+                            "123456789012345678", "1e3", static_cast<const char *>(nullptr)}) {
         int64_t v = 0;
-        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(bad, 2, &v), 22u) << '"' << bad << '"';
+        EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(bad, 2, &v), 22u)
+            << '"' << (bad != nullptr ? bad : "(null)") << '"';
     }
-}
-
-TEST(TypesDecimal64, DigitLimitDependsOnFractionDigits)
-{
     int64_t v = 0;
-    // Leading zeros do not count towards the nineteen digits.
-    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("000000000000000000001", 18, &v), 0u);
-    EXPECT_EQ(v, 1000000000000000000LL);
     EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("10", 18, &v), 22u);
-    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("0.000000000000000001", 18, &v), 0u);
-    EXPECT_EQ(v, 1);
-    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("9223372036854775807", 0, &v), 0u);
-    EXPECT_EQ(v, INT64_MAX);
-    EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger(nullptr, 2, &v), 22u);
 }
 
 TEST(TypesDecimal64, BuiltInCheckNeedsFractionDigits)

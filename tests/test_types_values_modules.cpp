@@ -162,25 +162,18 @@ uint32_t CollectNameValue(const char *name, int64_t value, const char *desc, voi
     return 0;
 }
 
-TEST_F(TypesValuesModule, EnumAndBitsNumberingAndDescriptionsOnlyWhenAsked)
+TEST_F(TypesValuesModule, EnumAndBitsNumberingLimitsAndDescriptionsOnlyWhenAsked)
 {
-    auto pairs = [this](const char *leaf) {
+    auto pairs = [this](const char *mod, const char *leaf) {
         std::vector<std::string> seen;
-        EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("vt", leaf)), CollectNameValue, &seen), 0u);
+        EXPECT_EQ(KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf(mod, leaf)), CollectNameValue, &seen), 0u);
         return seen;
     };
     Load(0, {Module("vt", kValBody)});
-    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
-    EXPECT_EQ(pairs("flags"), (std::vector<std::string>{"x=0", "y=3", "z=4"}));
-    /* The first sentence only; a text starting with "." keeps nothing. */
-    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
-    EXPECT_EQ(pairs("color"), (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
-}
-
-TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
-{
-    Load(0, {Module("vt", kValBody)});
+    EXPECT_EQ(pairs("vt", "color"), (std::vector<std::string>{"a=0", "b=10", "c=11", "d=5", "e=12"}));
+    EXPECT_EQ(pairs("vt", "flags"), (std::vector<std::string>{"x=0", "y=3", "z=4"}));
     EXPECT_EQ(KZ_TYPE_GetDecimal64Fraction(KZ_NODE_GetRealType(Leaf("vt", "price"))), 2u);
+
     auto dec = [](const char *fd) {
         return std::string("<leaf name=\"l\"><type name=\"decimal64\"><fraction-digits value=\"") + fd +
                "\"/></type></leaf>";
@@ -197,12 +190,14 @@ TEST_F(TypesValuesModule, FractionDigitsEnumValueAndBitPositionLimits)
     EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("e2", enumLeaf("-2147483648")).c_str()), 0u);
     /* 2147483646 loads, and the next implicit value still fits. */
     ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, Module("e4", enumLeaf("2147483646")).c_str()), 0u);
-    std::vector<std::string> seen;
-    KZ_TYPE_ScanNameValuePair(KZ_NODE_GetRealType(Leaf("e4", "l")), CollectNameValue, &seen);
-    EXPECT_EQ(seen, (std::vector<std::string>{"a=2147483646", "b=2147483647"}));
-    const std::string bits =
-        "<leaf name=\"l\"><type name=\"bits\"><bit name=\"a\"><position value=\"4294967295\"/></bit></type></leaf>";
+    EXPECT_EQ(pairs("e4", "l"), (std::vector<std::string>{"a=2147483646", "b=2147483647"}));
+    const std::string bits = "<leaf name=\"l\"><type name=\"bits\">"
+                             "<bit name=\"a\"><position value=\"4294967295\"/></bit></type></leaf>";
     EXPECT_NE(KZ_CTX_LoadMemory(ctx_, Module("b1", bits).c_str()), 0u);
+
+    /* The first sentence only; a text starting with "." keeps nothing. */
+    Load(KZ_CTX_OPT_KEEP_DESCRIPTION, {Module("vt", kValBody)});
+    EXPECT_EQ(pairs("vt", "color"), (std::vector<std::string>{"a=0/Alpha", "b=10", "c=11", "d=5", "e=12"}));
 }
 
 // The member types of a union leaf, in order.
