@@ -214,13 +214,30 @@ std::vector<KztRealType *> Members(KzsNode *leaf)
     return members;
 }
 
+uint32_t CollectBounds(const KztBoundVal *start, const KztBoundVal *end, void *arg)
+{
+    auto *out = static_cast<std::vector<std::string> *>(arg);
+    auto text = [](const KztBoundVal *b) {
+        if ((b->flags & KZ_BOUND_MIN) != 0) {
+            return std::string("min");
+        }
+        if ((b->flags & KZ_BOUND_MAX) != 0) {
+            return std::string("max");
+        }
+        return std::to_string(b->value);
+    };
+    out->push_back(text(start) + ".." + text(end));
+    return 0;
+}
+
 /* The matched type is the typedef nearest the built-in type, the member of a
  * union (each member checked afresh), or the type a leafref points at, also
  * as a union member through its own path. */
-TEST_F(TypesValuesModule, MatchedTypeOfAValue)
+TEST_F(TypesValuesModule, MatchedTypeOfAValueAndScansAlongTheChain)
 {
     Load(0, {Module("vt", kValBody)});
-    KztRealType *pct = KZ_MOD_GetRealTypeByTypDefName(KZ_CTX_GetModuleByModName(ctx_, "vt"), "pct");
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "vt");
+    KztRealType *pct = KZ_MOD_GetRealTypeByTypDefName(mod, "pct");
     KztRealType *i8 = KZ_NODE_GetRealType(Leaf("vt", "i8"));
     std::vector<KztRealType *> u = Members(Leaf("vt", "u"));
     std::vector<KztRealType *> refOrName = Members(Leaf("vt", "refOrName"));
@@ -238,36 +255,16 @@ TEST_F(TypesValuesModule, MatchedTypeOfAValue)
         EXPECT_EQ(KZ_NODE_FindRealTypeMatchedValue(Leaf("vt", r.leaf), KZ_VAL_INPUT_STRING, r.value), r.want)
             << r.leaf << " = " << r.value;
     }
-}
 
-uint32_t CollectBounds(const KztBoundVal *start, const KztBoundVal *end, void *arg)
-{
-    auto *out = static_cast<std::vector<std::string> *>(arg);
-    auto text = [](const KztBoundVal *b) {
-        if ((b->flags & KZ_BOUND_MIN) != 0) {
-            return std::string("min");
-        }
-        if ((b->flags & KZ_BOUND_MAX) != 0) {
-            return std::string("max");
-        }
-        return std::to_string(b->value);
-    };
-    out->push_back(text(start) + ".." + text(end));
-    return 0;
-}
-
-TEST_F(TypesValuesModule, ScansFollowTheTypedefChain)
-{
-    Load(0, {Module("vt", kValBody)});
+    /* The derived-name, range and pattern scans follow the typedef chain too. */
     std::vector<std::string> seen;
     EXPECT_EQ(KZ_TYPE_IterRealTypeDerivedName(KZ_NODE_GetRealType(Leaf("vt", "narrow")), ctx_,
                                               kztest::CollectTypeName, &seen),
               0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"vt:narrow:0", "vt:pct:11"}));
     seen.clear();
-    KzMod *mod = KZ_CTX_GetModuleByModName(ctx_, "vt");
     EXPECT_EQ(KZ_TYPE_ScanStartEndPair(KZ_MOD_GetRealTypeByTypDefName(mod, "upto20"), CollectBounds, &seen), 0u);
-    EXPECT_EQ(KZ_TYPE_ScanStartEndPair(KZ_MOD_GetRealTypeByTypDefName(mod, "pct"), CollectBounds, &seen), 0u);
+    EXPECT_EQ(KZ_TYPE_ScanStartEndPair(pct, CollectBounds, &seen), 0u);
     EXPECT_EQ(seen, (std::vector<std::string>{"min..20", "0..100"}));
     seen.clear();
     KZ_TYPE_ScanPatternInvertMatch(
