@@ -43,7 +43,7 @@ KzsNode *FindAug(KzCtx *ctx, const char *mod, const char *path)
     return nullptr;
 }
 
-TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModule)
+TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModuleOrCreatedInputOutput)
 {
     Ctx ctx;
     ASSERT_EQ(Load(ctx, kBase), 0u);
@@ -69,14 +69,8 @@ TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModule)
     EXPECT_EQ(aug->lastChild, e1->next);
     EXPECT_EQ(Relations(ctx, "ca"), (std::vector<std::string>{"0:cb"}));
     EXPECT_TRUE(Relations(ctx, "cb").empty());
-}
 
-TEST(CoupleAugment, MissingInputAndOutputAreCreated)
-{
-    Ctx ctx;
-    ASSERT_EQ(Load(ctx, kBase), 0u);
-    ASSERT_EQ(Load(ctx, kAug), 0u);
-
+    /* Augments into rpc input and output that do not exist yet create them. */
     KzsNode *op = Node(ctx, "/ca:op");
     ASSERT_NE(op, nullptr);
     /* The input goes first, before the existing output. */
@@ -95,8 +89,7 @@ TEST(CoupleAugment, MissingInputAndOutputAreCreated)
     EXPECT_EQ(KZS_NODE_UpdateTargetPathWithInputOutput(ctx, "/ca:op/ca:other"), nullptr);
     EXPECT_EQ(KZS_NODE_UpdateTargetPathWithInputOutput(ctx, "/ca:top/input"), nullptr);
     EXPECT_EQ(KZS_NODE_UpdateTargetPathWithInputOutput(ctx, "noslash"), nullptr);
-    KzsNode *aug = FindAug(ctx, "cb", "/ca:op/ca:input");
-    ASSERT_EQ(KZS_NODE_UnCoupleAugmentNode(aug), 0u);
+    ASSERT_EQ(KZS_NODE_UnCoupleAugmentNode(FindAug(ctx, "cb", "/ca:op/ca:input")), 0u);
     EXPECT_EQ(ChildNames(op), (std::vector<std::string>{"input", "output"}));
     EXPECT_EQ(op->firstChild->firstChild, nullptr);
 }

@@ -25,11 +25,6 @@ struct DirCtx {
     ~DirCtx() { kz::base::FreeDirCache(ctx.dirCache); }
 };
 
-struct CollGuard {
-    PathCollection *coll;
-    ~CollGuard() { KZS_LOADER_DestroyPathCollection(coll); }
-};
-
 struct AssisterGuard {
     LoadAssister a {};
     explicit AssisterGuard(const char *name) { a.modName = name; }
@@ -59,6 +54,21 @@ std::vector<std::string> ReadOrder(PathCollection *coll, LoadAssister *a)
     return out;
 }
 
+// m's candidates over the given directories, with an assister to read them.
+struct Candidates {
+    DirCtx dc;
+    PathCollection *coll;
+    AssisterGuard ag {"m"};
+    uint32_t needLoad = 7;
+    explicit Candidates(const std::vector<const ScratchDir *> &scratch)
+        : dc(scratch), coll(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")) {}
+    ~Candidates() { KZS_LOADER_DestroyPathCollection(coll); }
+
+    // Pre-fills the assister as for a module not loaded yet.
+    uint32_t PreFill() { return KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, coll, &ag.a, &needLoad); }
+    std::vector<std::string> Read() { return ReadOrder(coll, &ag.a); }
+};
+
 using Names = std::vector<std::string>;
 
 } // namespace
@@ -68,8 +78,7 @@ TEST(LoaderLocation, PlainFileFoundInLaterDirectory)
     ScratchDir a, b;
     b.Write("m.yin", "<module/>");
     b.Write("m@2020-01-01.yin", "<module/>"); // the plain file stops the search first
-    DirCtx dc({&a, &b});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    Candidates g({&a, &b});
     ASSERT_NE(g.coll, nullptr);
     EXPECT_EQ(Paths(g.coll), Names({b.File("m.yin")}));
     EXPECT_EQ(g.coll->hasPlain, 1);
@@ -82,12 +91,10 @@ TEST(LoaderLocation, RevisionFileOfEarlierDirectoryIsRead)
     ScratchDir a, b;
     a.Write("m@2020-01-01.yin", "<module/>");
     b.Write("m.yin", "<module/>");
-    DirCtx dc({&a, &b});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    Candidates g({&a, &b});
     ASSERT_NE(g.coll, nullptr);
     EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), b.File("m.yin")}));
-    AssisterGuard ag("m");
-    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@2020-01-01.yin"})); // only one file without merge sources
+    EXPECT_EQ(g.Read(), Names({"m@2020-01-01.yin"})); // only one file without merge sources
 }
 
 TEST(LoaderLocation, OtherModulesAndNoCandidates)
@@ -113,8 +120,7 @@ TEST(LoaderLocation, MergeSourcesAreAllReadInOrder)
     ScratchDir a;
     a.Write("m@@y.yin", "<module/>");
     a.Write("m@@x.yin", "<module/>");
-    DirCtx dc({&a});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    Candidates g({&a});
     ASSERT_NE(g.coll, nullptr);
     ASSERT_EQ(g.coll->count, 2);
     EXPECT_STREQ(g.coll->objs[0].suffix, "x");
@@ -122,14 +128,12 @@ TEST(LoaderLocation, MergeSourcesAreAllReadInOrder)
     EXPECT_EQ(g.coll->hasSuffixed, 1);
     EXPECT_EQ(g.coll->hasPlain, 0);
 
-    AssisterGuard ag("m");
-    uint32_t needLoad = 7;
-    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
-    EXPECT_EQ(needLoad, 1u);
-    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@@x.yin", "m@@y.yin"}));
-    ASSERT_EQ(ag.a.suffixCount, 2);
-    EXPECT_EQ(ag.a.suffixes[0].processed, 1);
-    EXPECT_EQ(ag.a.suffixes[1].processed, 1);
+    ASSERT_EQ(g.PreFill(), 0u);
+    EXPECT_EQ(g.needLoad, 1u);
+    EXPECT_EQ(g.Read(), Names({"m@@x.yin", "m@@y.yin"}));
+    ASSERT_EQ(g.ag.a.suffixCount, 2);
+    EXPECT_EQ(g.ag.a.suffixes[0].processed, 1);
+    EXPECT_EQ(g.ag.a.suffixes[1].processed, 1);
 }
 
 TEST(LoaderLocation, MixedDirectoryStopsAtSecondKindAndPlainFileServesTheSuffix)
@@ -139,16 +143,13 @@ TEST(LoaderLocation, MixedDirectoryStopsAtSecondKindAndPlainFileServesTheSuffix)
     a.Write("m@@x.yin", "<module/>");
     a.Write("m@@y.yin", "<module/>"); // not reached: the scan stopped at m@@x
     b.Write("m@@z.yin", "<module/>");
-    DirCtx dc({&a, &b});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    Candidates g({&a, &b});
     ASSERT_NE(g.coll, nullptr);
     EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), a.File("m@@x.yin"), b.File("m@@z.yin")}));
 
-    AssisterGuard ag("m");
-    uint32_t needLoad = 0;
-    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
+    ASSERT_EQ(g.PreFill(), 0u);
     // A candidate without suffix matches any current suffix and comes first.
-    EXPECT_EQ(ReadOrder(g.coll, &ag.a), Names({"m@2020-01-01.yin", "m@2020-01-01.yin"}));
+    EXPECT_EQ(g.Read(), Names({"m@2020-01-01.yin", "m@2020-01-01.yin"}));
 }
 
 TEST(LoaderLocation, CandidatePathRules)
@@ -178,16 +179,13 @@ TEST(LoaderLocation, AtMostTenFilesPerLoad)
     for (int i = 0; i < 12; i++) {
         a.Write("m@@s" + std::to_string(10 + i) + ".yin", "<module/>");
     }
-    DirCtx dc({&a});
-    CollGuard g {KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, "m")};
+    Candidates g({&a});
     ASSERT_NE(g.coll, nullptr);
     ASSERT_EQ(g.coll->count, 12);
-    AssisterGuard ag("m");
-    uint32_t needLoad = 0;
-    ASSERT_EQ(KZS_LOADER_PreFillLoadAssisterFromExisting(nullptr, g.coll, &ag.a, &needLoad), 0u);
-    EXPECT_EQ(ReadOrder(g.coll, &ag.a).size(), 10u);
-    EXPECT_EQ(ag.a.suffixes[10].processed, 0);
-    EXPECT_EQ(ag.a.suffixes[11].processed, 0);
+    ASSERT_EQ(g.PreFill(), 0u);
+    EXPECT_EQ(g.Read().size(), 10u);
+    EXPECT_EQ(g.ag.a.suffixes[10].processed, 0);
+    EXPECT_EQ(g.ag.a.suffixes[11].processed, 0);
 }
 
 // A registered module reading only new merge sources, or nothing without

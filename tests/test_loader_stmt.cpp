@@ -146,20 +146,9 @@ TEST_F(LoaderStmt, StatusValues)
                                                             "Failed to get value of statement \"status\"."}));
 }
 
-TEST_F(LoaderStmt, FailingChildWithoutMessageGetsTheGenericOne)
+TEST_F(LoaderStmt, FailingChildKeepsItsOwnMessageOrGetsTheGenericOne)
 {
-    /* units without a value fails silently; the framework names it. */
-    xmlNode *root = Parse("leaf", "<units/>");
-    ASSERT_NE(root, nullptr);
-    const char *units = nullptr;
-    SubParseElem elems[] = {{KZS_STMT_UNITS, &units, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE}};
-    EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_LEAF, elems, 1), 22u);
-    EXPECT_EQ(LoadMessages(ctx_),
-              (std::vector<std::string>{"Failed to parse statement \"units\" under statement \"leaf\"."}));
-}
-
-TEST_F(LoaderStmt, FailingChildKeepsItsOwnMessageOnly)
-{
+    /* status names its own fault; nothing after it is parsed. */
     xmlNode *root = Parse("leaf", "<status value='gone'/><units name='s'/>");
     ASSERT_NE(root, nullptr);
     uint32_t flags = 0;
@@ -167,31 +156,38 @@ TEST_F(LoaderStmt, FailingChildKeepsItsOwnMessageOnly)
     SubParseElem elems[] = {{KZS_STMT_STATUS, &flags, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE},
                             {KZS_STMT_UNITS, &units, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE}};
     EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_LEAF, elems, 2), 22u);
-    EXPECT_EQ(units, nullptr); /* nothing after the failure is parsed */
-    EXPECT_EQ(LoadMessages(ctx_),
+    EXPECT_EQ(units, nullptr);
+
+    /* units without a value fails silently; the framework names it, in a
+     * module that has no message yet. */
+    KzMod other = mod_;
+    other.name = KZ_DICT_Insert(&ctx_->dict, "n");
+    Keep(other.name);
+    root = Parse("leaf", "<units/>");
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(KZS_LOADER_ParseSubStatements(&other, root, KZS_STMT_LEAF, &elems[1], 1), 22u);
+    EXPECT_EQ(LoadMessages(ctx_, "m"),
               (std::vector<std::string>{"Failed to parse value \"gone\" of statement \"status\"."}));
+    EXPECT_EQ(LoadMessages(ctx_, "n"),
+              (std::vector<std::string>{"Failed to parse statement \"units\" under statement \"leaf\"."}));
 }
 
 TEST_F(LoaderStmt, DescriptionAndUnitsFollowContextOptions)
 {
     xmlNode *root = Parse("leaf", "<description><text>d</text></description><units name='ms'/>");
     ASSERT_NE(root, nullptr);
-    const char *desc = nullptr;
-    const char *units = nullptr;
-    EXPECT_EQ(KZS_LOADER_ParseDescription(&mod_, root->children, KZS_STMT_LEAF, &desc), 0u);
-    EXPECT_EQ(KZS_LOADER_ParseUnits(&mod_, root->children->next, KZS_STMT_LEAF, &units), 0u);
-    Keep(desc);
-    Keep(units);
-    EXPECT_STREQ(desc, "d");
-    EXPECT_STREQ(units, "ms");
-
-    ctx_->flags = 0;
-    const char *desc2 = nullptr;
-    const char *units2 = nullptr;
-    EXPECT_EQ(KZS_LOADER_ParseDescription(&mod_, root->children, KZS_STMT_LEAF, &desc2), 0u);
-    EXPECT_EQ(KZS_LOADER_ParseUnits(&mod_, root->children->next, KZS_STMT_LEAF, &units2), 0u);
-    EXPECT_EQ(desc2, nullptr);
-    EXPECT_EQ(units2, nullptr);
+    const uint32_t opened = ctx_->flags;
+    for (const bool kept : {true, false}) {
+        ctx_->flags = kept ? opened : 0;
+        const char *desc = nullptr;
+        const char *units = nullptr;
+        EXPECT_EQ(KZS_LOADER_ParseDescription(&mod_, root->children, KZS_STMT_LEAF, &desc), 0u);
+        EXPECT_EQ(KZS_LOADER_ParseUnits(&mod_, root->children->next, KZS_STMT_LEAF, &units), 0u);
+        Keep(desc);
+        Keep(units);
+        EXPECT_STREQ(desc, kept ? "d" : nullptr);
+        EXPECT_STREQ(units, kept ? "ms" : nullptr);
+    }
 }
 
 } /* namespace */
