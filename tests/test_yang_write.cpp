@@ -23,22 +23,16 @@ struct Written {
     std::string text;
 };
 
-Written AsYang(const std::string &yin, const kz::yang::ExtensionArgLookup &lookup = {})
-{
-    DocPtr doc = ParseXml(yin);
-    Written w{KZ_ERR, ""};
-    if (doc != nullptr) {
-        w.status = kz::yang::WriteYang(doc.get(), lookup, Append, &w.text);
-    }
-    return w;
-}
+enum class As { Yang, Yin };
 
-Written AsYin(const std::string &yin)
+// Parses yin and writes it back as YANG text or as canonical YIN.
+Written Write(As form, const std::string &yin, const kz::yang::ExtensionArgLookup &lookup = {})
 {
     DocPtr doc = ParseXml(yin);
     Written w{KZ_ERR, ""};
     if (doc != nullptr) {
-        w.status = kz::yang::WriteYin(doc.get(), Append, &w.text);
+        w.status = form == As::Yin ? kz::yang::WriteYin(doc.get(), Append, &w.text)
+                                   : kz::yang::WriteYang(doc.get(), lookup, Append, &w.text);
     }
     return w;
 }
@@ -138,7 +132,7 @@ TEST(YangWrite, ModuleLayoutWithTextsAndExtensionInstances)
         form->argName = "name";
         return true;
     };
-    Written w = AsYang(yin, lookup);
+    Written w = Write(As::Yang, yin, lookup);
     ASSERT_EQ(w.status, KZ_OK);
     EXPECT_EQ(w.text, "module m {\n"
                       "  namespace urn:m;\n"
@@ -184,7 +178,7 @@ TEST(YangWrite, CanonicalYinIsStable)
                             ">\n\n   <must condition=\"a &lt; 1&#10;and b\">  <error-message><value>x &amp; y\n"
                             "  z</value></error-message></must><m:empty><!-- c --></m:empty><description><text>  </text></description>"
                             "</module>";
-    Written w = AsYin(yin);
+    Written w = Write(As::Yin, yin);
     ASSERT_EQ(w.status, KZ_OK);
     const std::string expected = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                  "<module name=\"m\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:m=\"urn:m\">\n"
@@ -200,7 +194,7 @@ TEST(YangWrite, CanonicalYinIsStable)
                                  "  </description>\n"
                                  "</module>\n";
     EXPECT_EQ(w.text, expected);
-    EXPECT_EQ(AsYin(w.text).text, expected);
+    EXPECT_EQ(Write(As::Yin, w.text).text, expected);
 }
 
 TEST(YangWrite, OddDocumentsAreRefusedOrWrittenAsTheyStand)
@@ -228,11 +222,11 @@ TEST(YangWrite, OddDocumentsAreRefusedOrWrittenAsTheyStand)
         {"<module xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"><x xmlns=\"\"/></module>", KZ_EINVAL, ""},
     };
     for (const Case &c : cases) {
-        Written w = AsYang(c.yin);
+        Written w = Write(As::Yang, c.yin);
         EXPECT_EQ(w.status, c.status) << c.yin;
         if (c.status == KZ_OK) {
             EXPECT_EQ(w.text, c.yang) << c.yin;
-            EXPECT_EQ(AsYin(c.yin).status, KZ_OK) << c.yin;
+            EXPECT_EQ(Write(As::Yin, c.yin).status, KZ_OK) << c.yin;
         }
     }
     // A failing callback stops the writers.
