@@ -32,12 +32,19 @@ uint32_t RefuseSecret(const char *, const char *extName)
 
 } // namespace
 
-TEST_F(LoaderGlobal, ExtensionsWithAndWithoutArgument)
+TEST_F(LoaderGlobal, ExtensionsFeaturesAndIdentitiesWithBases)
 {
-    KzMod *mod = Load("  <extension name=\"plain\"/>\n"
-                      "  <extension name=\"note\"><argument name=\"text\"><yin-element value=\"true\"/></argument>"
-                      "<description><text>ignored</text></description></extension>\n"
-                      "  <extension name=\"tag\"><argument name=\"value\"/></extension>\n");
+    KzMod *mod = Load(std::string(kImportT) +
+                          "  <extension name=\"plain\"/>\n"
+                          "  <extension name=\"note\"><argument name=\"text\"><yin-element value=\"true\"/></argument>"
+                          "<description><text>ignored</text></description></extension>\n"
+                          "  <extension name=\"tag\"><argument name=\"value\"/></extension>\n"
+                          "  <feature name=\"base-feature\"/>\n"
+                          "  <feature name=\"extra\"><if-feature name=\"base-feature\"/></feature>\n"
+                          "  <identity name=\"root\"/>\n"
+                          "  <identity name=\"child\"><base name=\"root\"/><base name=\"t:other\"/>"
+                          "<if-feature name=\"g:extra\"/></identity>\n",
+                      kTNs);
     ASSERT_NE(mod, nullptr);
     ASSERT_EQ(mod->extensionCount, 3);
     EXPECT_STREQ(mod->extensions[0].name, "plain");
@@ -47,18 +54,7 @@ TEST_F(LoaderGlobal, ExtensionsWithAndWithoutArgument)
     EXPECT_EQ(mod->extensions[1].yinElement, 1u);
     EXPECT_STREQ(mod->extensions[2].argName, "value");
     EXPECT_EQ(mod->extensions[2].yinElement, 0u);
-}
 
-TEST_F(LoaderGlobal, FeaturesAndIdentitiesWithBases)
-{
-    KzMod *mod = Load(std::string(kImportT) +
-                          "  <feature name=\"base-feature\"/>\n"
-                          "  <feature name=\"extra\"><if-feature name=\"base-feature\"/></feature>\n"
-                          "  <identity name=\"root\"/>\n"
-                          "  <identity name=\"child\"><base name=\"root\"/><base name=\"t:other\"/>"
-                          "<if-feature name=\"g:extra\"/></identity>\n",
-                      kTNs);
-    ASSERT_NE(mod, nullptr);
     ASSERT_EQ(mod->featureCount, 2);
     EXPECT_EQ(mod->features[0].ifFeatureCount, 0);
     ASSERT_EQ(mod->features[1].ifFeatureCount, 1);

@@ -84,25 +84,27 @@ TEST_F(LoaderModule, HeaderValuesAndFirstRevision)
 
 TEST_F(LoaderModule, HeaderFailures)
 {
-    EXPECT_EQ(ParseBody(ModuleText("m", "<yang-version value='1.0'/><namespace uri='urn:m'/>")), 0xFFFFFFFFu);
-    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to parse value \"1.0\" of statement \"yang-version\".",
-                                                            "Failed to parse statement \"yang-version\"."}));
-    Reopen(0);
-    EXPECT_EQ(ParseBody(ModuleText("m", "<prefix value='a'/><namespace uri='urn:m'/><prefix value='b'/>")), 1u);
-    EXPECT_EQ(LoadMessages(ctx_),
-              (std::vector<std::string>{"Statement \"prefix\" under statement \"module\" has repeated."}));
-    Reopen(0);
-    EXPECT_EQ(ParseBody(ModuleText("m", "<namespace/>")), 22u);
-    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"namespace\".",
-                                                            "Failed to parse statement \"namespace\"."}));
-    Reopen(0);
-    EXPECT_EQ(ParseBody(ModuleText("m", "<description><text>a</text></description>"
-                                        "<description><text>b</text></description>")),
-              1u);
-    Reopen(0);
-    EXPECT_EQ(ParseBody(ModuleText("m", "<import module='x'><prefix/></import>")), 22u);
-    EXPECT_EQ(LoadMessages(ctx_), (std::vector<std::string>{"Failed to get value of statement \"prefix\".",
-                                                            "Failed to parse value \"x\" of statement \"import\"."}));
+    const struct {
+        const char *body;
+        uint32_t status;
+        std::vector<std::string> messages;
+    } cases[] = {
+        {"<yang-version value='1.0'/><namespace uri='urn:m'/>", 0xFFFFFFFFu,
+         {"Failed to parse value \"1.0\" of statement \"yang-version\".", "Failed to parse statement \"yang-version\"."}},
+        {"<prefix value='a'/><namespace uri='urn:m'/><prefix value='b'/>", 1u,
+         {"Statement \"prefix\" under statement \"module\" has repeated."}},
+        {"<namespace/>", 22u,
+         {"Failed to get value of statement \"namespace\".", "Failed to parse statement \"namespace\"."}},
+        {"<description><text>a</text></description><description><text>b</text></description>", 1u,
+         {"Statement \"description\" under statement \"module\" has repeated."}},
+        {"<import module='x'><prefix/></import>", 22u,
+         {"Failed to get value of statement \"prefix\".", "Failed to parse value \"x\" of statement \"import\"."}},
+    };
+    for (const auto &c : cases) {
+        Reopen(0);
+        EXPECT_EQ(ParseBody(ModuleText("m", c.body)), c.status) << c.body;
+        EXPECT_EQ(LoadMessages(ctx_), c.messages) << c.body;
+    }
 }
 
 TEST_F(LoaderModule, ImportsSkipExactDuplicates)
@@ -141,7 +143,7 @@ TEST_F(LoaderModule, BodyArraysCollectInDocumentOrder)
     EXPECT_STREQ(mod->extInsts[0].extName, "note");
 }
 
-TEST_F(LoaderModule, IdentityrefDefaultsBecomeModuleQualified)
+TEST_F(LoaderModule, IdentityrefDefaultsBecomeModuleQualifiedOrFailTheLeaf)
 {
     KzMod *mod = LoadText(ModuleText(
         "m", "<namespace uri='urn:m'/><prefix value='m'/><import module='other'><prefix value='o'/></import>"
@@ -159,10 +161,9 @@ TEST_F(LoaderModule, IdentityrefDefaultsBecomeModuleQualified)
     EXPECT_STREQ(ll->defaults[0], "m:eth");
     EXPECT_STREQ(ll->defaults[1], "other:slow");
     EXPECT_STREQ(static_cast<const KzsLeafInfo *>(l->next->next->schemaInfo)->dflt, "o:kept");
-}
 
-TEST_F(LoaderModule, IdentityrefDefaultWithUnknownPrefixFailsTheLeaf)
-{
+    /* A prefix that names no module fails the leaf. */
+    Reopen(0);
     EXPECT_EQ(LoadText(ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/><identity name='eth'/>"
                                        "<leaf name='l'><type name='identityref'><base name='m:eth'/></type>"
                                        "<default value='zz:fast'/></leaf>")),
