@@ -192,57 +192,49 @@ TEST_F(LoaderDataDef, AugmentTargetInJsonForm)
     EXPECT_TRUE(LoadMessages(ctx_).empty());
 }
 
-struct Refusal {
-    const char *body;
-    std::vector<std::string> messages;
-};
-
-void PrintTo(const Refusal &r, std::ostream *os)
+TEST_F(LoaderDataDef, RefusedModuleIsNotLoadedAndMessagesAreExact)
 {
-    *os << r.body;
+    const struct {
+        const char *body;
+        std::vector<std::string> messages;
+    } cases[] = {
+        {"<container name='c'><config value='true'/><config value='false'/></container>",
+         {"Statement \"config\" under statement \"container\" has repeated.",
+          "Failed to parse \"container\" statement \"c\"."}},
+        {"<container name='c'><leaf name='x'><description><text>no type</text></description></leaf>"
+         "</container>",
+         {"leaf \"x\" must define with type statement.", "Failed to parse \"container\" statement \"c\"."}},
+        {"<leaf-list name='xs'/>", {"leaf-list \"xs\" must define with type statement."}},
+        {"<leaf name='x'><type name='uint8'><range value='-1..5'/></type></leaf>",
+         {"Failed to parse value \"uint8\" of statement \"type\".", "Failed to parse \"leaf\" statement \"x\"."}},
+        {"<augment target-node='o:x'><leaf name='l'><type name='string'/></leaf></augment>",
+         {"Failed to get value of statement \"augment\"."}},
+        {"<leaf name='l'><type name='string'/><if-feature name='o:f and o:g'/></leaf>",
+         {"Failed to parse xpath \"o:f and o:g\".",
+          "Failed to parse value \"o:f and o:g\" of statement \"if-feature\"."}},
+        {"<leaf name='l'><type name='string'/><if-feature name='z:f'/></leaf>",
+         {"Failed to find module by prefix \"z\".",
+          "Failed to parse value \"z:f\" of statement \"if-feature\"."}},
+        {"<leaf name='l'><type name='string'/><mandatory value='yes'/></leaf>",
+         {"Failed to parse value \"yes\" of statement \"mandatory\".",
+          "Failed to parse \"leaf\" statement \"l\"."}},
+        {"<list name='l'><key value='a b'/><leaf name='a'><type name='string'/></leaf>"
+         "<leaf-list name='b'><type name='string'/></leaf-list></list>",
+         {"Failed to parse \"list\" statement \"l\"."}},
+        {"<container/>", {"Failed to get value of statement \"container\"."}},
+        {"<leaf name='l'><type name='string'/><must condition='x'><error-app-tag/></must></leaf>",
+         {"Failed to get value of statement \"error-app-tag\".",
+          "Failed to parse value \"x\" of statement \"must\"."}},
+        {"<rpc name='r'><input/><input/></rpc>",
+         {"Statement \"input\" under statement \"rpc\" has repeated.",
+          "Failed to parse \"rpc\" statement \"r\"."}},
+    };
+    for (const auto &c : cases) {
+        Reopen(0);
+        EXPECT_EQ(Load(Module(c.body)), nullptr) << c.body;
+        EXPECT_NE(status_, 0u) << c.body;
+        EXPECT_EQ(LoadMessages(ctx_), c.messages) << c.body;
+    }
 }
-
-class LoaderDataDefRefused : public LoaderDataDef, public ::testing::WithParamInterface<Refusal> {};
-
-TEST_P(LoaderDataDefRefused, ModuleIsNotLoadedAndMessagesAreExact)
-{
-    EXPECT_EQ(Load(Module(GetParam().body)), nullptr);
-    EXPECT_NE(status_, 0u);
-    EXPECT_EQ(LoadMessages(ctx_), GetParam().messages);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    LoaderRefusal, LoaderDataDefRefused,
-    ::testing::Values(
-        Refusal{"<container name='c'><config value='true'/><config value='false'/></container>",
-                {"Statement \"config\" under statement \"container\" has repeated.",
-                 "Failed to parse \"container\" statement \"c\"."}},
-        Refusal{"<container name='c'><leaf name='x'><description><text>no type</text></description></leaf>"
-                "</container>",
-                {"leaf \"x\" must define with type statement.", "Failed to parse \"container\" statement \"c\"."}},
-        Refusal{"<leaf-list name='xs'/>", {"leaf-list \"xs\" must define with type statement."}},
-        Refusal{"<leaf name='x'><type name='uint8'><range value='-1..5'/></type></leaf>",
-                {"Failed to parse value \"uint8\" of statement \"type\".", "Failed to parse \"leaf\" statement \"x\"."}},
-        Refusal{"<augment target-node='o:x'><leaf name='l'><type name='string'/></leaf></augment>",
-                {"Failed to get value of statement \"augment\"."}},
-        Refusal{"<leaf name='l'><type name='string'/><if-feature name='o:f and o:g'/></leaf>",
-                {"Failed to parse xpath \"o:f and o:g\".",
-                 "Failed to parse value \"o:f and o:g\" of statement \"if-feature\"."}},
-        Refusal{"<leaf name='l'><type name='string'/><if-feature name='z:f'/></leaf>",
-                {"Failed to find module by prefix \"z\".",
-                 "Failed to parse value \"z:f\" of statement \"if-feature\"."}},
-        Refusal{"<leaf name='l'><type name='string'/><mandatory value='yes'/></leaf>",
-                {"Failed to parse value \"yes\" of statement \"mandatory\".",
-                 "Failed to parse \"leaf\" statement \"l\"."}},
-        Refusal{"<list name='l'><key value='a b'/><leaf name='a'><type name='string'/></leaf>"
-                "<leaf-list name='b'><type name='string'/></leaf-list></list>",
-                {"Failed to parse \"list\" statement \"l\"."}},
-        Refusal{"<container/>", {"Failed to get value of statement \"container\"."}},
-        Refusal{"<leaf name='l'><type name='string'/><must condition='x'><error-app-tag/></must></leaf>",
-                {"Failed to get value of statement \"error-app-tag\".",
-                 "Failed to parse value \"x\" of statement \"must\"."}},
-        Refusal{"<rpc name='r'><input/><input/></rpc>",
-                {"Statement \"input\" under statement \"rpc\" has repeated.",
-                 "Failed to parse \"rpc\" statement \"r\"."}}));
 
 } /* namespace */
