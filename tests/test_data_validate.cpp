@@ -239,7 +239,7 @@ TEST_F(Validate, RepeatedLeafIsFoundAmongManySiblings)
     }
 }
 
-TEST_F(Validate, InvalidValuesAreReportedWithLongValuesCut)
+TEST_F(Validate, InvalidValuesAreReportedWithLongValuesCutAndKeyedPaths)
 {
     Record r = rpc(configure("<level>101</level>"));
     EXPECT_EQ(r.tag, KZ_ERR_TAG_BAD_ELEMENT);
@@ -251,11 +251,9 @@ TEST_F(Validate, InvalidValuesAreReportedWithLongValuesCut)
     EXPECT_EQ(r.message, "code has invalid value " + std::string(253, 'z') + "....");
     EXPECT_EQ(r.path, "/vt:configure/entry[id='a']/code");
     EXPECT_TRUE(rpc(configure("<entry><id>a</id><code>AB12</code></entry>")).valid);
-}
 
-TEST_F(Validate, PathsListKeysInReverseAndQuoteAroundApostrophes)
-{
-    Record r = rpc(configure("<pair><k1>a</k1><k2>it's</k2><v>900</v></pair>"));
+    // Paths list the keys in reverse and quote around apostrophes.
+    r = rpc(configure("<pair><k1>a</k1><k2>it's</k2><v>900</v></pair>"));
     EXPECT_EQ(r.path, "/vt:configure/pair[k2=\"it's\"][k1='a']/v");
 }
 
@@ -271,14 +269,6 @@ TEST_F(Validate, MustReportsItsOwnTextsOrTheDefaults)
     EXPECT_EQ(r.appTag, "must-violation");
     EXPECT_EQ(r.message, "ratio is not satisfied must condition.");
     EXPECT_TRUE(rpc(configure("<ratio>10</ratio>")).valid);
-}
-
-TEST_F(Validate, WhenFalseOnRequestElementIsAnError)
-{
-    Record r = rpc(configure("<entry><id>a</id><extra>y</extra></entry>"));
-    EXPECT_EQ(r.tag, KZ_ERR_TAG_UNKNOWN_ELEMENT);
-    EXPECT_EQ(r.message, "extra is not satisfied when condition.");
-    EXPECT_EQ(r.badElement, "extra");
 }
 
 // Every when is settled, removing added elements whose when is false, before any must is
@@ -304,8 +294,11 @@ TEST_F(Validate, WhensAreSettledBeforeMusts)
             EXPECT_EQ(r.message, c.message) << c.body;
         }
     }
+    // A false when on a request element is an unknown element.
     Record r = rpc(configure("<entry><id>bad</id></entry><entry><id>b</id><extra>y</extra></entry>"));
+    EXPECT_EQ(r.tag, KZ_ERR_TAG_UNKNOWN_ELEMENT);
     EXPECT_EQ(r.message, "extra is not satisfied when condition.");
+    EXPECT_EQ(r.badElement, "extra");
 }
 
 TEST_F(Validate, MandatoryLeavesAndChoices)

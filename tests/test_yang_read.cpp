@@ -29,12 +29,6 @@ std::string Dump(xmlNode *node)
     return out;
 }
 
-xmlNode *LastChild(xmlDoc *doc)
-{
-    xmlNode *last = xmlDocGetRootElement(doc)->last;
-    return last;
-}
-
 const char *kHeader11 = "module t {\n  yang-version 1.1;\n  namespace urn:t;\n  prefix t;\n";
 const char *kHeader10 = "module t {\n  namespace urn:t;\n  prefix t;\n";
 
@@ -73,7 +67,7 @@ TEST(YangRead, LexicalRulesGiveTheExactArgument)
             continue;
         }
         ASSERT_NE(doc, nullptr) << c.arg << ": " << error;
-        xmlNode *text = LastChild(doc.get())->children;
+        xmlNode *text = xmlDocGetRootElement(doc.get())->last->children;
         ASSERT_NE(text, nullptr) << c.arg;
         EXPECT_STREQ(reinterpret_cast<const char *>(text->name), "text");
         xmlChar *content = xmlNodeGetContent(text);
