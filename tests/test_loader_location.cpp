@@ -228,7 +228,7 @@ TEST(LoaderAssister, CurrentSuffixSurvivesGrowthAndDuplicatesAreSkipped)
     EXPECT_STREQ(ag.a.current->suffix, "c");
 }
 
-TEST(LoaderPending, TailAppendFindAndRemove)
+TEST(LoaderPending, TailAppendFindRemoveNameLimitsAndFeatureList)
 {
     ModPendTbl tbl;
     KZS_LOADER_InitModPendTbl(&tbl);
@@ -254,12 +254,8 @@ TEST(LoaderPending, TailAppendFindAndRemove)
     KZS_LOADER_DeInitModPendTbl(&tbl);
     EXPECT_EQ(tbl.first, nullptr);
     EXPECT_EQ(tbl.count, 0u);
-}
 
-TEST(LoaderPending, NameLimitsAndFeatureList)
-{
-    ModPendTbl tbl;
-    KZS_LOADER_InitModPendTbl(&tbl);
+    /* Name limits, and a node's feature list. */
     EXPECT_EQ(KZS_LOADER_AddModPendNode(&tbl, std::string(65, 'm').c_str()), nullptr);
     ModPendNode *node = KZS_LOADER_AddModPendNode(&tbl, std::string(64, 'm').c_str());
     ASSERT_NE(node, nullptr);
