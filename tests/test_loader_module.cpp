@@ -90,7 +90,8 @@ TEST_F(LoaderModule, HeaderFailures)
         std::vector<std::string> messages;
     } cases[] = {
         {"<yang-version value='1.0'/><namespace uri='urn:m'/>", 0xFFFFFFFFu,
-         {"Failed to parse value \"1.0\" of statement \"yang-version\".", "Failed to parse statement \"yang-version\"."}},
+         {"Failed to parse value \"1.0\" of statement \"yang-version\".",
+          "Failed to parse statement \"yang-version\"."}},
         {"<prefix value='a'/><namespace uri='urn:m'/><prefix value='b'/>", 1u,
          {"Statement \"prefix\" under statement \"module\" has repeated."}},
         {"<namespace/>", 22u,
