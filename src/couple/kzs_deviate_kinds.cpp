@@ -30,6 +30,12 @@ void Log(KzMod *mod, const char *format, const KzsNode *target)
     KZ_CTX_AddModError(mod->ctx, mod->name, format, target->name);
 }
 
+// A leaf and a choice each hold one default; their messages differ in wording.
+void LogDefault(KzMod *mod, const KzsNode *target, const char *leafFormat, const char *choiceFormat)
+{
+    Log(mod, target->kind == KZS_NODE_LEAF ? leafFormat : choiceFormat, target);
+}
+
 // Saves through the deviation's undo log before a change.  A deviation that
 // is not being coupled has no log: nothing can be saved, which fails as out
 // of memory like any other save.
@@ -99,20 +105,17 @@ uint32_t AddDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode
     switch (target->kind) {
     case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
-        bool leaf = target->kind == KZS_NODE_LEAF;
         const char **slot = TextSlotOf(target, SingleDefault(target));
         if (dvt->defaultCount > 1) {
-            Log(mod,
-                leaf ? "Failed to add default to leaf node \"%s\",  because the number of default to be added > 1."
-                     : "Failed to add default to choice node \"%s\", because the number of default to be added > 1.",
-                target);
+            LogDefault(mod, target,
+                "Failed to add default to leaf node \"%s\",  because the number of default to be added > 1.",
+                "Failed to add default to choice node \"%s\", because the number of default to be added > 1.");
             return 0;
         }
         if (*slot != nullptr) {
-            Log(mod,
-                leaf ? "Failed to add default to leaf node \"%s\", because it had been set default statement."
-                     : "Failed to add default to choice node \"%s\", because it had been set default statement.",
-                target);
+            LogDefault(mod, target,
+                "Failed to add default to leaf node \"%s\", because it had been set default statement.",
+                "Failed to add default to choice node \"%s\", because it had been set default statement.");
             return KZ_ERR;
         }
         return FillSavingEmpty(log, dict, SingleDefault(target), target, dvt->defaults[0]);
@@ -204,27 +207,23 @@ uint32_t DelDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNode
     switch (target->kind) {
     case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
-        bool leaf = target->kind == KZS_NODE_LEAF;
         const char **slot = TextSlotOf(target, SingleDefault(target));
         if (dvt->defaultCount > 1) {
-            Log(mod,
-                leaf ? "Failed to delete default from leaf node \"%s\", because the number of defaults to be deleted > 1."
-                     : "Failed to delete default from choice node \"%s\", because default number > 1.",
-                target);
+            LogDefault(mod, target,
+                "Failed to delete default from leaf node \"%s\", because the number of defaults to be deleted > 1.",
+                "Failed to delete default from choice node \"%s\", because default number > 1.");
             return KZ_ERR;
         }
         if (*slot == nullptr) {
-            Log(mod,
-                leaf ? "Failed to delete default from leaf node \"%s\" without default value."
-                     : "Failed to delete default from choice node \"%s\" without default value.",
-                target);
+            LogDefault(mod, target,
+                "Failed to delete default from leaf node \"%s\" without default value.",
+                "Failed to delete default from choice node \"%s\" without default value.");
             return KZ_ERR;
         }
         if (dvt->defaultCount == 1 && !kz::SameText(*slot, dvt->defaults[0])) {
-            Log(mod,
-                leaf ? "Failed to find default value to be deleted in leaf node \"%s\"."
-                     : "Failed to find default value to be deleted in choice node \"%s\".",
-                target);
+            LogDefault(mod, target,
+                "Failed to find default value to be deleted in leaf node \"%s\".",
+                "Failed to find default value to be deleted in choice node \"%s\".");
             return KZ_ERR;
         }
         return ClearSavingOld(log, dict, SingleDefault(target), target);
@@ -326,20 +325,17 @@ uint32_t ReplDefaults(KzMod *mod, DeviationUndoLog *log, KzsDeviate *dvt, KzsNod
     switch (target->kind) {
     case KZS_NODE_LEAF:
     case KZS_NODE_CHOICE: {
-        bool leaf = target->kind == KZS_NODE_LEAF;
         const char **slot = TextSlotOf(target, SingleDefault(target));
         if (dvt->defaultCount > 1) {
-            Log(mod,
-                leaf ? "Failed to replace default of leaf node \"%s\", because the number of defaults to be deleted > 1."
-                     : "Failed to replace default of choice node \"%s\", because default number > 1.",
-                target);
+            LogDefault(mod, target,
+                "Failed to replace default of leaf node \"%s\", because the number of defaults to be deleted > 1.",
+                "Failed to replace default of choice node \"%s\", because default number > 1.");
             return 0;
         }
         if (*slot == nullptr) {
-            Log(mod,
-                leaf ? "Failed to replace default of leaf node \"%s\" without default value."
-                     : "Failed to replace default of choice node \"%s\" without default value.",
-                target);
+            LogDefault(mod, target,
+                "Failed to replace default of leaf node \"%s\" without default value.",
+                "Failed to replace default of choice node \"%s\" without default value.");
             return KZ_ERR;
         }
         return ReplaceSavingOld(log, dict, SingleDefault(target), target, dvt->defaults[0]);
