@@ -448,9 +448,10 @@ bool FolderTable()
     return true;
 }
 
-// With "folder", prints only the folder table. With "load N", "names N" (distinct leaves with descriptions) or "validate N", performs just that one operation,
-// with "folder N" the folder load N times, for a profiler.
-int ProfileOne(const char *what, int scale)
+// With "folder", prints only the folder table. With "load N", "names N" (distinct leaves with descriptions) "validate N" or "parse N" (libxml2 alone,
+// on the request that "validate N" checks), performs just that one operation,
+// `reps` times (an optional third argument), with "folder N" the folder load N times, for a profiler.
+int ProfileOne(const char *what, int scale, int reps)
 {
     if (std::strcmp(what, "folder") == 0) {
         const std::vector<std::string> names = FolderModules(kFolder);
@@ -464,17 +465,28 @@ int ProfileOne(const char *what, int scale)
     if (names || std::strcmp(what, "load") == 0) {
         int nodes = 0;
         const std::string text = names ? kzbench::MakeNamesModule(scale, true) : kzbench::MakeModule(scale, &nodes);
-        KzCtx *ctx = KZ_CTX_Create(names ? KZ_CTX_OPT_KEEP_DESCRIPTION : 0);
-        const bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
-        KZ_CTX_Delete(ctx);
+        bool ok = true;
+        for (int i = 0; i < reps && ok; ++i) {
+            KzCtx *ctx = KZ_CTX_Create(names ? KZ_CTX_OPT_KEEP_DESCRIPTION : 0);
+            ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, text.c_str()) == KZ_OK;
+            KZ_CTX_Delete(ctx);
+        }
         return ok ? 0 : 1;
     }
-    KzCtx *ctx = KZ_CTX_Create(0);
     std::string text = kzbench::MakeRequest(scale);
+    if (std::strcmp(what, "parse") == 0) {
+        for (int i = 0; i < reps; ++i) {
+            kzbench::XmlParse(text);
+        }
+        return 0;
+    }
+    KzCtx *ctx = KZ_CTX_Create(0);
     bool ok = ctx != nullptr && KZ_CTX_LoadMemory(ctx, kzbench::kRequestModule) == KZ_OK;
-    KzdErrNode *err = ok ? KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr) : nullptr;
-    ok = ok && err == nullptr;
-    KZ_FreeErrNode(err);
+    for (int i = 0; i < reps && ok; ++i) {
+        KzdErrNode *err = KZ_CTX_ValidateRpcDataTree(ctx, KZ_DATA_KIND_TEXT, text.data(), nullptr, nullptr);
+        ok = err == nullptr;
+        KZ_FreeErrNode(err);
+    }
     KZ_CTX_Delete(ctx);
     return ok ? 0 : 1;
 }
@@ -491,8 +503,8 @@ int main(int argc, char **argv)
     mallopt(M_MXFAST, 0);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     xmlInitParser();
-    if (argc == 3) {
-        return ProfileOne(argv[1], std::atoi(argv[2]));
+    if (argc == 3 || argc == 4) {
+        return ProfileOne(argv[1], std::atoi(argv[2]), argc == 4 ? std::atoi(argv[3]) : 1);
     }
     if (argc == 2 && std::strcmp(argv[1], "folder") == 0) {
         return FolderTable() ? 0 : 1;

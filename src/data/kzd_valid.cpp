@@ -20,7 +20,7 @@ using DocPtr = kz::XmlDocPtr;
  * no use for a document type declaration, so one is refused before any of it is read). */
 DocPtr ParseText(const char *text, kz::base::ParseReport *report)
 {
-    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET;
+    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_COMPACT;
     return DocPtr(kz::base::ParseXmlMemory(text, strlen(text), kOptions, true, report));
 }
 
