@@ -2,8 +2,6 @@
  * checked, nodes paired by position, new nodes changing owner. */
 #include "test_support.h"
 
-#include "loader/kzs_loader.h"
-
 using namespace kztest;
 
 namespace {

@@ -1,7 +1,5 @@
 /* The statement keyword and parse-function tables and the keyword lookup. */
-#include <gtest/gtest.h>
-
-#include "loader/kzs_stmt.h"
+#include "test_support.h"
 
 namespace {
 

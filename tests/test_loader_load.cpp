@@ -1,7 +1,6 @@
 // Loading modules by name from search directories: messages of each failure,
 // merge sources across loads, registration refusals and imports.
 
-#include "loader/kzs_loader.h"
 #include "test_support.h"
 
 using kztest::Diagnostics;

@@ -1,7 +1,6 @@
 // Which files of a module are read: candidates over the search directories,
 // merge-source suffixes, the per-load file limit, and the pending table.
 
-#include "loader/kzs_loader.h"
 #include "test_support.h"
 #include "base/kz_dir_cache.h"
 

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "loader/kzs_stmt.h"
 #include "test_support.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // Path texts: prefixed paths to module-qualified form, target-path splitting.
 
 #include "test_support.h"
-#include "schema/kzs_mod.h"
 
 namespace {
 

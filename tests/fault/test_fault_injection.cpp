@@ -5,22 +5,16 @@
 // exception reaches the C surface), leave the context usable, and leak nothing
 // (the sanitizer build checks the last at exit).  A binary of its own, so that
 // the replaced operator new stays out of the main test binary.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <functional>
-#include <memory>
 #include <new>
-#include <string>
-
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
 #endif
 
-#include "korla.h"
-#include "base/kz_mem.h"
 #include "../test_support.h"
 
 namespace {
