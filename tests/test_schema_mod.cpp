@@ -116,12 +116,7 @@ TEST_F(SchemaModPrefix, OwnPrefixWinsAndFirstImportWins)
     EXPECT_STREQ(KZS_MOD_GetModuleNameByPrefix(mod, "pi"), "first");
     EXPECT_EQ(KZS_MOD_GetModuleNameByPrefix(mod, "zz"), nullptr);
 
-    auto convert = [&](const char *v) {
-        char *out = KZS_MOD_ConvertPrefixValToJsonFormat(mod, v);
-        std::string s = out != nullptr ? out : "(null)";
-        KZ_MemFree(out);
-        return s;
-    };
+    auto convert = [&](const char *v) { return kztest::TakeText(KZS_MOD_ConvertPrefixValToJsonFormat(mod, v)); };
     EXPECT_EQ(convert("pi:thing"), "first:thing");
     EXPECT_EQ(convert("thing"), "a:thing");
     EXPECT_EQ(convert("zz:thing"), "(null)");

@@ -250,12 +250,7 @@ TEST_F(SchemaNodeWalk, JsonPathQualifiesModuleChanges)
     KzsNode *foreign = NewNode(other, KZS_NODE_CONTAINER, "z", ch);
     KzsNode *leaf = NewLeaf(other, "v", foreign);
 
-    auto path = [](const KzsNode *n) {
-        char *p = KZS_NODE_PrintPath(n);
-        std::string s = p != nullptr ? p : "(null)";
-        KZ_MemFree(p);
-        return s;
-    };
+    auto path = [](const KzsNode *n) { return kztest::TakeText(KZS_NODE_PrintPath(n)); };
     EXPECT_EQ(path(x), "/a:x");
     EXPECT_EQ(path(ch), "/a:x/ch");
     EXPECT_EQ(path(leaf), "/a:x/ch/b:z/v");

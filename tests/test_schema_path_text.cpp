@@ -16,14 +16,7 @@ protected:
         mod_.importCount = 2;
     }
 
-    // The rewritten text, or "<null>".
-    std::string Json(const char *path)
-    {
-        char *out = KZ_XPATH_TransformToJsonFormat(&mod_, path);
-        std::string s = out != nullptr ? out : "<null>";
-        KZ_MemFree(out);
-        return s;
-    }
+    std::string Json(const char *path) { return kztest::TakeText(KZ_XPATH_TransformToJsonFormat(&mod_, path)); }
 
     KzsImport imports_[2];
     KzMod mod_{};
@@ -50,10 +43,8 @@ Split DoSplit(const char *path, uint32_t bufSize = 65)
     Split r;
     r.ret = KZ_XPATH_SplitTargetNodeXpath(path, buf, bufSize, &head, &tail);
     r.mod = buf;
-    r.head = head != nullptr ? head : "<null>";
-    r.tail = tail != nullptr ? tail : "<null>";
-    KZ_MemFree(head);
-    KZ_MemFree(tail);
+    r.head = kztest::TakeText(head);
+    r.tail = kztest::TakeText(tail);
     return r;
 }
 
@@ -81,7 +72,7 @@ TEST_F(XPathJsonForm, Failures)
 {
     // Unknown prefixes, a bad character after a step, a predicate never closed.
     for (const char *bad : {"/zz:a", "/my:a/zz:b", "/my:a b", "/my:a[k='1'", "current()/x"}) {
-        EXPECT_EQ(Json(bad), "<null>") << bad;
+        EXPECT_EQ(Json(bad), "(null)") << bad;
     }
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(nullptr, "/a"), nullptr);
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(&mod_, nullptr), nullptr);
@@ -93,14 +84,14 @@ TEST_F(XPathJsonForm, Failures)
     longPath += "x"; // 3089 characters
     EXPECT_EQ(Json(longPath.c_str()).size(), 3095u);
     longPath += "y";
-    EXPECT_EQ(Json(longPath.c_str()), "<null>");
+    EXPECT_EQ(Json(longPath.c_str()), "(null)");
 }
 
 TEST(XPathTargetSplit, SplitsAtTheLastModuleQualifiedStep)
 {
     kztest::ExpectRows([](const char *p) { return DoSplit(p).Text(); }, {
         {"/a:x/b:y/z", "0 b /a:x /b:y/z"},
-        {"/mod-a:x.1/y/z", "0 mod-a <null> /mod-a:x.1/y/z"}, // the split is at the very start
+        {"/mod-a:x.1/y/z", "0 mod-a (null) /mod-a:x.1/y/z"}, // the split is at the very start
         {"/a:x/b:y/c:z", "0 c /a:x/b:y /c:z"},
     });
 
@@ -117,8 +108,8 @@ TEST(XPathTargetSplit, Failures)
     }
     Split r = DoSplit("/abc:x", 3); // module name does not fit
     EXPECT_EQ(r.ret, KZ_EINVAL);
-    EXPECT_EQ(r.head, "<null>");
-    EXPECT_EQ(r.tail, "<null>");
+    EXPECT_EQ(r.head, "(null)");
+    EXPECT_EQ(r.tail, "(null)");
     char buf[4];
     EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath(nullptr, buf, sizeof(buf), nullptr, nullptr), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x", nullptr, 4, nullptr, nullptr), KZ_EINVAL);

@@ -136,6 +136,14 @@ inline uint32_t Load(KzCtx *ctx, const std::string &text)
     return KZ_CTX_LoadMemory(ctx, text.c_str());
 }
 
+// The text of a string the library allocated, freed here; "(null)" for none.
+inline std::string TakeText(char *owned)
+{
+    std::string text = owned != nullptr ? owned : "(null)";
+    KZ_MemFree(owned);
+    return text;
+}
+
 // `<type name="...">body</type>` in the YIN namespace.
 inline std::string TypeYin(const std::string &name, const std::string &body = "")
 {
