@@ -174,24 +174,6 @@ TEST_F(LoaderDataDef, ConditionsRewriteLiteralPrefixesOnlyAndUnlexableOnesStay)
               (std::vector<std::string>{"Failed to transfer prefix to module name in statement \"when\"."}));
 }
 
-TEST_F(LoaderDataDef, AugmentTargetInJsonForm)
-{
-    KzMod *mod = Load(Module("<container name='top'/>"
-                             "<augment target-node='/o:remote/o:inner'><container name='more'/></augment>"
-                             "<augment target-node='/m:top'><leaf name='extra'><type name='string'/></leaf></augment>"));
-    ASSERT_NE(mod, nullptr) << status_;
-    /* The augment into another module waits on the chain under its JSON-form target. */
-    ASSERT_NE(mod->augments, nullptr);
-    EXPECT_STREQ(mod->augments->name, "/other:remote/inner");
-    EXPECT_EQ(mod->augments->kind, static_cast<uint32_t>(KZS_NODE_AUGMENT));
-    EXPECT_EQ(ChildNames(mod->augments), (std::vector<std::string>{"more"}));
-    /* The one into the module itself found its target, so its path resolved. */
-    const KzsNode *top = Top(mod, "top");
-    ASSERT_NE(top, nullptr);
-    EXPECT_EQ(ChildNames(top), (std::vector<std::string>{"extra"}));
-    EXPECT_TRUE(LoadMessages(ctx_).empty());
-}
-
 TEST_F(LoaderDataDef, RefusedModuleIsNotLoadedAndMessagesAreExact)
 {
     const struct {

@@ -61,20 +61,6 @@ TEST_F(LoaderStmt, ElementIdentifierDependsOnNamespace)
     EXPECT_EQ(ids, (std::vector<uint32_t>{KZS_STMT_LEAF, 0, 0, KZS_STMT_EXTENSION_INSTANCE, 0}));
 }
 
-TEST_F(LoaderStmt, UniqueChildRepeatedStopsWithMessage)
-{
-    xmlNode *root = Parse("module", "<description><text>one</text></description>"
-                                    "<description><text>two</text></description>");
-    ASSERT_NE(root, nullptr);
-    const char *desc = nullptr;
-    SubParseElem elems[] = {{KZS_STMT_DESCRIPTION, &desc, nullptr, nullptr, 0, KZS_SUB_FLAG_UNIQUE}};
-    EXPECT_EQ(KZS_LOADER_ParseSubStatements(&mod_, root, KZS_STMT_MODULE, elems, 1), 1u);
-    Keep(desc);
-    EXPECT_STREQ(desc, "one");
-    EXPECT_EQ(LoadMessages(ctx_),
-              (std::vector<std::string>{"Statement \"description\" under statement \"module\" has repeated."}));
-}
-
 TEST_F(LoaderStmt, ArrayCollectsEveryOccurrenceInOrderIgnoresTheRestAndIsFilledOnce)
 {
     xmlNode *root = Parse("container", "<text>a</text><xyz/><text>b</text><Leaf/><text>c</text>"

@@ -345,7 +345,6 @@ TEST_F(RuntimeCtxLoaded, FeaturesOfALoadedModule)
     EXPECT_EQ(0u, KZ_CTX_DisableModFeature(ctx_, "rt-base", "fast"));
     EXPECT_EQ(0u, KZ_CTX_IsModFeatureEnable(ctx_, "rt-base", "fast"));
     EXPECT_EQ(KZ_EINVAL, KZ_CTX_DisableModFeature(ctx_, "rt-base", "slow"));
-    EXPECT_EQ(nullptr, KZ_CTX_FindFeatureByModNameAndFeatName(ctx_, "rt-none", "fast"));
 }
 
 TEST_F(RuntimeCtxLoaded, NotificationsUncoupleAndCoupleAugments)
