@@ -35,12 +35,7 @@ const std::string kNested = Yin("cd", R"(
 KzsNode *FindAug(KzCtx *ctx, const char *mod, const char *path)
 {
     KzMod *m = KZ_CTX_GetModuleByModName(ctx, mod);
-    for (KzsNode *a = m != nullptr ? m->augments : nullptr; a != nullptr; a = a->next) {
-        if (Json(path) == a->name) {
-            return a;
-        }
-    }
-    return nullptr;
+    return FindSibling(m != nullptr ? m->augments : nullptr, Json(path));
 }
 
 TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModuleOrCreatedInputOutput)

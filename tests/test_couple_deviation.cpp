@@ -45,25 +45,15 @@ KzsLeafInfo *Leaf(KzCtx *ctx, const char *path)
     return n != nullptr ? static_cast<KzsLeafInfo *>(n->schemaInfo) : nullptr;
 }
 
-KzsLeafListInfo *LeafList(KzCtx *ctx, const char *path)
-{
-    KzsNode *n = Node(ctx, path);
-    return n != nullptr ? static_cast<KzsLeafListInfo *>(n->schemaInfo) : nullptr;
-}
-
 std::vector<std::string> Defaults(KzCtx *ctx, const char *path)
 {
     std::vector<std::string> out;
-    KzsLeafListInfo *info = LeafList(ctx, path);
+    KzsNode *n = Node(ctx, path);
+    auto *info = n != nullptr ? static_cast<KzsLeafListInfo *>(n->schemaInfo) : nullptr;
     for (uint32_t i = 0; info != nullptr && i < info->defaultCount; i++) {
         out.emplace_back(info->defaults[i]);
     }
     return out;
-}
-
-const char *Str(const char *s)
-{
-    return s != nullptr ? s : "";
 }
 
 const std::vector<Case> &Cases()
@@ -73,7 +63,7 @@ const std::vector<Case> &Cases()
          false,
          {"Failed to add default to leaf node \"l\", because it had been set default statement.",
           "Failed to add default statements to node \"l\"."},
-         [](KzCtx *ctx) { EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "x"); }},
+         [](KzCtx *ctx) { EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "x"); }},
         {"add two defaults to a leaf", "/dv:c/dv:nd",
          R"(<deviate value="add"><default value="y"/><default value="z"/></deviate>)", true,
          {"Failed to add default to leaf node \"nd\",  because the number of default to be added > 1."},
@@ -81,7 +71,7 @@ const std::vector<Case> &Cases()
         {"add default and mandatory", "/dv:c/dv:nd",
          R"(<deviate value="add"><default value="z"/><mandatory value="true"/></deviate>)", true, {},
          [](KzCtx *ctx) {
-             EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:nd")->dflt), "z");
+             EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:nd")->dflt, "z");
              EXPECT_NE(Node(ctx, "/dv:c/dv:nd")->flags & KZS_NODE_FLAG_MANDATORY_TRUE, 0u);
          }},
         {"add config where config is stated", "/dv:c/dv:st", R"(<deviate value="add"><config value="true"/></deviate>)",
@@ -114,7 +104,7 @@ const std::vector<Case> &Cases()
          [](KzCtx *ctx) {
              KzsNode *nd = Node(ctx, "/dv:c/dv:nd");
              EXPECT_EQ(nd->mustCount, 1u);
-             EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:nd")->units), "ms");
+             EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:nd")->units, "ms");
          }},
         {"add a default to a choice that has one", "/dv:c/dv:ch",
          R"(<deviate value="add"><default value="k2"/></deviate>)", false,
@@ -169,9 +159,9 @@ const std::vector<Case> &Cases()
              EXPECT_NE(Node(ctx, "/dv:c/dv:st/dv:deep/dv:dl")->flags & KZS_NODE_FLAG_CONFIG_TRUE, 0u);
          }},
         {"replace a default by the same", "/dv:c/dv:l", R"(<deviate value="replace"><default value="x"/></deviate>)",
-         true, {}, [](KzCtx *ctx) { EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "x"); }},
+         true, {}, [](KzCtx *ctx) { EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "x"); }},
         {"replace a default", "/dv:c/dv:l", R"(<deviate value="replace"><default value="y"/></deviate>)", true, {},
-         [](KzCtx *ctx) { EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "y"); }},
+         [](KzCtx *ctx) { EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "y"); }},
         {"replace a default the leaf lacks", "/dv:c/dv:nd",
          R"(<deviate value="replace"><default value="y"/></deviate>)", false,
          {"Failed to replace default of leaf node \"nd\" without default value.",
@@ -180,7 +170,7 @@ const std::vector<Case> &Cases()
         {"replace with two defaults", "/dv:c/dv:l",
          R"(<deviate value="replace"><default value="y"/><default value="z"/></deviate>)", true,
          {"Failed to replace default of leaf node \"l\", because the number of defaults to be deleted > 1."},
-         [](KzCtx *ctx) { EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "x"); }},
+         [](KzCtx *ctx) { EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "x"); }},
         {"replace leaf-list defaults", "/dv:c/dv:ll", R"(<deviate value="replace"><default value="z"/></deviate>)",
          true, {}, [](KzCtx *ctx) { EXPECT_EQ(Defaults(ctx, "/dv:c/dv:ll"), (std::vector<std::string>{"z"})); }},
         {"replace type, units and mandatory", "/dv:c/dv:u",
@@ -188,7 +178,7 @@ const std::vector<Case> &Cases()
          {},
          [](KzCtx *ctx) {
              EXPECT_EQ(Leaf(ctx, "/dv:c/dv:u")->realType.baseType, static_cast<uint32_t>(KZT_BASE_INT32));
-             EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:u")->units), "ms");
+             EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:u")->units, "ms");
              EXPECT_NE(Node(ctx, "/dv:c/dv:u")->flags & KZS_NODE_FLAG_MANDATORY_TRUE, 0u);
          }},
         {"replace the type of a container", "/dv:c/dv:st", R"(<deviate value="replace"><type name="int32"/></deviate>)",
@@ -259,14 +249,14 @@ TEST(CoupleDeviation, LatestDeviationIsUndoneFirst)
         <deviation target-node="/dv:c/dv:st"><deviate value="not-supported"/></deviation>)",
                             {"dv"})),
               0u);
-    EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "two");
+    EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "two");
     /* Both go with dv: undone newest first, so nothing of d1 is left. */
     static std::vector<std::string> reloaded;
     reloaded.clear();
     KZ_CTX_SetReloadModuleCbFunc(ctx, [](KzCtx *, const char *name) { reloaded.emplace_back(name); });
     ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "d1"), 0u);
     EXPECT_EQ(reloaded, (std::vector<std::string>{"d1"}));
-    EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "two");
+    EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "two");
     ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "d2"), 0u);
     EXPECT_EQ(DumpModule(KZ_CTX_GetModuleByModName(ctx, "dv")), before);
 }
@@ -324,7 +314,7 @@ TEST(CoupleDeviation, IdentityrefDefaultsTakeModuleNames)
     </module>)";
     ASSERT_EQ(KZ_CTX_LoadMemory(ctx, text), 0u);
     EXPECT_TRUE(LoadMessages(ctx, "dz").empty());
-    EXPECT_STREQ(Str(Leaf(ctx, "/di:kind")->dflt), "di:one");
+    EXPECT_STREQ(Leaf(ctx, "/di:kind")->dflt, "di:one");
     ASSERT_EQ(KZ_CTX_UnloadModule(ctx, "dz"), 0u);
     EXPECT_EQ(Leaf(ctx, "/di:kind")->dflt, nullptr);
 }
@@ -338,7 +328,7 @@ TEST(CoupleDeviation, DeviationWaitsForItsTargetModule)
     EXPECT_EQ(Relations(ctx, "dv"), (std::vector<std::string>{"1:dx"}));
     ASSERT_EQ(Load(ctx, kTarget), 0u);
     EXPECT_NE(dx->deviations[0].flags & KZS_DEVIATION_FLAG_COUPLED, 0u);
-    EXPECT_STREQ(Str(Leaf(ctx, "/dv:c/dv:l")->dflt), "y");
+    EXPECT_STREQ(Leaf(ctx, "/dv:c/dv:l")->dflt, "y");
     EXPECT_EQ(KZS_MOD_CoupleDeviationFromDepMods(ctx, nullptr, "absent", nullptr), 1u);
     EXPECT_EQ(KZS_MOD_GetCoupleDeviateFunc(5), nullptr);
     EXPECT_EQ(KZS_MOD_GetCoupleDeviateFunc(0), nullptr);
