@@ -4,26 +4,10 @@
 
 #include "test_support.h"
 
+using kztest::PrintedTree;
 using kztest::ScratchDir;
 
 namespace {
-
-std::string Tree(KzCtx *ctx, const char *module)
-{
-    std::string out;
-    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, module);
-    if (mod == nullptr) {
-        return "(not loaded)";
-    }
-    (void)KZ_MOD_PrintModelTree(
-        mod,
-        [](const char *text, uint32_t len, void *arg) -> uint32_t {
-            static_cast<std::string *>(arg)->append(text, len);
-            return 0;
-        },
-        &out);
-    return out;
-}
 
 std::string Yang(const std::string &body)
 {
@@ -80,7 +64,7 @@ TEST(LoaderGrouping, UsesBringsTheGroupingsNodes)
     };
     for (const Case &c : cases) {
         CtxPtr ctx = LoadedG(c.body);
-        EXPECT_EQ(Tree(ctx.get(), "g"), c.tree) << c.body;
+        EXPECT_EQ(PrintedTree(ctx.get(), "g"), c.tree) << c.body;
         EXPECT_TRUE(kztest::LoadMessages(ctx.get()).empty()) << c.body;
     }
 }
@@ -187,8 +171,9 @@ TEST(LoaderGrouping, OtherModulesGroupingsResolveTheirIdentifiersAtHome)
     EXPECT_EQ(KZ_CTX_LoadModule(ctx, "use"), 0u);
     EXPECT_EQ(KZ_MOD_EnableFeature(KZ_CTX_GetModuleByModName(ctx, "lib"), "fast"), 0u);
     EXPECT_TRUE(kztest::LoadMessages(ctx).empty()) << kztest::LoadMessages(ctx)[0];
-    EXPECT_EQ(Tree(ctx, "use"), "module: use\n   +--rw c\n      +--rw w?   lib:word\n      +--rw s?   types:small\n"
-                                "      +--rw i?   identityref <lib:one>\n      +--rw u?   lib:word\n");
+    EXPECT_EQ(PrintedTree(ctx, "use"), "module: use\n   +--rw c\n      +--rw w?   lib:word\n"
+                                       "      +--rw s?   types:small\n      +--rw i?   identityref <lib:one>\n"
+                                       "      +--rw u?   lib:word\n");
     const KzsNode *w = KZ_CTX_GetTargetNode(ctx, "/use:c/w", nullptr);
     ASSERT_NE(w, nullptr);
     EXPECT_STREQ(KZ_MOD_GetModuleName(w->module), "use"); // expanded nodes belong to the user

@@ -333,6 +333,25 @@ inline std::string DumpModule(const KzMod *mod)
     return out;
 }
 
+// Output callback appending each chunk to the std::string at arg.
+inline uint32_t AppendText(const char *text, uint32_t len, void *arg)
+{
+    static_cast<std::string *>(arg)->append(text, len);
+    return 0;
+}
+
+// The schema tree printer's text for a registered module.
+inline std::string PrintedTree(KzCtx *ctx, const char *module)
+{
+    std::string out;
+    KzMod *mod = KZ_CTX_GetModuleByModName(ctx, module);
+    if (mod == nullptr) {
+        return "(not loaded)";
+    }
+    EXPECT_EQ(KZ_MOD_PrintModelTree(mod, AppendText, &out), KZ_OK);
+    return out;
+}
+
 // Relation items of one module's table, as "kind:dependant" in list order.
 inline std::vector<std::string> Relations(KzCtx *ctx, const char *modName)
 {

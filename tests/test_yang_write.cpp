@@ -8,13 +8,8 @@
 namespace {
 
 using kztest::DocPtr;
+using kztest::AppendText;
 using kztest::ParseXml;
-
-uint32_t Append(const char *text, uint32_t len, void *arg)
-{
-    static_cast<std::string *>(arg)->append(text, len);
-    return 0;
-}
 
 const std::string kYinOpen = "<module name=\"m\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:m=\"urn:m\" ";
 
@@ -31,8 +26,8 @@ Written Write(As form, const std::string &yin, const kz::yang::ExtensionArgLooku
     DocPtr doc = ParseXml(yin);
     Written w{KZ_ERR, ""};
     if (doc != nullptr) {
-        w.status = form == As::Yin ? kz::yang::WriteYin(doc.get(), Append, &w.text)
-                                   : kz::yang::WriteYang(doc.get(), lookup, Append, &w.text);
+        w.status = form == As::Yin ? kz::yang::WriteYin(doc.get(), AppendText, &w.text)
+                                   : kz::yang::WriteYang(doc.get(), lookup, AppendText, &w.text);
     }
     return w;
 }
@@ -90,7 +85,7 @@ TEST(YangWrite, ArgumentsReadBackUnchanged)
                         BAD_CAST text);
         xmlNewProp(xmlNewChild(root, root->ns, BAD_CAST "must", nullptr), BAD_CAST "condition", BAD_CAST text);
         std::string yang;
-        ASSERT_EQ(kz::yang::WriteYang(doc.get(), {}, Append, &yang), KZ_OK);
+        ASSERT_EQ(kz::yang::WriteYang(doc.get(), {}, AppendText, &yang), KZ_OK);
         std::string error;
         DocPtr reread(kz::yang::ReadYang(yang.data(), yang.size(), "", {}, &error));
         ASSERT_NE(reread, nullptr) << error << "\n" << yang;
@@ -234,7 +229,7 @@ TEST(YangWrite, OddDocumentsAreRefusedOrWrittenAsTheyStand)
     auto refuse = [](const char *, uint32_t, void *) -> uint32_t { return 1; };
     EXPECT_EQ(kz::yang::WriteYang(doc.get(), {}, refuse, nullptr), KZ_ERR);
     EXPECT_EQ(kz::yang::WriteYin(doc.get(), refuse, nullptr), KZ_ERR);
-    EXPECT_EQ(kz::yang::WriteYin(nullptr, Append, nullptr), KZ_EINVAL);
+    EXPECT_EQ(kz::yang::WriteYin(nullptr, AppendText, nullptr), KZ_EINVAL);
 }
 
 const std::vector<std::string> kExampleDirs = {KORLA_SOURCE_DIR "/examples/yin", KORLA_SOURCE_DIR "/examples/yang"};
@@ -253,7 +248,7 @@ protected:
     Written Print(const char *module, uint32_t format)
     {
         Written w{KZ_ERR, ""};
-        w.status = KZ_CTX_PrintModuleSource(ctx, module, format, Append, &w.text);
+        w.status = KZ_CTX_PrintModuleSource(ctx, module, format, AppendText, &w.text);
         return w;
     }
 
@@ -267,14 +262,14 @@ TEST_F(PrintModuleSource, StatusesOfTheCall)
               KZ_OK);
     ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, "module y { namespace urn:y; prefix y; }"), KZ_OK);
     std::string out;
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(nullptr, "m", KZ_SRC_FORMAT_YANG, Append, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, nullptr, KZ_SRC_FORMAT_YANG, Append, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(nullptr, "m", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, nullptr, KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_EINVAL);
     EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, nullptr, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", 0, Append, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "no-such", KZ_SRC_FORMAT_YANG, Append, &out), KZ_ERR);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, Append, &out), KZ_ENOENT);  // from memory
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "y", KZ_SRC_FORMAT_YIN, Append, &out), KZ_ENOENT);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "acme-routing", KZ_SRC_FORMAT_YIN, Append, &out), KZ_ENOENT);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", 0, AppendText, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "no-such", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ERR);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ENOENT);  // from memory
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "y", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "acme-routing", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
     EXPECT_EQ(out, "");
 }
 
@@ -292,7 +287,7 @@ TEST_F(PrintModuleSource, ExampleModulesRoundTripThroughYang)
         DocPtr reread(kz::yang::ReadYang(yang.text.data(), yang.text.size(), name, kExampleDirs, &error));
         ASSERT_NE(reread, nullptr) << error << "\n" << yang.text;
         std::string again;
-        ASSERT_EQ(kz::yang::WriteYin(reread.get(), Append, &again), KZ_OK);
+        ASSERT_EQ(kz::yang::WriteYin(reread.get(), AppendText, &again), KZ_OK);
         EXPECT_EQ(again, yin.text) << name;
     }
     // The imported module's extension definition gives the argument form.
