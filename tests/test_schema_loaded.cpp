@@ -26,6 +26,15 @@ const char *kModule = R"(<module xmlns="urn:ietf:params:xml:ns:yang:yin:1" name=
   <rpc name="reset"><input><leaf name="hard"><type name="boolean"/></leaf></input></rpc>
 </module>)";
 
+// Scan callback collecting node names, once per node.
+uint32_t CollectName(KzsNode *n, uint32_t step, void *names)
+{
+    if (step != KZS_TRAV_PARENT) {
+        static_cast<std::vector<std::string> *>(names)->push_back(KZ_NODE_GetNodeName(n));
+    }
+    return 0;
+}
+
 class SchemaLoaded : public kztest::CtxTest {
 protected:
     void SetUp() override
@@ -81,14 +90,7 @@ TEST_F(SchemaLoaded, LeafrefFeatureAndTopmostScan)
     EXPECT_EQ(KZ_NODE_IsEnabled(turbo), 1u);
 
     std::vector<std::string> tops;
-    ASSERT_EQ(KZ_MOD_IterScanTopmostNode(
-                  mod_,
-                  [](KzsNode *n, uint32_t, void *c) -> uint32_t {
-                      static_cast<std::vector<std::string> *>(c)->push_back(KZ_NODE_GetNodeName(n));
-                      return 0;
-                  },
-                  &tops),
-              0u);
+    ASSERT_EQ(KZ_MOD_IterScanTopmostNode(mod_, CollectName, &tops), 0u);
     EXPECT_EQ(tops, (std::vector<std::string>{"sys", "reset"}));
 }
 
@@ -128,16 +130,7 @@ TEST_F(SchemaLoaded, AugmentedNodesJoinTheTarget)
 
     /* Walking the augment covers its own range only, not the rest of the target. */
     std::vector<std::string> names;
-    ASSERT_EQ(KZ_NODE_TreeScanAllNode(
-                  augs[0],
-                  [](KzsNode *n, uint32_t step, void *c) -> uint32_t {
-                      if (step != KZS_TRAV_PARENT) {
-                          static_cast<std::vector<std::string> *>(c)->push_back(KZ_NODE_GetNodeName(n));
-                      }
-                      return 0;
-                  },
-                  &names),
-              0u);
+    ASSERT_EQ(KZ_NODE_TreeScanAllNode(augs[0], CollectName, &names), 0u);
     EXPECT_EQ(names, (std::vector<std::string>{"/sl:sys", "extra", "more", "deeper"}));
 }
 

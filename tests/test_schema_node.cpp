@@ -145,15 +145,16 @@ TEST_F(SchemaNodeKeys, FailuresKeepEarlierMarks)
 
 using SchemaNodeWalk = SchemaNode;
 
-struct Visit {
-    std::string name;
-    uint32_t step;
-};
-
-uint32_t Record(KzsNode *node, uint32_t step, void *cookie)
+// The full walk from node as "name:step" visits.
+std::vector<std::string> Walk(KzsNode *node)
 {
-    static_cast<std::vector<Visit> *>(cookie)->push_back({node->name, step});
-    return 0;
+    std::vector<std::string> visits;
+    auto record = [](KzsNode *n, uint32_t step, void *cookie) -> uint32_t {
+        static_cast<std::vector<std::string> *>(cookie)->push_back(std::string(n->name) + ":" + std::to_string(step));
+        return 0;
+    };
+    EXPECT_EQ(KZ_NODE_TreeScanAllNode(node, record, &visits), KZ_OK);
+    return visits;
 }
 
 TEST_F(SchemaNodeWalk, FullWalkVisitsDownAndBackUpSkipsAndStops)
@@ -164,13 +165,7 @@ TEST_F(SchemaNodeWalk, FullWalkVisitsDownAndBackUpSkipsAndStops)
     NewLeaf(mod, "b", r);
     Top(KZS_NODE_CONTAINER, "sibling-of-root");
 
-    std::vector<Visit> seen;
-    ASSERT_EQ(KZ_NODE_TreeScanAllNode(r, Record, &seen), KZ_OK);
-    std::vector<std::string> got;
-    for (auto &v : seen) {
-        got.push_back(v.name + ":" + std::to_string(v.step));
-    }
-    EXPECT_EQ(got, (std::vector<std::string>{"r:3", "a:0", "a1:0", "a:2", "b:1", "r:2"}));
+    EXPECT_EQ(Walk(r), (std::vector<std::string>{"r:3", "a:0", "a1:0", "a:2", "b:1", "r:2"}));
 
     std::vector<std::string> names;
     auto skipA = [](KzsNode *n, uint32_t step, void *cookie) -> uint32_t {
@@ -319,14 +314,7 @@ TEST_F(SchemaNodeCopy, SubtreeIntoAnotherModule)
     ASSERT_NE(copy, nullptr);
 
     /* Same shape, new module, interned strings shared. */
-    std::vector<Visit> src, dst;
-    KZ_NODE_TreeScanAllNode(top, Record, &src);
-    KZ_NODE_TreeScanAllNode(copy, Record, &dst);
-    ASSERT_EQ(src.size(), dst.size());
-    for (size_t i = 0; i < src.size(); ++i) {
-        EXPECT_EQ(src[i].name, dst[i].name);
-        EXPECT_EQ(src[i].step, dst[i].step);
-    }
+    EXPECT_EQ(Walk(copy), Walk(top));
     EXPECT_EQ(copy->module, other);
     EXPECT_EQ(copy->parent, nullptr);
     EXPECT_EQ(copy->description, top->description);
