@@ -126,19 +126,18 @@ TEST_F(HardeningConcurrent, AllServicesOnOneContext)
             // Each thread owns its instance tree; only the token list is shared.
             std::string text = "<op xmlns=\"urn:example:hx\"><n>" + std::to_string(t == 0 ? 1 : 5) +
                                "</n><item><id>a</id></item><item><id>b</id></item></op>";
-            xmlDoc *doc = xmlReadMemory(text.c_str(), static_cast<int>(text.size()), nullptr, nullptr, 0);
+            kztest::DocPtr doc = kztest::ParseXml(text, 0);
             if (doc == nullptr) {
                 ++wrong;
                 return;
             }
-            xmlNode *root = xmlDocGetRootElement(doc);
+            xmlNode *root = xmlDocGetRootElement(doc.get());
             for (int i = 0; i < kRounds * 4; ++i) {
                 if (KZ_XPATH_EvalTokenizedCondition(root, root, lex) != KZ_OK ||
                     KZ_XPATH_EvalCondition(root, root, "item/id = 'a' and not(n = 3)") != KZ_OK) {
                     ++wrong;
                 }
             }
-            xmlFreeDoc(doc);
         });
     }
     for (std::thread &th : threads) {

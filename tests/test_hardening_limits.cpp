@@ -52,11 +52,6 @@ const char *kModule = R"yin(<?xml version="1.0"?>
   </notification>
 </module>)yin";
 
-const xmlChar *X(const char *s)
-{
-    return reinterpret_cast<const xmlChar *>(s);
-}
-
 using kztest::DocPtr;
 using kztest::ErrPtr;
 
@@ -75,10 +70,10 @@ protected:
     // An "op" request document whose top element is returned through top.
     static DocPtr NewRequest(xmlNode **top)
     {
-        DocPtr doc(xmlNewDoc(X("1.0")));
-        *top = xmlNewNode(nullptr, X("op"));
+        DocPtr doc(xmlNewDoc(BAD_CAST "1.0"));
+        *top = xmlNewNode(nullptr, BAD_CAST "op");
         xmlDocSetRootElement(doc.get(), *top);
-        xmlSetNs(*top, xmlNewNs(*top, X("urn:example:hl"), nullptr));
+        xmlSetNs(*top, xmlNewNs(*top, BAD_CAST "urn:example:hl", nullptr));
         return doc;
     }
 
@@ -103,11 +98,11 @@ TEST_F(HardeningLimits, TenThousandLevelsDeep)
     for (const bool opaque : {true, false}) {
         xmlNode *top = nullptr;
         DocPtr doc = NewRequest(&top);
-        xmlNode *n = xmlNewChild(top, nullptr, X(opaque ? "blob" : "box"), nullptr);
+        xmlNode *n = xmlNewChild(top, nullptr, BAD_CAST(opaque ? "blob" : "box"), nullptr);
         for (int i = 0; i < 10000; ++i) {
-            n = xmlNewChild(n, nullptr, X(opaque ? "d" : "box"), nullptr);
+            n = xmlNewChild(n, nullptr, BAD_CAST(opaque ? "d" : "box"), nullptr);
         }
-        xmlNodeSetContent(n, X("leafmost"));
+        xmlNodeSetContent(n, BAD_CAST "leafmost");
         ErrPtr err = ValidateTree(top);
         EXPECT_EQ(err == nullptr, opaque);
         EXPECT_EQ(KZ_GetErrorTag(err.get()), opaque ? 0u : KZ_ERR_TAG_UNKNOWN_ELEMENT);
@@ -141,9 +136,10 @@ TEST_F(HardeningLimits, MillionSiblings)
         for (int i = 0; i < n; ++i) {
             const std::string id = std::to_string(i);
             if (list) {
-                xmlNewChild(xmlNewChild(*top, nullptr, X("item"), nullptr), nullptr, X("id"), X(id.c_str()));
+                xmlNode *item = xmlNewChild(*top, nullptr, BAD_CAST "item", nullptr);
+                xmlNewChild(item, nullptr, BAD_CAST "id", BAD_CAST(id.c_str()));
             } else {
-                xmlNewChild(*top, nullptr, X("tag"), X(id.c_str()));
+                xmlNewChild(*top, nullptr, BAD_CAST "tag", BAD_CAST(id.c_str()));
             }
         }
         return doc;
@@ -163,7 +159,7 @@ TEST_F(HardeningLimits, MillionSiblings)
 
     xmlNode *top = nullptr;
     DocPtr doc = request(kCount, true, &top);
-    xmlNewChild(xmlNewChild(top, nullptr, X("item"), nullptr), nullptr, X("id"), X("not-a-number"));
+    xmlNewChild(xmlNewChild(top, nullptr, BAD_CAST "item", nullptr), nullptr, BAD_CAST "id", BAD_CAST "not-a-number");
     EXPECT_NE(ValidateTree(top), nullptr);
 }
 

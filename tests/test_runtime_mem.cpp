@@ -19,14 +19,6 @@ uint32_t ReadFigure(const std::string &text, uint64_t *out)
     return rc;
 }
 
-struct FreeStr {
-    void operator()(char *p) const
-    {
-        KZ_MemFree(p);
-    }
-};
-using Str = std::unique_ptr<char, FreeStr>;
-
 }  // namespace
 
 TEST(RuntimeMemChoice, ThresholdIsFourGiBInKilobytes)
@@ -139,9 +131,7 @@ TEST(RuntimeArray, ExpandKeepsContentAndZeroFillsTheTail)
 
 TEST(RuntimeString, CopiesAndComparisonsAtTheirEdges)
 {
-    Str part(KZ_UTL_StrDupWithSpecifyLength("hello", 3));
-    ASSERT_TRUE(part);
-    EXPECT_STREQ("hel", part.get());
+    EXPECT_EQ("hel", kztest::TakeText(KZ_UTL_StrDupWithSpecifyLength("hello", 3)));
     EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 6));  // longer than the text
     EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 0));
     EXPECT_EQ(nullptr, KZ_UTL_StrDup(nullptr));

@@ -98,16 +98,15 @@ TEST(RuntimeXml, WalkDepthIsNotBoundByTheStack)
     for (int i = 0; i < depth; ++i) {
         text += "</n>";
     }
-    xmlDoc *doc = xmlReadMemory(text.c_str(), static_cast<int>(text.size()), "deep.xml", nullptr, XML_PARSE_HUGE);
+    kztest::DocPtr doc = kztest::ParseXml(text, XML_PARSE_HUGE);
     ASSERT_NE(nullptr, doc);
-    xmlNode *root = xmlDocGetRootElement(doc);
+    xmlNode *root = Root(doc);
     uint32_t dir = KZ_XML_DIR_START;
     size_t visited = 0;
     for (xmlNode *n = root; (n = KZ_XML_GetXmlDomNextNode(root, n, &dir)) != nullptr;) {
         ++visited;
     }
     EXPECT_EQ(2u * (depth - 1), visited);  // each node entered once and climbed back once
-    xmlFreeDoc(doc);
 }
 
 TEST(RuntimeXml, ParentForEachDirection)

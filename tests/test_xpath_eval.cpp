@@ -35,13 +35,12 @@ class XPathEval : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        doc_ = xmlReadMemory(kDoc, static_cast<int>(std::strlen(kDoc)), nullptr, nullptr, XML_PARSE_NOBLANKS);
+        doc_ = kztest::ParseXml(kDoc);
         ASSERT_NE(doc_, nullptr);
-        root_ = xmlDocGetRootElement(doc_);
+        root_ = xmlDocGetRootElement(doc_.get());
         top_ = Child(root_, "top");
         ASSERT_NE(top_, nullptr);
     }
-    void TearDown() override { xmlFreeDoc(doc_); }
 
     uint32_t Eval(const char *expr) { return KZ_XPATH_EvalCondition(root_, top_, expr); }
 
@@ -57,7 +56,7 @@ protected:
         }
     }
 
-    xmlDoc *doc_ = nullptr;
+    kztest::DocPtr doc_;
     xmlNode *root_ = nullptr;
     xmlNode *top_ = nullptr;
 };
