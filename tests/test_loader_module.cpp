@@ -107,24 +107,11 @@ TEST_F(LoaderModule, HeaderFailures)
     }
 }
 
-TEST_F(LoaderModule, ImportsSkipExactDuplicates)
+TEST_F(LoaderModule, BodyArraysCollectInDocumentOrderAndImportsSkipExactDuplicates)
 {
-    KzMod *mod = LoadText(ModuleText("m", "<namespace uri='urn:m'/><prefix value='m'/>"
-                                          "<import module='a'><prefix value='p'/></import>"
-                                          "<import module='a'><prefix value='p'/></import>"
-                                          "<import module='b'><prefix value='p'/></import>"
-                                          "<import module='c'/>"));
-    ASSERT_NE(mod, nullptr) << status_;
-    ASSERT_EQ(mod->importCount, 3u);
-    EXPECT_STREQ(mod->imports[0].modName, "a");
-    EXPECT_STREQ(mod->imports[1].modName, "b");
-    EXPECT_STREQ(mod->imports[2].modName, "c");
-    EXPECT_EQ(mod->imports[2].prefix, nullptr);
-}
-
-TEST_F(LoaderModule, BodyArraysCollectInDocumentOrder)
-{
-    std::string body = "<namespace uri='urn:m'/><prefix value='m'/><import module='other'><prefix value='o'/></import>";
+    std::string body = "<namespace uri='urn:m'/><prefix value='m'/><import module='other'><prefix value='o'/></import>"
+                       "<import module='a'><prefix value='p'/></import><import module='a'><prefix value='p'/></import>"
+                       "<import module='b'><prefix value='p'/></import><import module='c'/>";
     for (const char *t : {"t1", "t2", "t3", "t4", "t5"}) {
         body += std::string("<typedef name='") + t + "'><type name='string'/></typedef>";
     }
@@ -132,6 +119,11 @@ TEST_F(LoaderModule, BodyArraysCollectInDocumentOrder)
             "<o:note xmlns:o='urn:o' value='v'/><q:skip xmlns:q='urn:q'/>";
     KzMod *mod = LoadText(ModuleText("m", body));
     ASSERT_NE(mod, nullptr) << status_;
+    ASSERT_EQ(mod->importCount, 4u);
+    EXPECT_STREQ(mod->imports[1].modName, "a");
+    EXPECT_STREQ(mod->imports[2].modName, "b");
+    EXPECT_STREQ(mod->imports[3].modName, "c");
+    EXPECT_EQ(mod->imports[3].prefix, nullptr);
     EXPECT_EQ(TypedefNames(mod), (std::vector<std::string>{"t1", "t2", "t3", "t4", "t5"}));
     ASSERT_EQ(mod->featureCount, 2u);
     EXPECT_STREQ(mod->features[1].name, "f2");

@@ -50,7 +50,7 @@ protected:
     }
 };
 
-TEST_F(TypesTypedef, TypeDefaultAndUnitsGoToTheRecord)
+TEST_F(TypesTypedef, TypeDefaultAndUnitsGoToTheRecordAndIdentityDefaultsNameTheModule)
 {
     ctx_.flags = KZ_CTX_OPT_KEEP_UNITS;
     KzsTypedef tdef{};
@@ -66,8 +66,19 @@ TEST_F(TypesTypedef, TypeDefaultAndUnitsGoToTheRecord)
     EXPECT_EQ(tdef.realType.baseType, 15u);
     ASSERT_EQ(tdef.realType.consCount, 1u);
     EXPECT_EQ(tdef.realType.constraints[0].consType, 8u);
-    EXPECT_TRUE(TakeMessages().empty());
     KZS_TYPE_DestroyTypDefInner(&ctx_.dict, &tdef);
+
+    // An identity default is stored with the module name; an unknown prefix fails.
+    const std::string identityref = "<type name=\"identityref\"><base name=\"mp:root\"/></type>";
+    KzsTypedef kind{};
+    ASSERT_EQ(ParseTypedef(TypedefYin(" name=\"kind\"", identityref + "<default value=\"mp:leaf-kind\"/>"), &kind), 0u);
+    EXPECT_STREQ(kind.dflt, "m:leaf-kind");
+    KZS_TYPE_DestroyTypDefInner(&ctx_.dict, &kind);
+    EXPECT_TRUE(TakeMessages().empty());
+    KzsTypedef unknown{};
+    EXPECT_EQ(ParseTypedef(TypedefYin(" name=\"kind\"", identityref + "<default value=\"zz:leaf-kind\"/>"), &unknown),
+              22u);
+    TakeMessages();
     EXPECT_EQ(Leaked(), 0u);
 }
 
@@ -102,25 +113,6 @@ TEST_F(TypesTypedef, FailingTypedefIsReportedAndEmptied)
         EXPECT_EQ(tdef.realType.constraints, nullptr) << r.body;
         EXPECT_EQ(Leaked(), 0u) << r.body;
     }
-}
-
-TEST_F(TypesTypedef, IdentityDefaultIsStoredWithTheModuleName)
-{
-    KzsTypedef tdef{};
-    ASSERT_EQ(ParseTypedef(TypedefYin(" name=\"kind\"", "<type name=\"identityref\"><base name=\"mp:root\"/></type>"
-                                                         "<default value=\"mp:leaf-kind\"/>"),
-                           &tdef),
-              0u);
-    EXPECT_STREQ(tdef.dflt, "m:leaf-kind");
-    KZS_TYPE_DestroyTypDefInner(&ctx_.dict, &tdef);
-    EXPECT_EQ(Leaked(), 0u);
-
-    EXPECT_EQ(ParseTypedef(TypedefYin(" name=\"kind\"", "<type name=\"identityref\"><base name=\"mp:root\"/></type>"
-                                                         "<default value=\"zz:leaf-kind\"/>"),
-                           &tdef),
-              22u);
-    TakeMessages();
-    EXPECT_EQ(Leaked(), 0u);
 }
 
 TEST_F(TypesTypedef, PatternsAndLengthShareOneTypeInKindOrder)
