@@ -1,7 +1,6 @@
 /* Statement tables and the sub-statement framework, driven on small YIN
  * snippets parsed with libxml2 against a bare module record. */
 
-#include "schema/kzs_diag.h"
 #include "test_support.h"
 
 namespace {

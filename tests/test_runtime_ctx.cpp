@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <deque>
 
-#include "schema/kzs_diag.h"
 #include "test_support.h"
 
 namespace {

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <thread>
 
-#include "schema/kzs_diag.h"
 #include "test_support.h"
 
 namespace {

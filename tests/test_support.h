@@ -26,6 +26,7 @@
 #include "loader/kzs_stmt.h"
 #include "korla.h"
 #include "schema/kzs_ctx.h"
+#include "schema/kzs_diag.h"
 #include "base/kz_array.h"
 #include "base/kz_dict.h"
 #include "base/kz_mem.h"
@@ -36,6 +37,7 @@
 #include "schema/kzs_node.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_type.h"
+#include "xpath/kz_xpath.h"
 
 namespace kztest {
 

@@ -1,7 +1,6 @@
 // Typedef statements, union members, restrictions of several kinds together,
 // and the binding of derived references to a module's typedefs.
 
-#include "schema/kzs_diag.h"
 #include "test_support.h"
 
 using kztest::TypeYin;

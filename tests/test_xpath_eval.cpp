@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "test_support.h"
-#include "xpath/kz_xpath.h"
 
 namespace {
 

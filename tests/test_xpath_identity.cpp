@@ -1,6 +1,5 @@
 // derived-from and derived-from-or-self against identities of a loaded module.
 
-#include "xpath/kz_xpath.h"
 #include "test_support.h"
 
 namespace {

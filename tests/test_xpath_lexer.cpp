@@ -1,7 +1,6 @@
 // Tokenizer: operator/name disambiguation, literals, numbers and rejects.
 
 #include "test_support.h"
-#include "xpath/kz_xpath.h"
 
 namespace {
 
