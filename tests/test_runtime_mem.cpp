@@ -80,7 +80,7 @@ TEST(RuntimeMemChoice, FirstAllocationDecidesFromThisMachine)
     EXPECT_EQ(expected, g_kzMemFuncInit);
 }
 
-TEST(RuntimeArray, NewArrayArgumentRules)
+TEST(RuntimeArray, NewAndExpandedArraysAreZeroFilled)
 {
     void *arr = nullptr;
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_NewArray(nullptr, 1, 4));
@@ -95,32 +95,29 @@ TEST(RuntimeArray, NewArrayArgumentRules)
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_NewArray(&arr, 3, 4));
     EXPECT_EQ(kept, arr);
     KZ_MemFree(arr);
-}
 
-TEST(RuntimeArray, ExpandKeepsContentAndZeroFillsTheTail)
-{
-    uint64_t *arr = nullptr;
-    void **slot = reinterpret_cast<void **>(&arr);
-    // From nothing it is exactly a new array.
+    // Expanding from nothing is exactly a new array; content is kept and the tail zero-filled.
+    uint64_t *grown = nullptr;
+    void **slot = reinterpret_cast<void **>(&grown);
     ASSERT_EQ(0u, KZ_UTL_ExpandArray(slot, 0, 5, 8));
-    ASSERT_NE(nullptr, arr);
+    ASSERT_NE(nullptr, grown);
     for (int i = 0; i < 5; ++i) {
-        arr[i] = 100 + i;
+        grown[i] = 100 + i;
     }
-    uint64_t *before = arr;
+    uint64_t *before = grown;
     EXPECT_EQ(0u, KZ_UTL_ExpandArray(slot, 5, 0, 8));
-    EXPECT_EQ(before, arr);
+    EXPECT_EQ(before, grown);
     ASSERT_EQ(0u, KZ_UTL_ExpandArray(slot, 5, 2, 8));
     for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(100u + i, arr[i]);
+        EXPECT_EQ(100u + i, grown[i]);
     }
-    EXPECT_EQ(0u, arr[5]);
-    EXPECT_EQ(0u, arr[6]);
+    EXPECT_EQ(0u, grown[5]);
+    EXPECT_EQ(0u, grown[6]);
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(slot, 7, 1, 0));
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(nullptr, 7, 1, 8));
     // The caller's count is 16 bits: growing past 65535 elements is refused.
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_ExpandArray(slot, 7, 65529, 8));
-    KZ_MemFree(arr);
+    KZ_MemFree(grown);
 
     // ExpandArray from count 0 on a set pointer behaves as NewArray: refused.
     void *set = KZ_MemMalloc(1);
@@ -129,7 +126,7 @@ TEST(RuntimeArray, ExpandKeepsContentAndZeroFillsTheTail)
     KZ_MemFree(set);
 }
 
-TEST(RuntimeString, CopiesAndComparisonsAtTheirEdges)
+TEST(RuntimeString, CopiesComparisonsAndSearchesAtTheirEdges)
 {
     EXPECT_EQ("hel", kztest::TakeText(KZ_UTL_StrDupWithSpecifyLength("hello", 3)));
     EXPECT_EQ(nullptr, KZ_UTL_StrDupWithSpecifyLength("hello", 6));  // longer than the text
@@ -140,10 +137,8 @@ TEST(RuntimeString, CopiesAndComparisonsAtTheirEdges)
     EXPECT_EQ(0u, KZ_UTL_IsNulStringEqual(nullptr, "a"));
     EXPECT_EQ(3u, KZ_UTL_CountCharNumber("/a/b/c", '/'));
     EXPECT_EQ(0u, KZ_UTL_CountCharNumber(nullptr, '/'));
-}
 
-TEST(RuntimeString, StrnchrLooksAtPositionsZeroToN)
-{
+    // Strnchr looks at positions 0 to n.
     const char *s = "abc";
     EXPECT_EQ(s, KZ_UTL_Strnchr(s, 'a', 0));
     EXPECT_EQ(s + 1, KZ_UTL_Strnchr(s, 'b', 1));

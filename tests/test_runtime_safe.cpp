@@ -17,7 +17,7 @@ int TruncFormat(char *dest, size_t size, const char *format, ...)
 
 }  // namespace
 
-TEST(RuntimeSafeCopy, StringCopiesFailInsteadOfTruncating)
+TEST(RuntimeSafeCopy, CopiesFailInsteadOfTruncating)
 {
     char buf[4];
     EXPECT_EQ(0, kz::base::StrcpyS(buf, sizeof buf, "abc"));
@@ -37,16 +37,14 @@ TEST(RuntimeSafeCopy, StringCopiesFailInsteadOfTruncating)
     EXPECT_STREQ("abc", buf);
     EXPECT_NE(0, kz::base::StrcatS(buf, sizeof buf, "d"));
     EXPECT_STREQ("", buf);
-}
 
-TEST(RuntimeSafeCopy, MemcpyChecksRoomAndOverlap)
-{
-    char buf[8] = "xxxxxxx";
-    EXPECT_EQ(0, kz::base::MemcpyS(buf, sizeof buf, "12345678", 8));
-    EXPECT_EQ(0, memcmp(buf, "12345678", 8));
-    EXPECT_EQ(ERANGE, kz::base::MemcpyS(buf, 4, "12345", 5));
-    EXPECT_EQ(EINVAL, kz::base::MemcpyS(buf, sizeof buf, buf + 2, 4));
-    EXPECT_EQ(0, kz::base::MemcpyS(buf, sizeof buf, nullptr, 0));
+    // Memory copies check room and overlap.
+    char mem[8] = "xxxxxxx";
+    EXPECT_EQ(0, kz::base::MemcpyS(mem, sizeof mem, "12345678", 8));
+    EXPECT_EQ(0, memcmp(mem, "12345678", 8));
+    EXPECT_EQ(ERANGE, kz::base::MemcpyS(mem, 4, "12345", 5));
+    EXPECT_EQ(EINVAL, kz::base::MemcpyS(mem, sizeof mem, mem + 2, 4));
+    EXPECT_EQ(0, kz::base::MemcpyS(mem, sizeof mem, nullptr, 0));
 }
 
 TEST(RuntimeSafeCopy, FormattingFailsOrTruncatesAsNamed)

@@ -2,7 +2,7 @@
 
 #include "test_support.h"
 
-TEST(RuntimeScan, IdentifierClassForwardAndBackward)
+TEST(RuntimeScan, IdentifierClassForwardAndBackwardAndBlanks)
 {
     EXPECT_EQ(8u, KZ_UTL_ConsumeIdentNameBestEffort("9a-b.c_d:x"));
     EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameBestEffort(":x"));
@@ -12,17 +12,14 @@ TEST(RuntimeScan, IdentifierClassForwardAndBackward)
     EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameFromTail("pre:", 4));
     EXPECT_EQ(0u, KZ_UTL_ConsumeIdentNameFromTail("abc", 0));
     EXPECT_EQ(5u, KZ_UTL_ConsumeIdentNameFromTail("a-b_c", 5));
-}
-
-TEST(RuntimeScan, OnlySpaceTabAndLineFeedAreSkipped)
-{
+    // Only space, tab and line feed are skipped as blanks.
     const char *s = " \t\n\rx";
     EXPECT_EQ(s + 3, KZ_UTL_ConsumeAllSpaceChar(s));
     const char *v = "\vx";
     EXPECT_EQ(v, KZ_UTL_ConsumeAllSpaceChar(v));
 }
 
-TEST(RuntimeScan, NextNodeName)
+TEST(RuntimeScan, NextNodeNameAndPrefix)
 {
     char name[4] = "zzz";
     EXPECT_EQ(0u, KZ_UTL_GetXPathNextNodeName("abc/def", name, sizeof name));
@@ -32,10 +29,7 @@ TEST(RuntimeScan, NextNodeName)
     EXPECT_EQ(KZ_EINVAL, KZ_UTL_GetXPathNextNodeName("ab:c", name, sizeof name));
     EXPECT_EQ(KZ_ECOPY, KZ_UTL_GetXPathNextNodeName("abcd", name, sizeof name));
     EXPECT_STREQ("", name);
-}
 
-TEST(RuntimeScan, NextPrefixAndNode)
-{
     char prefix[8];
     char node[8];
     EXPECT_EQ(0u, KZ_UTL_GetXPathNextPrefixAndNode("if:name/x", prefix, sizeof prefix, node, sizeof node));
@@ -57,7 +51,7 @@ TEST(RuntimeScan, NextPrefixAndNode)
     EXPECT_STREQ("", prefix);
 }
 
-TEST(RuntimeScan, PredicatedStepReturnsPositionAfterPredicates)
+TEST(RuntimeScan, PredicatedStepsAndPredicatesEndingAtTheFirstClosingBracket)
 {
     char prefix[8];
     char node[8];
@@ -74,12 +68,9 @@ TEST(RuntimeScan, PredicatedStepReturnsPositionAfterPredicates)
             << bad;
     }
     EXPECT_STREQ("", prefix); // cleared again after the too-long node name
-}
 
-TEST(RuntimeScan, PredicatesEndAtTheFirstClosingBracket)
-{
-    const char *s = "[a][b]/x";
-    EXPECT_EQ(s + 6, KZ_UTL_SkipPredicateParis(s));
+    const char *preds = "[a][b]/x";
+    EXPECT_EQ(preds + 6, KZ_UTL_SkipPredicateParis(preds));
     // No nesting, no quoting: the first ']' closes the predicate, leaving "]" behind.
     for (const char *bad : {"[a]x", "[a", "[a[b]]", "[k=']']"}) {
         EXPECT_EQ(nullptr, KZ_UTL_SkipPredicateParis(bad)) << bad;
