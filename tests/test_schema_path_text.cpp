@@ -65,15 +65,10 @@ TEST_F(XPathJsonForm, ModuleNameOnFirstStepWherePrefixChangesAndInPredicatesNot)
         // Predicates are copied as written, prefixes inside them included.
         {"/my:a[my:k='1']/my:b", "/mymod:a[my:k='1']/b"},
         {"/ot:l[ot:k=current()/../x][ot:j='2']/ot:v", "/other-mod:l[ot:k=current()/../x][ot:j='2']/v"},
+        // Unknown prefixes, a bad character after a step, a predicate never closed.
+        {"/zz:a", "(null)"}, {"/my:a/zz:b", "(null)"}, {"/my:a b", "(null)"}, {"/my:a[k='1'", "(null)"},
+        {"current()/x", "(null)"},
     });
-}
-
-TEST_F(XPathJsonForm, Failures)
-{
-    // Unknown prefixes, a bad character after a step, a predicate never closed.
-    for (const char *bad : {"/zz:a", "/my:a/zz:b", "/my:a b", "/my:a[k='1'", "current()/x"}) {
-        EXPECT_EQ(Json(bad), "(null)") << bad;
-    }
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(nullptr, "/a"), nullptr);
     EXPECT_EQ(KZ_XPATH_TransformToJsonFormat(&mod_, nullptr), nullptr);
     // The result must fit 3095 characters: "mymod:" adds 6 to the input.
@@ -94,23 +89,18 @@ TEST(XPathTargetSplit, SplitsAtTheLastModuleQualifiedStep)
         {"/mod-a:x.1/y/z", "0 mod-a (null) /mod-a:x.1/y/z"}, // the split is at the very start
         {"/a:x/b:y/c:z", "0 c /a:x/b:y /c:z"},
     });
-
-    char buf[8];
-    EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x/b:y", buf, sizeof(buf), nullptr, nullptr), KZ_OK);
-    EXPECT_STREQ(buf, "b");
-}
-
-TEST(XPathTargetSplit, Failures)
-{
     // Reaching the start of the text, no module-qualified step, "module:" not preceded by "/".
     for (const char *bad : {"a:x", "/x/y", "/a:x/b:", "/a:x/:y", "/a:x[k='1']", "/a:x/p b:y", ""}) {
         EXPECT_EQ(DoSplit(bad).ret, KZ_EINVAL) << bad;
     }
+
+    char buf[8];
+    EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x/b:y", buf, sizeof(buf), nullptr, nullptr), KZ_OK);
+    EXPECT_STREQ(buf, "b");
     Split r = DoSplit("/abc:x", 3); // module name does not fit
     EXPECT_EQ(r.ret, KZ_EINVAL);
     EXPECT_EQ(r.head, "(null)");
     EXPECT_EQ(r.tail, "(null)");
-    char buf[4];
     EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath(nullptr, buf, sizeof(buf), nullptr, nullptr), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_SplitTargetNodeXpath("/a:x", nullptr, 4, nullptr, nullptr), KZ_EINVAL);
 }

@@ -95,9 +95,19 @@ TEST(TypesRangeExpr, PartsBoundsAndSignedness)
     EXPECT_EQ(m.parts[0].flags, KZT_SEGF_START_MIN | KZT_SEGF_SIGNED);
     EXPECT_EQ(m.parts[0].end, -1);
     EXPECT_FALSE(Tokenize("1..2").minMax);
+
+    // decimal64 bounds are scaled by the fraction digits.
+    Tokenized d = Tokenize("-1.5..+12.34 | 100", 2);
+    ASSERT_EQ(d.ret, 0u);
+    ASSERT_EQ(d.parts.size(), 2u);
+    EXPECT_EQ(d.parts[0].start, -150);
+    EXPECT_EQ(d.parts[0].end, 1234);
+    EXPECT_EQ(d.parts[0].flags, KZT_SEGF_SIGNED);
+    EXPECT_EQ(d.parts[1].start, 10000);
+    EXPECT_EQ(Tokenize("1.234..5", 2).ret, 22u);
 }
 
-TEST(TypesRangeExpr, MalformedExpressionsFail)
+TEST(TypesRangeExpr, MalformedExpressionsAndTokensPastTheLimitFail)
 {
     for (const char *bad : {"1...5", "1..2||3", "|1", "1|", "1.5", "mix", "m", "ma", "1..2a", "1..x", "abc", "",
                             "1..99999999999999999999", "--1", "1..2 x"}) {
@@ -106,27 +116,11 @@ TEST(TypesRangeExpr, MalformedExpressionsFail)
     // "mi" followed by "n" is enough; what follows is not examined.
     EXPECT_EQ(Tokenize("minimum..3").ret, 22u); // "imum" is not a token
     EXPECT_EQ(Tokenize("min ..3").ret, 0u);
-}
-
-TEST(TypesRangeExpr, TokenLimit)
-{
     // n single-value parts make 2n-1 tokens.
     EXPECT_EQ(Tokenize(Parts(128, "1")).ret, 0u);  // 255 tokens
     EXPECT_EQ(Tokenize(Parts(129, "1")).ret, 22u); // 257 tokens
     EXPECT_EQ(Tokenize(Parts(64, "1..2")).ret, 0u);  // 255 tokens
     EXPECT_EQ(Tokenize(Parts(65, "1..2")).ret, 22u); // 259 tokens
-}
-
-TEST(TypesRangeExpr, Decimal64BoundsAreScaled)
-{
-    Tokenized t = Tokenize("-1.5..+12.34 | 100", 2);
-    ASSERT_EQ(t.ret, 0u);
-    ASSERT_EQ(t.parts.size(), 2u);
-    EXPECT_EQ(t.parts[0].start, -150);
-    EXPECT_EQ(t.parts[0].end, 1234);
-    EXPECT_EQ(t.parts[0].flags, KZT_SEGF_SIGNED);
-    EXPECT_EQ(t.parts[1].start, 10000);
-    EXPECT_EQ(Tokenize("1.234..5", 2).ret, 22u);
 }
 
 /* ---- Segments per width ------------------------------------------------------- */
@@ -258,7 +252,7 @@ TEST_F(TypesRangeLoad, LengthSegmentWidthFollowsDerivationAndMinMax)
 
 /* ---- decimal64 --------------------------------------------------------------------- */
 
-TEST(TypesDecimal64, ConversionAndDigitLimits)
+TEST(TypesDecimal64, ConversionDigitLimitsAndTheBuiltInCheck)
 {
     struct Row {
         const char *text;
@@ -287,10 +281,8 @@ TEST(TypesDecimal64, ConversionAndDigitLimits)
     }
     int64_t v = 0;
     EXPECT_EQ(KZT_CONS_ConvertValStrToDecimal64PowerInteger("10", 18, &v), 22u);
-}
 
-TEST(TypesDecimal64, BuiltInCheckNeedsFractionDigits)
-{
+    // The built-in check needs the fraction digits.
     KztValCheckCtx chk{};
     EXPECT_EQ(KZT_CONS_CheckValStrAgainstDefRestrictDecimal64(4, "1.5", &chk), 28680u);
     chk.fracDigits = 2;
