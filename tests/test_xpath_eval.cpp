@@ -62,7 +62,7 @@ protected:
 
 } // namespace
 
-TEST_F(XPathEval, OperatorPrecedenceAndAssociativity)
+TEST_F(XPathEval, OperatorPrecedenceAssociativityAndTheBooleanResult)
 {
     ExpectEval({
         // "and" binds tighter than "or": true or (false and false).
@@ -75,10 +75,18 @@ TEST_F(XPathEval, OperatorPrecedenceAndAssociativity)
         // Parentheses override priorities.
         {"(1 = 1 or 1 = 2) and 1 = 2", kFalse}, {"((((a = 1))))", kTrue},
         {"(a = 1) and (b = 'hello' or b = 'x')", kTrue},
+        // The result as a boolean.
+        {"a", kTrue}, {"missing", kFalse},
+        {"empty", kTrue}, // a present node is true whatever its content
+        {"'x'", kTrue}, {"''", kFalse}, {"0", kFalse},
+        {"0.0000000000000000001", kFalse}, // below epsilon counts as zero
+        {"0.5", kTrue},
+        {".5.3", kFalse}, // not a number: NaN
+        {"/", kTrue},
     });
 }
 
-TEST_F(XPathEval, EqualityRules)
+TEST_F(XPathEval, ComparisonRules)
 {
     ExpectEval({
         // A node compares by its string value; a number on either side makes it numeric.
@@ -96,31 +104,13 @@ TEST_F(XPathEval, EqualityRules)
         {"' -4 ' = '-4'", kFalse}, {"(' -4 ' = 4) = (1 = 2)", kTrue},
         // Numbers compare with an epsilon, not bit for bit.
         {"0.1 = .1", kTrue}, {"1 = 1.0000001", kFalse},
-    });
-}
-
-TEST_F(XPathEval, RelationalRules)
-{
-    ExpectEval({
+        // Orderings.
         {"a < 2", kTrue}, {"num >= 10", kTrue}, {"num > 10", kFalse}, {"num <= '10'", kTrue},
         {"'9' < num", kTrue}, // numeric, not string, ordering
         // NaN on either side: every ordering is false.
         {"b > 1", kFalse}, {"b <= 1", kFalse},
         // A node is first turned into its string: missing or empty gives "" and thus NaN.
         {"missing < 1", kFalse}, {"empty >= 0", kFalse}, {"missing != 0", kTrue}, {"(1 = 1) > 0", kTrue},
-    });
-}
-
-TEST_F(XPathEval, ResultConversionToBoolean)
-{
-    ExpectEval({
-        {"a", kTrue}, {"missing", kFalse},
-        {"empty", kTrue}, // a present node is true whatever its content
-        {"'x'", kTrue}, {"''", kFalse}, {"0", kFalse},
-        {"0.0000000000000000001", kFalse}, // below epsilon counts as zero
-        {"0.5", kTrue},
-        {".5.3", kFalse}, // not a number: NaN
-        {"/", kTrue},
     });
 }
 

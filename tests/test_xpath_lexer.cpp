@@ -57,32 +57,22 @@ constexpr uint32_t kName = KZ_XPATH_TOK_NAMETEST;
 
 } // namespace
 
-TEST(XPathLexer, StarIsMultiplyOnlyAfterAnOperand)
+// A token's kind depends on what precedes it.
+TEST(XPathLexer, TokensByKindAndTheRejects)
 {
     kztest::ExpectRows(Show, {
+        // "*" is a multiplication only after an operand.
         {"a*b", "N:a mul:* N:b"}, {"*", "N:*"}, {"/*", "path:/ N:*"}, {"(*", "(:( N:*"}, {"a[*", "N:a [:[ N:*"},
         {"@*", "@:@ N:*"}, {"f(a,*", "F:f (:( N:a ,:, N:*"}, {"a = *", "N:a eq:= N:*"},
         {"a * * * b", "N:a mul:* N:* mul:* N:b"}, {") *", "):) mul:*"}, {"'s' * 2", "lit:'s' mul:* num:2"},
-    });
-}
-
-TEST(XPathLexer, OperatorNamesOnlyWhereAnOperatorIsExpected)
-{
-    kztest::ExpectRows(Show, {
+        // Operator names are operators only where an operator is expected.
         {"a and b", "N:a and:and N:b"}, {"x div 2", "N:x mul:div num:2"}, {"x mod 2", "N:x mul:mod num:2"},
         {"a or b", "N:a or:or N:b"},
         // At the start and after "/" an operator name is just a name.
         {"and", "N:and"}, {"/or/div", "path:/ N:or path:/ N:div"}, {"a and and", "N:a and:and N:and"},
         // The operator word is not checked to end: "orange" after an operand is "or" + "ange".
         {"a orange", "N:a or:or N:ange"},
-    });
-    // A name where an operator is required fails.
-    ExpectFail({"a b", "1 nand 2", "'x' an"});
-}
-
-TEST(XPathLexer, DotsNumbersPathsAndNames)
-{
-    kztest::ExpectRows(Show, {
+        // Dots, numbers, paths.
         {"../x", "..:.. path:/ N:x"}, {"./x", ".:. path:/ N:x"}, {"a//b", "N:a path:// N:b"}, {".5", "num:.5"},
         {"1.", "num:1."}, {"12.75", "num:12.75"},
         {".5.3", "num:.5.3"}, // a number entered at "." may carry one more "."
@@ -92,19 +82,15 @@ TEST(XPathLexer, DotsNumbersPathsAndNames)
         // A function name is retyped at its parenthesis; a number or ")" before "(" is not.
         {"not(x)", "F:not (:( N:x ):)"}, {"not (x)", "F:not (:( N:x ):)"}, {"text()", "F:text (:( ):)"},
         {"1 (2)", "num:1 (:( num:2 ):)"}, {"(a)(b)", "(:( N:a ):) (:( N:b ):)"},
-    });
-    ExpectFail({"1.2.3", "1..", "1e5", "a::b", "child::x", ":x"});
-}
-
-TEST(XPathLexer, LiteralsAndComparisonSymbols)
-{
-    kztest::ExpectRows(Show, {
+        // Literals and comparison symbols.
         {"'a\"b'", "lit:'a\"b'"}, {"\"it's\"", "lit:\"it's\""}, {"''", "lit:''"}, {"x='a b'", "N:x eq:= lit:'a b'"},
         {"'\xc3\xa9'", "lit:'\xc3\xa9'"}, // non-ASCII bytes are fine inside a literal, not outside
         {"a!=b", "N:a eq:!= N:b"}, {"x>=3", "N:x rel:>= num:3"}, {"x> =3", "N:x rel:> eq:= num:3"},
         {"a<=b|c", "N:a rel:<= N:b |:| N:c"},
     });
-    ExpectFail({"\xc3\xa9", "'abc", "x = \"abc'", "a ! = b", "$var", "a # b", "a & b", "{a}"});
+    // A name where an operator is required; malformed numbers and axes; stray characters.
+    ExpectFail({"a b", "1 nand 2", "'x' an", "1.2.3", "1..", "1e5", "a::b", "child::x", ":x", "\xc3\xa9", "'abc",
+                "x = \"abc'", "a ! = b", "$var", "a # b", "a & b", "{a}"});
     EXPECT_EQ(KZ_XPATH_ExprTokenize(nullptr), nullptr);
 }
 
