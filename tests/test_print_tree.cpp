@@ -5,24 +5,6 @@
 
 namespace {
 
-struct Collected {
-    std::vector<std::string> chunks;
-    std::string all() const
-    {
-        std::string s;
-        for (const auto &c : chunks) {
-            s += c;
-        }
-        return s;
-    }
-};
-
-uint32_t collect(const char *text, uint32_t len, void *arg)
-{
-    static_cast<Collected *>(arg)->chunks.emplace_back(text, len);
-    return 0;
-}
-
 uint32_t failing(const char *, uint32_t, void *)
 {
     return 1;
@@ -57,9 +39,9 @@ protected:
 
     std::string print()
     {
-        Collected out;
-        EXPECT_EQ(KZ_MOD_PrintModelTree(mod, collect, &out), KZ_OK);
-        return out.all();
+        std::string out;
+        EXPECT_EQ(KZ_MOD_PrintModelTree(mod, kztest::AppendText, &out), KZ_OK);
+        return out;
     }
 
     std::vector<KzMod *> others_;
@@ -157,17 +139,17 @@ TEST_F(PrintTree, BranchOfOneNodeShowsAncestorsOnlyAndFailuresReportTheirStatus)
     KzsNode *b = node(KZS_NODE_CONTAINER, "b", a);
     leaf("x", KZT_BASE_STRING, a);
     leaf("y", KZT_BASE_STRING, b);
-    Collected out;
-    ASSERT_EQ(KZ_NODE_PrintNodesTree(b, collect, &out), KZ_OK);
-    EXPECT_EQ(out.all(), "module: a\n"
-                         "   +--rw a\n"
-                         "      +--rw b\n"
-                         "         +--rw y?   string\n");
+    std::string out;
+    ASSERT_EQ(KZ_NODE_PrintNodesTree(b, kztest::AppendText, &out), KZ_OK);
+    EXPECT_EQ(out, "module: a\n"
+                   "   +--rw a\n"
+                   "      +--rw b\n"
+                   "         +--rw y?   string\n");
 
     // A missing callback or node, and a failing callback, end with their status.
     EXPECT_EQ(KZ_MOD_PrintModelTree(mod, nullptr, nullptr), KZ_EINVAL);
     EXPECT_EQ(KZ_MOD_PrintModelTree(mod, failing, nullptr), KZ_ERR);
-    EXPECT_EQ(KZ_NODE_PrintNodesTree(nullptr, collect, nullptr), KZ_EINVAL);
+    EXPECT_EQ(KZ_NODE_PrintNodesTree(nullptr, kztest::AppendText, nullptr), KZ_EINVAL);
 }
 
 TEST_F(PrintTree, LargeModuleIsFlushedInChunksWithoutChangingTheText)
@@ -178,13 +160,19 @@ TEST_F(PrintTree, LargeModuleIsFlushedInChunksWithoutChangingTheText)
         leaf(name.c_str(), KZT_BASE_STRING, nullptr);
         expected += "   +--rw " + name + "?   string\n";
     }
-    Collected out;
-    ASSERT_EQ(KZ_MOD_PrintModelTree(mod, collect, &out), KZ_OK);
-    EXPECT_GE(out.chunks.size(), 3u);
-    for (const auto &chunk : out.chunks) {
+    std::vector<std::string> chunks;
+    auto collect = [](const char *text, uint32_t len, void *arg) -> uint32_t {
+        static_cast<std::vector<std::string> *>(arg)->emplace_back(text, len);
+        return 0;
+    };
+    ASSERT_EQ(KZ_MOD_PrintModelTree(mod, collect, &chunks), KZ_OK);
+    EXPECT_GE(chunks.size(), 3u);
+    std::string all;
+    for (const auto &chunk : chunks) {
         EXPECT_LE(chunk.size(), KZS_PRINT_BUF_SIZE);
+        all += chunk;
     }
-    EXPECT_EQ(out.all(), expected);
+    EXPECT_EQ(all, expected);
 }
 
 } // namespace

@@ -234,42 +234,39 @@ TEST(YangWrite, OddDocumentsAreRefusedOrWrittenAsTheyStand)
 
 const std::vector<std::string> kExampleDirs = {KORLA_SOURCE_DIR "/examples/yin", KORLA_SOURCE_DIR "/examples/yang"};
 
-class PrintModuleSource : public ::testing::Test {
+class PrintModuleSource : public kztest::CtxTest {
 protected:
     void SetUp() override
     {
-        ctx = KZ_CTX_Create(KZ_CTX_OPT_LOAD_IMPORTS);
+        Reopen(KZ_CTX_OPT_LOAD_IMPORTS);
         for (const std::string &dir : kExampleDirs) {
-            ASSERT_EQ(KZ_CTX_SetSearchDir(ctx, dir.c_str()), KZ_OK);
+            ASSERT_EQ(KZ_CTX_SetSearchDir(ctx_, dir.c_str()), KZ_OK);
         }
     }
-    void TearDown() override { KZ_CTX_Delete(ctx); }
 
     Written Print(const char *module, uint32_t format)
     {
         Written w{KZ_ERR, ""};
-        w.status = KZ_CTX_PrintModuleSource(ctx, module, format, AppendText, &w.text);
+        w.status = KZ_CTX_PrintModuleSource(ctx_, module, format, AppendText, &w.text);
         return w;
     }
-
-    KzCtx *ctx = nullptr;
 };
 
 TEST_F(PrintModuleSource, StatusesOfTheCall)
 {
-    ASSERT_EQ(KZ_CTX_LoadModule(ctx, "acme-routing"), KZ_OK);
-    ASSERT_EQ(KZ_CTX_LoadMemory(ctx, (kYinOpen + "><namespace uri=\"urn:m\"/><prefix value=\"m\"/></module>").c_str()),
+    ASSERT_EQ(KZ_CTX_LoadModule(ctx_, "acme-routing"), KZ_OK);
+    ASSERT_EQ(KZ_CTX_LoadMemory(ctx_, (kYinOpen + "><namespace uri=\"urn:m\"/><prefix value=\"m\"/></module>").c_str()),
               KZ_OK);
-    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx, "module y { namespace urn:y; prefix y; }"), KZ_OK);
+    ASSERT_EQ(KZ_CTX_LoadYangMemory(ctx_, "module y { namespace urn:y; prefix y; }"), KZ_OK);
     std::string out;
     EXPECT_EQ(KZ_CTX_PrintModuleSource(nullptr, "m", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, nullptr, KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, nullptr, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", 0, AppendText, &out), KZ_EINVAL);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "no-such", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ERR);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "m", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ENOENT);  // from memory
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "y", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
-    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx, "acme-routing", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, nullptr, KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "m", KZ_SRC_FORMAT_YANG, nullptr, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "m", 0, AppendText, &out), KZ_EINVAL);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "no-such", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ERR);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "m", KZ_SRC_FORMAT_YANG, AppendText, &out), KZ_ENOENT);  // from memory
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "y", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
+    EXPECT_EQ(KZ_CTX_PrintModuleSource(ctx_, "acme-routing", KZ_SRC_FORMAT_YIN, AppendText, &out), KZ_ENOENT);
     EXPECT_EQ(out, "");
 }
 
@@ -278,7 +275,7 @@ TEST_F(PrintModuleSource, StatusesOfTheCall)
 TEST_F(PrintModuleSource, ExampleModulesRoundTripThroughYang)
 {
     for (const char *name : {"acme-system", "acme-system-ext", "acme-interfaces", "acme-maintenance"}) {
-        ASSERT_EQ(KZ_CTX_LoadModule(ctx, name), KZ_OK) << name;
+        ASSERT_EQ(KZ_CTX_LoadModule(ctx_, name), KZ_OK) << name;
         Written yin = Print(name, KZ_SRC_FORMAT_YIN);
         Written yang = Print(name, KZ_SRC_FORMAT_YANG);
         ASSERT_EQ(yin.status, KZ_OK) << name;
