@@ -162,7 +162,7 @@ TEST_F(XPathEval, ShortcutComparisonsAgreeWithTheGeneralEvaluator)
     }
 }
 
-TEST_F(XPathEval, Functions)
+TEST_F(XPathEval, FunctionsAndFailureStatuses)
 {
     ExpectEval({
         {"not(missing)", kTrue}, {"not(empty)", kFalse}, {"not(a = 2)", kTrue}, {"not (not(a))", kTrue},
@@ -174,21 +174,7 @@ TEST_F(XPathEval, Functions)
         // derived-from argument checks that need no schema.
         {"derived-from(a)", KZ_XPATH_EFUNCARG}, {"derived-from('m:x')", KZ_XPATH_EFUNCARG},
         {"derived-from(missing, 'm:x')", KZ_XPATH_EFUNCARG}, {"derived-from-or-self(a, 'm:x')", KZ_XPATH_ENOSCHEMA},
-    });
-    // A schema node that is no identityref leaf is rejected.
-    KzsNode container{};
-    container.kind = KZS_NODE_CONTAINER;
-    xmlNode *a = Child(top_, "a");
-    a->_private = &container;
-    a->doc->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
-    EXPECT_EQ(Eval("derived-from(a, 'm:x')"), KZ_EINVAL);
-    a->doc->_private = nullptr;
-    a->_private = nullptr;
-}
-
-TEST_F(XPathEval, FailureStatuses)
-{
-    ExpectEval({
+        // Operators without an evaluation, misplaced signs, parentheses, predicates and tokens.
         {"x + 1 > 2", KZ_XPATH_ENOEVALFUNC}, {"a | b", KZ_XPATH_ENOEVALFUNC}, {"a * 2 = 2", KZ_XPATH_ENOEVALFUNC},
         {"num div 2", KZ_XPATH_ENOEVALFUNC}, {"-1", KZ_XPATH_EPRIMARY}, {"a = -1", KZ_XPATH_EPRIMARY},
         {"(a", KZ_XPATH_EPAREN}, {"a)", KZ_XPATH_EPAREN}, {"a, b", KZ_XPATH_EPAREN}, {"(a, b)", KZ_XPATH_EPAREN},
@@ -201,6 +187,15 @@ TEST_F(XPathEval, FailureStatuses)
     EXPECT_EQ(KZ_XPATH_EvalCondition(nullptr, top_, "a"), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_EvalCondition(root_, nullptr, "a"), KZ_EINVAL);
     EXPECT_EQ(KZ_XPATH_EvalCondition(root_, top_, nullptr), KZ_EINVAL);
+    // A schema node that is no identityref leaf is rejected.
+    KzsNode container{};
+    container.kind = KZS_NODE_CONTAINER;
+    xmlNode *a = Child(top_, "a");
+    a->_private = &container;
+    a->doc->_private = const_cast<XpathValueAccessor *>(&kz::data::BoundValues());
+    EXPECT_EQ(Eval("derived-from(a, 'm:x')"), KZ_EINVAL);
+    a->doc->_private = nullptr;
+    a->_private = nullptr;
 }
 
 TEST_F(XPathEval, StatusesUnreachableFromText)
