@@ -30,13 +30,17 @@ struct AssisterGuard {
     ~AssisterGuard() { KZS_LOADER_ClearLoadAssister(&a); }
 };
 
-std::vector<std::string> Paths(const PathCollection *coll)
+// Each candidate as "directory/file" (directory 0 is first), then the
+// collection's plain, suffixed and read-limit figures.
+std::string Found(const PathCollection *coll, const ScratchDir &first)
 {
-    std::vector<std::string> out;
+    std::string out;
     for (uint16_t i = 0; i < coll->count; i++) {
-        out.emplace_back(coll->objs[i].path);
+        const std::string path = coll->objs[i].path;
+        out += (path.rfind(first.Path() + "/", 0) == 0 ? "0/" : "1/") + path.substr(path.rfind('/') + 1) + " ";
     }
-    return out;
+    return out + "plain " + std::to_string(coll->hasPlain) + " suffixed " + std::to_string(coll->hasSuffixed) +
+           " max " + std::to_string(coll->maxToProcess);
 }
 
 // Hands out files as the load sequence does, marking each suffix read.
@@ -72,28 +76,39 @@ using Names = std::vector<std::string>;
 
 } // namespace
 
-TEST(LoaderLocation, PlainFileFoundInLaterDirectory)
+// m's candidates over two directories and the files a load of m reads.
+TEST(LoaderLocation, CandidatesAndTheFilesALoadReads)
 {
-    ScratchDir a, b;
-    b.Write("m.yin", "<module/>");
-    b.Write("m@2020-01-01.yin", "<module/>"); // the plain file stops the search first
-    Candidates g({&a, &b});
-    ASSERT_NE(g.coll, nullptr);
-    EXPECT_EQ(Paths(g.coll), Names({b.File("m.yin")}));
-    EXPECT_EQ(g.coll->hasPlain, 1);
-    EXPECT_EQ(g.coll->hasSuffixed, 0);
-    EXPECT_EQ(g.coll->maxToProcess, 1);
-}
-
-TEST(LoaderLocation, RevisionFileOfEarlierDirectoryIsRead)
-{
-    ScratchDir a, b;
-    a.Write("m@2020-01-01.yin", "<module/>");
-    b.Write("m.yin", "<module/>");
-    Candidates g({&a, &b});
-    ASSERT_NE(g.coll, nullptr);
-    EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), b.File("m.yin")}));
-    EXPECT_EQ(g.Read(), Names({"m@2020-01-01.yin"})); // only one file without merge sources
+    struct Case {
+        std::vector<std::pair<int, const char *>> files; // directory, file name
+        const char *found;
+        Names read;
+    } cases[] = {
+        // The plain file stops the search before the revision file beside it.
+        {{{1, "m.yin"}, {1, "m@2020-01-01.yin"}}, "1/m.yin plain 1 suffixed 0 max 1", {"m.yin"}},
+        // A revision file of an earlier directory is the one read without merge sources.
+        {{{0, "m@2020-01-01.yin"}, {1, "m.yin"}}, "0/m@2020-01-01.yin 1/m.yin plain 1 suffixed 0 max 1",
+         {"m@2020-01-01.yin"}},
+        // Merge sources are all read, in the order of their suffixes.
+        {{{0, "m@@y.yin"}, {0, "m@@x.yin"}}, "0/m@@x.yin 0/m@@y.yin plain 0 suffixed 1 max 1",
+         {"m@@x.yin", "m@@y.yin"}},
+        // The scan of a mixed directory stops at the second kind (m@@y is not reached); a
+        // candidate without suffix matches any current suffix and comes first.
+        {{{0, "m@2020-01-01.yin"}, {0, "m@@x.yin"}, {0, "m@@y.yin"}, {1, "m@@z.yin"}},
+         "0/m@2020-01-01.yin 0/m@@x.yin 1/m@@z.yin plain 1 suffixed 1 max 1", {"m@2020-01-01.yin", "m@2020-01-01.yin"}},
+    };
+    for (const Case &c : cases) {
+        ScratchDir dirs[2];
+        for (const auto &[dir, name] : c.files) {
+            dirs[dir].Write(name, "<module/>");
+        }
+        Candidates g({&dirs[0], &dirs[1]});
+        ASSERT_NE(g.coll, nullptr) << c.found;
+        EXPECT_EQ(Found(g.coll, dirs[0]), c.found);
+        ASSERT_EQ(g.PreFill(), 0u) << c.found;
+        EXPECT_EQ(g.needLoad, 1u) << c.found;
+        EXPECT_EQ(g.Read(), c.read) << c.found;
+    }
 }
 
 TEST(LoaderLocation, OtherModulesAndNoCandidates)
@@ -112,43 +127,6 @@ TEST(LoaderLocation, OtherModulesAndNoCandidates)
     const std::string up = "../" + outer.Path().substr(outer.Path().rfind('/') + 1) + "/esc";
     EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, up.c_str()), nullptr);
     EXPECT_EQ(KZS_LOADER_CollectFilePathMatchedInAllDir(&dc.ctx, ""), nullptr);
-}
-
-TEST(LoaderLocation, MergeSourcesAreAllReadInOrder)
-{
-    ScratchDir a;
-    a.Write("m@@y.yin", "<module/>");
-    a.Write("m@@x.yin", "<module/>");
-    Candidates g({&a});
-    ASSERT_NE(g.coll, nullptr);
-    ASSERT_EQ(g.coll->count, 2);
-    EXPECT_STREQ(g.coll->objs[0].suffix, "x");
-    EXPECT_STREQ(g.coll->objs[1].suffix, "y");
-    EXPECT_EQ(g.coll->hasSuffixed, 1);
-    EXPECT_EQ(g.coll->hasPlain, 0);
-
-    ASSERT_EQ(g.PreFill(), 0u);
-    EXPECT_EQ(g.needLoad, 1u);
-    EXPECT_EQ(g.Read(), Names({"m@@x.yin", "m@@y.yin"}));
-    ASSERT_EQ(g.ag.a.suffixCount, 2);
-    EXPECT_EQ(g.ag.a.suffixes[0].processed, 1);
-    EXPECT_EQ(g.ag.a.suffixes[1].processed, 1);
-}
-
-TEST(LoaderLocation, MixedDirectoryStopsAtSecondKindAndPlainFileServesTheSuffix)
-{
-    ScratchDir a, b;
-    a.Write("m@2020-01-01.yin", "<module/>");
-    a.Write("m@@x.yin", "<module/>");
-    a.Write("m@@y.yin", "<module/>"); // not reached: the scan stopped at m@@x
-    b.Write("m@@z.yin", "<module/>");
-    Candidates g({&a, &b});
-    ASSERT_NE(g.coll, nullptr);
-    EXPECT_EQ(Paths(g.coll), Names({a.File("m@2020-01-01.yin"), a.File("m@@x.yin"), b.File("m@@z.yin")}));
-
-    ASSERT_EQ(g.PreFill(), 0u);
-    // A candidate without suffix matches any current suffix and comes first.
-    EXPECT_EQ(g.Read(), Names({"m@2020-01-01.yin", "m@2020-01-01.yin"}));
 }
 
 TEST(LoaderLocation, CandidatePathRules)
@@ -183,8 +161,9 @@ TEST(LoaderLocation, AtMostTenFilesPerLoad)
     ASSERT_EQ(g.coll->count, 12);
     ASSERT_EQ(g.PreFill(), 0u);
     EXPECT_EQ(g.Read().size(), 10u);
-    EXPECT_EQ(g.ag.a.suffixes[10].processed, 0);
-    EXPECT_EQ(g.ag.a.suffixes[11].processed, 0);
+    for (int i = 0; i < 12; i++) {
+        EXPECT_EQ(g.ag.a.suffixes[i].processed, i < 10 ? 1 : 0) << i;
+    }
 }
 
 // A registered module reading only new merge sources, or nothing without
