@@ -97,12 +97,10 @@ TEST(CoupleMerge, NewNodesMoveOverAndChangeOwner)
     EXPECT_EQ(a->lastChild->module, dst);
     EXPECT_EQ(a->firstChild->next->lastChild->module, dst);
     /* Second top-level node differs by name: it and all after it come over. */
-    std::vector<std::string> top;
+    EXPECT_EQ(SiblingNames(dst->dataNodes), (std::vector<std::string>{"a", "b", "c", "d"}));
     for (KzsNode *n = dst->dataNodes; n != nullptr; n = n->next) {
-        top.emplace_back(n->name);
-        EXPECT_EQ(n->module, dst);
+        EXPECT_EQ(n->module, dst) << n->name;
     }
-    EXPECT_EQ(top, (std::vector<std::string>{"a", "b", "c", "d"}));
     EXPECT_EQ(left.find("leaf"), std::string::npos) << left;
     EXPECT_EQ(dst->typedefCount, 2u);
     EXPECT_EQ(dst->typedefs[0].realType.baseType, static_cast<uint32_t>(KZT_BASE_STRING));
