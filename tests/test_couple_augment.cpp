@@ -38,11 +38,19 @@ KzsNode *FindAug(KzCtx *ctx, const char *mod, const char *path)
     return FindSibling(m != nullptr ? m->augments : nullptr, Json(path));
 }
 
-TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModuleOrCreatedInputOutput)
-{
+// ca with cb's augments into it.
+class CoupleAugmentLoaded : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(Load(ctx, kBase), 0u);
+        ASSERT_EQ(Load(ctx, kAug), 0u);
+    }
     Ctx ctx;
-    ASSERT_EQ(Load(ctx, kBase), 0u);
-    ASSERT_EQ(Load(ctx, kAug), 0u);
+};
+
+TEST_F(CoupleAugmentLoaded, ChildrenMoveIntoTargetOfAnotherModuleOrCreatedInputOutput)
+{
 
     KzsNode *top = Node(ctx, "/ca:top");
     ASSERT_NE(top, nullptr);
@@ -89,11 +97,8 @@ TEST(CoupleAugment, ChildrenMoveIntoTargetOfAnotherModuleOrCreatedInputOutput)
     EXPECT_EQ(op->firstChild->firstChild, nullptr);
 }
 
-TEST(CoupleAugment, UncoupleAndCoupleAgainKeepOrderAndRanges)
+TEST_F(CoupleAugmentLoaded, UncoupleAndCoupleAgainKeepOrderAndRanges)
 {
-    Ctx ctx;
-    ASSERT_EQ(Load(ctx, kBase), 0u);
-    ASSERT_EQ(Load(ctx, kAug), 0u);
     ASSERT_EQ(Load(ctx, Yin("ce", R"(<augment target-node="/ca:top"><leaf name="f1"><type name="string"/></leaf></augment>)",
                             {"ca"})),
               0u);
@@ -130,11 +135,8 @@ TEST(CoupleAugment, UncoupleAndCoupleAgainKeepOrderAndRanges)
     EXPECT_EQ(relinked, (std::vector<std::string>{"e1", "e1"}));
 }
 
-TEST(CoupleAugment, RangeFollowsRemovalOfItsChildren)
+TEST_F(CoupleAugmentLoaded, RangeFollowsRemovalOfItsChildren)
 {
-    Ctx ctx;
-    ASSERT_EQ(Load(ctx, kBase), 0u);
-    ASSERT_EQ(Load(ctx, kAug), 0u);
     KzsNode *aug = FindAug(ctx, "cb", "/ca:top");
     KzsNode *e1 = aug->firstChild;
     KzsNode *bx = aug->lastChild;
@@ -251,11 +253,8 @@ TEST(CoupleAugment, PassesRejectBadArguments)
     EXPECT_EQ(KZS_MOD_UnCoupleAugmentFromDepMods(ctx, "x", "absent", nullptr), 1u);
 }
 
-TEST(CoupleAugment, UncoupleNotificationLeavesAugmentsIntoOtherModules)
+TEST_F(CoupleAugmentLoaded, UncoupleNotificationLeavesAugmentsIntoOtherModules)
 {
-    Ctx ctx;
-    ASSERT_EQ(Load(ctx, kBase), 0u);
-    ASSERT_EQ(Load(ctx, kAug), 0u);
     ASSERT_EQ(Load(ctx, kNested), 0u);
     /* cd augments a node of cb, so its augment is filed under cb. */
     EXPECT_EQ(KZS_MOD_UnCoupleAugmentFromDepMods(ctx, "ca", "cd", nullptr), 0u);
