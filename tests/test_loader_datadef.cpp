@@ -9,10 +9,9 @@ using kztest::ChildNames;
 using kztest::LoadMessages;
 
 /* A module m (prefix m) importing "other" under the prefix o. */
-std::string Module(const std::string &body, const std::string &head = "")
+std::string Module(const std::string &body)
 {
-    return "<module name=\"m\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:m=\"urn:m\" xmlns:o=\"urn:o\">" +
-           head +
+    return "<module name=\"m\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\" xmlns:m=\"urn:m\" xmlns:o=\"urn:o\">"
            "<namespace uri=\"urn:m\"/><prefix value=\"m\"/>"
            "<import module=\"other\"><prefix value=\"o\"/></import>" +
            body + "</module>";

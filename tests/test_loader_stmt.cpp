@@ -93,19 +93,6 @@ TEST_F(LoaderStmt, ArrayCollectsEveryOccurrenceInOrderIgnoresTheRestAndIsFilledO
     KZ_MemFree(texts);
 }
 
-TEST_F(LoaderStmt, ValueIsReadOnlyUnderErrorMessage)
-{
-    xmlNode *root = Parse("must", "<value>ignored</value><error-message><value>too big</value></error-message>");
-    ASSERT_NE(root, nullptr);
-    const char *slot = nullptr;
-    xmlNode *value = root->children;
-    EXPECT_EQ(KZS_LOADER_ParseValue(&mod_, value, KZS_STMT_MUST, &slot), 0u);
-    EXPECT_EQ(slot, nullptr);
-    EXPECT_EQ(KZS_LOADER_ParseErrorMessage(&mod_, value->next, KZS_STMT_MUST, &slot), 0u);
-    Keep(slot);
-    EXPECT_STREQ(slot, "too big");
-}
-
 TEST_F(LoaderStmt, StatusValues)
 {
     xmlNode *c = Parse("leaf", "<status value='deprecated'/><status value='obsolete'/><status value='current'/>"
@@ -148,8 +135,18 @@ TEST_F(LoaderStmt, FailingChildKeepsItsOwnMessageOrGetsTheGenericOne)
               (std::vector<std::string>{"Failed to parse statement \"units\" under statement \"leaf\"."}));
 }
 
-TEST_F(LoaderStmt, DescriptionAndUnitsFollowContextOptions)
+TEST_F(LoaderStmt, OneStatementParsersHonourTheirPlaceAndTheContextOptions)
 {
+    xmlNode *must = Parse("must", "<value>ignored</value><error-message><value>too big</value></error-message>");
+    ASSERT_NE(must, nullptr);
+    const char *slot = nullptr;
+    xmlNode *value = must->children;
+    EXPECT_EQ(KZS_LOADER_ParseValue(&mod_, value, KZS_STMT_MUST, &slot), 0u);
+    EXPECT_EQ(slot, nullptr);
+    EXPECT_EQ(KZS_LOADER_ParseErrorMessage(&mod_, value->next, KZS_STMT_MUST, &slot), 0u);
+    Keep(slot);
+    EXPECT_STREQ(slot, "too big");
+
     xmlNode *root = Parse("leaf", "<description><text>d</text></description><units name='ms'/>");
     ASSERT_NE(root, nullptr);
     const uint32_t opened = ctx_->flags;

@@ -64,7 +64,7 @@ TEST(TypesCount, CountsEachKindAndMarksElements)
     EXPECT_EQ(marks, "512 128 0 64 64 2 1 16 4 8 32 0 0 0 512 ");
 }
 
-TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArray)
+TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArrayAndANamelessTypeFails)
 {
     KztRealType rt{};
     ASSERT_EQ(ParseType(TypeYin("int8"), &rt), 0u);
@@ -74,15 +74,11 @@ TEST_F(TypesParse, PlainBuiltInTypeHasNoConstraintArray)
     EXPECT_EQ(rt.rngLenFlags, 0u);
     EXPECT_EQ(KZT_TYPE_IsInvalidType(&rt), 0u);
     Destroy(&rt);
-}
 
-TEST_F(TypesParse, TypeWithoutNameFails)
-{
-    KztRealType rt{};
-    auto doc = kztest::ParseXml("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>");
-    EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, &rt), 22u);
-    EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc.get()), 60, nullptr), 22u);
-    Destroy(&rt);
+    KztRealType nameless{};
+    EXPECT_EQ(ParseType("<type xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>", &nameless), 22u);
+    EXPECT_EQ(KZT_LOADER_ParseTypeStmt(&mod_, xmlDocGetRootElement(doc_.get()), 60, nullptr), 22u);
+    Destroy(&nameless);
     EXPECT_EQ(Leaked(), 0u);
 }
 
