@@ -118,11 +118,6 @@ struct Row {
     Record want;
 };
 
-void collect_added(struct _xmlNode *added, void *arg)
-{
-    static_cast<std::vector<std::string> *>(arg)->emplace_back(reinterpret_cast<const char *>(added->name));
-}
-
 class Validate : public kztest::SharedModuleTest<Validate> {
 public:
     static const char *ModuleText() { return kModule; }
@@ -133,7 +128,7 @@ protected:
     {
         Record r;
         kztest::ErrPtr err(KZ_CTX_ValidateRpcDataTree(ctx_, KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
-                                                      added != nullptr ? collect_added : nullptr, added));
+                                                      added != nullptr ? kztest::CollectAdded : nullptr, added));
         if (err != nullptr) {
             r = Record{KZ_GetErrorTag(err.get()), kztest::OrDash(KZ_GetErrorAppTag(err.get())),
                        kztest::OrDash(KZ_GetErrorPath(err.get())), kztest::OrDash(KZ_GetErrorMessage(err.get())),

@@ -227,12 +227,8 @@ TEST(LoaderGrouping, RequestsValidateAgainstGroupingBuiltInput)
     for (const Case &c : cases) {
         const std::string body = std::string("<run xmlns=\"urn:g\">") + c.inner + "</run>";
         std::vector<std::string> added;
-        kztest::ErrPtr err(KZ_CTX_ValidateRpcDataTree(
-            ctx.get(), KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
-            [](struct _xmlNode *node, void *arg) {
-                static_cast<std::vector<std::string> *>(arg)->emplace_back(reinterpret_cast<const char *>(node->name));
-            },
-            &added));
+        kztest::ErrPtr err(KZ_CTX_ValidateRpcDataTree(ctx.get(), KZ_DATA_KIND_TEXT, const_cast<char *>(body.c_str()),
+                                                      kztest::CollectAdded, &added));
         EXPECT_EQ(err != nullptr ? KZ_GetErrorMessage(err.get()) : "", std::string(c.error)) << c.inner;
         if (err == nullptr) {
             EXPECT_EQ(added, std::vector<std::string>{"mode"}) << c.inner;

@@ -226,6 +226,12 @@ inline KzsNode *FindSibling(KzsNode *first, const std::string &name)
     return nullptr;
 }
 
+// Validation callback recording the name of each element added as a default.
+inline void CollectAdded(struct _xmlNode *added, void *names)
+{
+    static_cast<std::vector<std::string> *>(names)->emplace_back(reinterpret_cast<const char *>(added->name));
+}
+
 // fn(in) equals want for every {in, want} row.
 template <class Fn>
 void ExpectRows(Fn fn, std::initializer_list<std::pair<const char *, std::string>> rows)
