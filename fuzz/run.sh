@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 shift || true
 build="${KORLA_FUZZ_BUILD:-build-fuzz}"
-all=(load_yin read_yang validate_rpc validate_notif xpath range_decimal value_check)
+all=(load_yin read_yang validate_rpc validate_notif xpath range_decimal value_check pattern)
 targets=("$@")
 [ "${#targets[@]}" -eq 0 ] && targets=("${all[@]}")
 

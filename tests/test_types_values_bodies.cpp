@@ -5,6 +5,11 @@
 
 #include "test_support.h"
 
+#include <libxml/xmlregexp.h>
+
+#include "base/kz_ascii_regex.h"
+#include "base/kz_xml.h"
+
 namespace {
 
 /* A bits body over the given names, positions in order. */
@@ -59,7 +64,7 @@ protected:
 
     KztConsDataPattern *Make(const char *pattern, uint32_t invert)
     {
-        KztSegPattern seg{pattern, invert, nullptr};
+        KztSegPattern seg{pattern, invert, nullptr, nullptr};
         KztConsDataPattern src{1, &seg};
         return static_cast<KztConsDataPattern *>(KZT_CONS_CopyConsDataBodyWithPattern(&ctx_->dict, &src));
     }
@@ -91,6 +96,40 @@ TEST_F(TypesValuesPattern, CompiledOnceAnchoredAndInvertible)
                 << r.pattern << " invert " << invert << " value " << r.value;
             KZT_CONS_DestroyConsDataBodyWithPattern(&ctx_->dict, body);
         }
+    }
+}
+
+/* The ASCII matcher answers exactly as libxml2 wherever it answers: every value one edit away
+ * from a matching one is asked of both. Expressions libxml2 misreads stay with it. */
+TEST(TypesAsciiPattern, AgreesWithLibxml2OrStepsAside)
+{
+    const struct {
+        const char *pattern;
+        const char *match;
+    } rows[] = {
+        {"[A-Z]{2}[0-9]+", "AB12"}, {"\\d{4}-\\d{2}-\\d{2}T\\d{2}:\\d{2}(Z|[\\+\\-]\\d{2}:\\d{2})", "2024-01-02T03:04Z"},
+        {"[a-zA-Z_][a-zA-Z0-9\\-_.]*", "a-b.c"}, {"-?\\p{L}\\w{0,3}\\s[^\\*]", "-ab$ x"}, {"(a|bc)?[x-z]{1,3}", "bcxy"},
+        {"\\i\\c*", "_a:b"}, {"[-a]?\\.{2}", "-.."}, {"", ""},
+    };
+    for (const auto &r : rows) {
+        const auto ascii = kz::base::AsciiRegex::Compile(r.pattern);
+        ASSERT_NE(ascii, nullptr) << r.pattern;
+        kz::XmlRegexpPtr re(kz::base::CompileRegexpQuietly(r.pattern));
+        std::vector<std::string> values {r.match, "\t", "\x01"};
+        for (size_t i = 0; i <= std::strlen(r.match); ++i) {
+            for (char c : std::string("aZ09-._:$* \t\x7f")) {
+                values.push_back(std::string(r.match).insert(i, 1, c));
+                values.push_back(std::string(r.match).erase(i, 1));
+            }
+        }
+        for (const std::string &v : values) {
+            const bool theirs = xmlRegexpExec(re.get(), BAD_CAST v.c_str()) == 1;
+            EXPECT_EQ(ascii->Match(v.c_str()) == kz::base::AsciiRegex::Result::kMatch, theirs) << r.pattern << " " << v;
+        }
+        EXPECT_EQ(ascii->Match("\xc3\xa9"), kz::base::AsciiRegex::Result::kNotAscii);
+    }
+    for (const char *misread : {"b?\\P{N}", "(x|){2}", "[a-c]?[^a]x", "(ab)+", "[a-z-[aeiou]]", "$a", "a{2,1}", "(a"}) {
+        EXPECT_EQ(kz::base::AsciiRegex::Compile(misread), nullptr) << misread;
     }
 }
 

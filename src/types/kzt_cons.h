@@ -11,6 +11,10 @@
 #include <libxml/tree.h>
 #include <libxml/xmlregexp.h>
 
+namespace kz::base {
+class AsciiRegex;
+}
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -80,9 +84,10 @@ typedef struct KztSegUint32 { uint32_t start; uint32_t end; } KztSegUint32;
 /* Pattern (kind 7): the compiled expression is kept so that a value check
  * does not compile it again. */
 typedef struct KztSegPattern {
-    const char *pattern;  /* interned, anchors dropped */
-    uint32_t invertMatch; /* 0 or 1 */
-    xmlRegexpPtr regexp;  /* owned; compiled from pattern */
+    const char *pattern;        /* interned, anchors dropped */
+    uint32_t invertMatch;       /* 0 or 1 */
+    xmlRegexpPtr regexp;        /* owned; compiled from pattern */
+    kz::base::AsciiRegex *ascii; /* owned; the faster matcher for ASCII values, when it applies */
 } KztSegPattern;
 
 typedef struct KztConsDataPattern {

@@ -2,13 +2,14 @@
  * constraint is filled or copied and shared by every check afterwards.
  *
  * Sharing is safe: xmlRegexpExec keeps all matching state in a context on
- * its own stack and only reads the compiled automaton, so any number of
- * threads may run it on one compiled expression at once (exercised by the
- * concurrent value-check tests). */
+ * its own stack and only reads the compiled automaton, and the ASCII matcher
+ * is read-only too, so any number of threads may check values against one
+ * constraint at once (exercised by the concurrent value-check tests). */
 #include <cstring>
 #include <string>
 
 #include "schema/kzs_ctx.h"
+#include "base/kz_ascii_regex.h"
 #include "base/kz_xml.h"
 #include "types/kzt_cons.h"
 #include "types/kzt_seg_util.h"
@@ -16,6 +17,25 @@
 #include <libxml/xmlregexp.h>
 
 namespace {
+
+/* Compiles pattern for libxml2 and, where it applies, for the ASCII matcher. The ASCII
+ * matcher is only built beside a libxml2 expression: a pattern libxml2 refuses matches nothing. */
+void Compile(KztSegPattern &seg)
+{
+    seg.regexp = kz::base::CompileRegexpQuietly(seg.pattern);
+    seg.ascii = seg.regexp != nullptr ? kz::base::AsciiRegex::Compile(seg.pattern).release() : nullptr;
+}
+
+bool Matches(const KztSegPattern &seg, const char *value)
+{
+    if (seg.ascii != nullptr) {
+        const auto result = seg.ascii->Match(value);
+        if (result != kz::base::AsciiRegex::Result::kNotAscii) {
+            return result == kz::base::AsciiRegex::Result::kMatch;
+        }
+    }
+    return seg.regexp != nullptr && xmlRegexpExec(seg.regexp, reinterpret_cast<const xmlChar *>(value)) == 1;
+}
 
 bool HasChildNamed(const xmlNode *elem, const char *name)
 {
@@ -42,6 +62,7 @@ void KZT_CONS_DestroyConsDataBodyWithPattern(KzDict *dict, void *body)
         if (seg.regexp != nullptr) {
             xmlRegFreeRegexp(seg.regexp);
         }
+        delete seg.ascii;
         kz::base::DictDrop(d, seg.pattern);
     });
 }
@@ -56,7 +77,7 @@ void *KZT_CONS_CopyConsDataBodyWithPattern(KzDict *dict, const void *src)
                 return false;
             }
             /* libxml2 has no copy of a compiled expression: compile it again. */
-            to.regexp = kz::base::CompileRegexpQuietly(to.pattern);
+            Compile(to);
             return true;
         });
 }
@@ -85,7 +106,7 @@ uint32_t KZT_LOADER_FillOneConsSegPattern(KzCtx *ctx, KzMod *mod, void *seg, uin
     s->invertMatch = HasChildNamed(elem, "modifier") ? 1u : 0u;
     /* A pattern that does not compile matches nothing, exactly as when it is
      * compiled again for every value. */
-    s->regexp = kz::base::CompileRegexpQuietly(s->pattern);
+    Compile(*s);
     return KZ_OK;
 }
 
@@ -113,9 +134,7 @@ uint32_t KZT_CONS_ValidateValueNodeAgainstDataPattern(void *body, uint32_t input
     }
     for (uint16_t i = 0; i < p->segCount; ++i) {
         const KztSegPattern &seg = p->segs[i];
-        const bool matched =
-            seg.regexp != nullptr && xmlRegexpExec(seg.regexp, reinterpret_cast<const xmlChar *>(value)) == 1;
-        if (matched == (seg.invertMatch != 0)) {
+        if (Matches(seg, value) == (seg.invertMatch != 0)) {
             return KZ_VAL_ERR_PATTERN;
         }
     }
