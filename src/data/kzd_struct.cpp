@@ -128,16 +128,50 @@ private:
     const char *name_ = nullptr;
 };
 
+/* Schema nodes of elements by parent schema node, element name and namespace, remembered
+ * for one walk. A parsed document takes its names from its dictionary, so the children of
+ * every entry of a list share their name pointers and find their schema nodes without a
+ * search; other trees just miss. Nothing is freed during a walk, so a pointer stays put. */
+class ChildSchemas {
+public:
+    KzsNode *Find(KzdCheckAux *aux, const xmlNode *element, KzsNode *parentSchema)
+    {
+        const auto key = reinterpret_cast<uintptr_t>(parentSchema) ^ reinterpret_cast<uintptr_t>(element->name);
+        Slot &slot = slots_[(key ^ (key >> 7) ^ (key >> 13)) % kSlots];
+        if (slot.schema != nullptr && slot.parent == parentSchema && slot.name == element->name &&
+            slot.ns == element->ns) {
+            return slot.schema;
+        }
+        const char *module = modules_.Of(aux, element);
+        KzsNode *schema = module != nullptr
+                              ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, module, ElementName(element))
+                              : nullptr;
+        if (schema != nullptr) {
+            slot = Slot {parentSchema, element->name, element->ns, schema};
+        }
+        return schema;
+    }
+
+private:
+    struct Slot {
+        const KzsNode *parent;
+        const xmlChar *name;
+        const xmlNs *ns;
+        KzsNode *schema;
+    };
+    static constexpr size_t kSlots = 64;
+    Slot slots_[kSlots] = {};
+    ModuleNames modules_;
+};
+
 /* Steps of binding one child element, in order; the sibling checks use the parent's state. */
 uint32_t BindChild(KzdCheckAux *aux, xmlNode *element, KzsNode *parentSchema, SiblingState &state,
-                    ModuleNames &modules)
+                    ChildSchemas &schemas)
 {
     if (element->_private != nullptr) {
         return KZ_OK;
     }
-    const char *module = modules.Of(aux, element);
-    KzsNode *schema =
-        module != nullptr ? KZS_NODE_FindChildDataTreeNodeByName(parentSchema, module, ElementName(element)) : nullptr;
+    KzsNode *schema = schemas.Find(aux, element, parentSchema);
     if (schema == nullptr) {
         return unexpected(aux, element);
     }
@@ -196,7 +230,7 @@ uint32_t WalkChildren(KzdCheckAux *aux, xmlNode *element)
         return rc;
     }
     std::vector<Frame> stack;
-    ModuleNames modules;
+    ChildSchemas schemas;
     auto push = [&](xmlNode *e) {
         bool action = SchemaOf(e)->kind == KZS_NODE_ACTION;
         if (action) {
@@ -216,7 +250,7 @@ uint32_t WalkChildren(KzdCheckAux *aux, xmlNode *element)
             continue;
         }
         top.next = NextElement(child);
-        rc = BindChild(aux, child, SchemaOf(top.element), top.state, modules);
+        rc = BindChild(aux, child, SchemaOf(top.element), top.state, schemas);
         if (rc != KZ_OK) {
             return rc;
         }
@@ -305,8 +339,8 @@ KZ_API uint32_t KZD_PAS_FlushSubTreeWithSchema(KzdCheckAux *aux, xmlNode *elemen
             state.branches.Emplace(choice, branch);
         }
     }
-    ModuleNames modules;
-    uint32_t rc = BindChild(aux, element, parentSchema, state, modules);
+    ChildSchemas schemas;
+    uint32_t rc = BindChild(aux, element, parentSchema, state, schemas);
     return rc != KZ_OK ? rc : WalkChildren(aux, element);
 }
 
@@ -384,8 +418,8 @@ KZ_API uint32_t KZD_PAS_CheckElementNodeOrder(KzdCheckAux *aux, xmlNode *element
     xmlNode *prev = element->prev;
     const KzsNode *prevSchema = SchemaOf(prev);
     KzsNode *schema = SchemaOf(element);
-    if (prevSchema == nullptr || schema == nullptr) {
-        return KZ_OK;
+    if (prevSchema == nullptr || schema == nullptr || prevSchema == schema) {
+        return KZ_OK; /* entries of one list or leaf-list follow each other */
     }
     KzsNode *ancestor = KZD_MDL_GetClosestAncestorNodeNotChoiceCase(schema);
     for (KzsNode *n = KZD_MDL_GetNextDataNodeInSameMod(schema, ancestor); n != nullptr;
