@@ -47,7 +47,8 @@ uint32_t HomeSlot(const KzDictChainIndex *index, uint32_t hash)
 }
 
 // Slot holding the entry for s, or the empty slot where it would go; null when
-// the chain has no table yet.
+// the chain has no table yet.  Most texts removed, and many inserted, are the
+// interned copy itself, which needs no comparison.
 KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
 {
     if (index->capacity == 0) {
@@ -56,7 +57,8 @@ KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash
     uint32_t mask = index->capacity - 1;
     for (uint32_t i = HomeSlot(index, hash);; i = (i + 1) & mask) {
         KzDictSlot *slot = &index->slots[i];
-        if (slot->entry == nullptr || (slot->hash == hash && strcmp(slot->entry->text, s) == 0)) {
+        if (slot->entry == nullptr ||
+            (slot->hash == hash && (slot->entry->text == s || strcmp(slot->entry->text, s) == 0))) {
             return slot;
         }
     }
