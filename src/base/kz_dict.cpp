@@ -64,14 +64,14 @@ KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash
     }
 }
 
-void PlaceEntry(KzDictChainIndex *index, KzDictEntry *entry)
+void PlaceSlot(KzDictChainIndex *index, const KzDictSlot &slot)
 {
     uint32_t mask = index->capacity - 1;
-    uint32_t i = HomeSlot(index, entry->hash);
+    uint32_t i = HomeSlot(index, slot.hash);
     while (index->slots[i].entry != nullptr) {
         i = (i + 1) & mask;
     }
-    index->slots[i] = KzDictSlot{entry, entry->hash};
+    index->slots[i] = slot;
 }
 
 // Keeps the table at most half full; false when it cannot grow.
@@ -89,9 +89,10 @@ bool ReserveOneMore(KzDictChainIndex *index)
     }
     index->slots = grown;
     index->capacity = newCapacity;
+    // Moved by the hashes the slots keep: growing touches no entry.
     for (uint32_t i = 0; i < oldCapacity; ++i) {
         if (old[i].entry != nullptr) {
-            PlaceEntry(index, old[i].entry);
+            PlaceSlot(index, old[i]);
         }
     }
     KZ_MemFree(old);
@@ -222,7 +223,7 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     entry->refCount = 1;
     entry->hash = hash;
     AppendToChain(dict, bucket, index, entry);
-    PlaceEntry(index, entry);
+    PlaceSlot(index, KzDictSlot{entry, hash});
     index->used++;
     return entry->text;
 }
