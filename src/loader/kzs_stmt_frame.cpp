@@ -173,6 +173,18 @@ void ParseRecorder::Note(xmlNode *elem, void *arg)
     }
 }
 
+bool MayHaveChildOf(const xmlNode *elem, std::initializer_list<uint32_t> stmts)
+{
+    if (elem == nullptr || !HasTrustedRecord(elem)) {
+        return true;
+    }
+    uint64_t wanted = 0;
+    for (uint32_t stmt : stmts) {
+        wanted |= ChildBit(stmt);
+    }
+    return (RecordOf(elem) & wanted) != 0;
+}
+
 void TrustParseRecords(xmlDoc *doc, bool trusted)
 {
     if (doc != nullptr) {

@@ -4,6 +4,7 @@
 #define KZS_STMT_UTIL_H
 
 #include <cstdint>
+#include <initializer_list>
 
 #include <libxml/tree.h>
 
@@ -79,6 +80,10 @@ private:
 
 /* Declares the records of doc accurate (just parsed) or stale (about to change). */
 void TrustParseRecords(xmlDoc *doc, bool trusted);
+
+/* False only when elem's trusted record shows that none of its children is one
+ * of the given statements: a pass looking for them can be left out. */
+bool MayHaveChildOf(const xmlNode *elem, std::initializer_list<uint32_t> stmts);
 
 inline const char *Keyword(uint32_t stmt)
 {
