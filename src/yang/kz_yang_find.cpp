@@ -13,10 +13,9 @@
 namespace kz::yang {
 namespace {
 
-bool IsRegularFile(const std::string &path)
+bool IsRegularFile(const std::string &path, struct stat *st)
 {
-    struct stat st {};
-    return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+    return stat(path.c_str(), st) == 0 && S_ISREG(st->st_mode);
 }
 
 /* "YYYY-MM-DD.yang": the part after '@' of a revision file name. */
@@ -32,8 +31,9 @@ bool IsRevisionTail(const char *tail)
     return tail[sizeof(kShape) - 1] == '\0';
 }
 
-/* The newest name@REVISION.yang in one directory, or "". */
-std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings)
+/* The newest name@REVISION.yang in one directory, or "" (*st: its status). */
+std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings,
+                               struct stat *st)
 {
     std::vector<std::string> scratch;
     const std::vector<std::string> *names = kz::base::ListAtNames(listings, dir, &scratch);
@@ -48,8 +48,10 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name, 
             continue;
         }
         /* Same length and shape: the later date is the greater string. */
-        if ((best.empty() || std::strcmp(file, best.c_str()) > 0) && IsRegularFile(dir + "/" + file)) {
+        struct stat candidate {};
+        if ((best.empty() || std::strcmp(file, best.c_str()) > 0) && IsRegularFile(dir + "/" + file, &candidate)) {
             best = file;
+            *st = candidate;
         }
     }
     return best.empty() ? best : dir + "/" + best;
@@ -57,17 +59,20 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name, 
 
 } /* namespace */
 
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings)
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings,
+                         struct stat *found)
 {
     if (name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return {};
     }
+    struct stat unused {};
+    found = found != nullptr ? found : &unused;
     for (const std::string &dir : dirs) {
         std::string plain = dir + "/" + name + ".yang";
-        if (IsRegularFile(plain)) {
+        if (IsRegularFile(plain, found)) {
             return plain;
         }
-        std::string newest = NewestRevisionFile(dir, name, listings);
+        std::string newest = NewestRevisionFile(dir, name, listings, found);
         if (!newest.empty()) {
             return newest;
         }

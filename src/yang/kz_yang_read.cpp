@@ -107,13 +107,9 @@ struct FileStamp {
     }
 };
 
-/* The stamp of path; false when it cannot be taken or is too recent to trust. */
-bool SettledStamp(const std::string &path, FileStamp *stamp)
+/* The stamp of a file from its status; false when it is too recent to trust. */
+bool SettledStamp(const struct stat &st, FileStamp *stamp)
 {
-    struct stat st {};
-    if (stat(path.c_str(), &st) != 0) {
-        return false;
-    }
     stamp->dev = st.st_dev;
     stamp->ino = st.st_ino;
     stamp->size = st.st_size;
@@ -480,9 +476,10 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
         }
     }
     if (doc == nullptr) {
-        const std::string path = FindYangFile(dirs_, name.c_str(), listings_);
+        struct stat found {};
+        const std::string path = FindYangFile(dirs_, name.c_str(), listings_, &found);
         FileStamp stamp;
-        const bool settled = !path.empty() && facts_ != nullptr && SettledStamp(path, &stamp);
+        const bool settled = !path.empty() && facts_ != nullptr && SettledStamp(found, &stamp);
         if (settled) {
             auto known = facts_->byPath.find(path);
             if (known != facts_->byPath.end() && known->second.stamp == stamp &&
