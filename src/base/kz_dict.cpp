@@ -9,87 +9,125 @@
 #include "base/kz_dict.h"
 #include "base/kz_kit.h"
 
-// For every chain, an open-addressed table of its entries keyed by their hash,
-// and the chain's tail, so that neither a lookup nor an append walks it. The
-// tables are per chain so that each stays small (the C heap handles many small
-// blocks better than a few huge ones that grow and go).
-// A slot keeps its entry's hash beside the pointer: probing compares hashes
-// without touching entries.
+// The side index: 1024 small open-addressed tables (shards) of the entries,
+// keyed by a hash of their text that reads eight bytes at a time, and the tail
+// of every chain. A lookup neither walks a chain nor computes the chain's own
+// byte-at-a-time hash, which only a new entry needs. The tables are many and
+// small so that each stays small (the C heap handles many small blocks better
+// than a few huge ones that grow and go).
+// A slot keeps bits of its entry's hash beside the pointer: probing compares
+// them without touching entries, and a table grows without reading any.
 struct KzDictSlot {
     KzDictEntry *entry;
-    uint32_t hash;
+    uint32_t tag;
 };
 
-struct KzDictChainIndex {
-    KzDictSlot *slots;    // null until the chain's first entry
+struct KzDictShard {
+    KzDictSlot *slots;    // null until the shard's first entry
     uint32_t capacity;    // 0, or a power of two
     uint32_t used;
-    KzDictEntry *tail;
 };
 
 struct KzDictIndex {
-    KzDictChainIndex chains[KZ_DICT_BUCKET_COUNT];
+    KzDictShard shards[KZ_DICT_BUCKET_COUNT];
+    KzDictEntry *tails[KZ_DICT_BUCKET_COUNT];
 };
 
 namespace {
 
 constexpr uint32_t kFirstCapacity = 4;
+constexpr uint32_t kShardBits = 10;
+static_assert(KZ_DICT_BUCKET_COUNT == 1u << kShardBits, "one shard per chain");
 
 bool Usable(const KzDict *dict)
 {
     return dict != nullptr && dict->buckets != nullptr && dict->bucketCount != 0 && dict->index != nullptr;
 }
 
-// The low bits of the hash chose the chain; the table takes the others.
-uint32_t HomeSlot(const KzDictChainIndex *index, uint32_t hash)
+// A text's place in the side index: its shard, and the tag that picks the
+// slot within it and tells most other texts apart.
+struct Key {
+    const char *text;
+    size_t length;
+    uint32_t shard;
+    uint32_t tag;
+};
+
+Key KeyOf(const char *s)
 {
-    return (hash >> 10) & (index->capacity - 1);
+    constexpr uint64_t kMul = 0x9E3779B97F4A7C15u;
+    const size_t len = strlen(s);
+    uint64_t h = len * kMul;
+    size_t i = 0;
+    for (; i + sizeof(uint64_t) <= len; i += sizeof(uint64_t)) {
+        uint64_t w;
+        memcpy(&w, s + i, sizeof(w));
+        h = (h ^ w) * kMul;
+        h = (h << 29) | (h >> 35);
+    }
+    uint64_t tail = 0;
+    for (size_t shift = 0; i < len; i++, shift += 8) {
+        tail |= static_cast<uint64_t>(static_cast<unsigned char>(s[i])) << shift;
+    }
+    h ^= tail;
+    h ^= h >> 33;
+    h *= 0xFF51AFD7ED558CCDu;
+    h ^= h >> 33;
+    return Key{s, len, static_cast<uint32_t>(h) & (KZ_DICT_BUCKET_COUNT - 1), static_cast<uint32_t>(h >> 32)};
 }
 
-// Slot holding the entry for s, or the empty slot where it would go; null when
-// the chain has no table yet.
-KzDictSlot *FindSlot(const KzDictChainIndex *index, const char *s, uint32_t hash)
+uint32_t HomeSlot(const KzDictShard *shard, uint32_t tag)
 {
-    if (index->capacity == 0) {
+    return tag & (shard->capacity - 1);
+}
+
+// Slot holding the entry for the key's text, or the empty slot where it would
+// go; null when the shard has no table yet.  Most texts removed, and many
+// inserted, are the interned copy itself, which needs no comparison.
+KzDictSlot *FindSlot(const KzDictShard *shard, const Key &key)
+{
+    if (shard->capacity == 0) {
         return nullptr;
     }
-    uint32_t mask = index->capacity - 1;
-    for (uint32_t i = HomeSlot(index, hash);; i = (i + 1) & mask) {
-        KzDictSlot *slot = &index->slots[i];
-        if (slot->entry == nullptr || (slot->hash == hash && strcmp(slot->entry->text, s) == 0)) {
+    uint32_t mask = shard->capacity - 1;
+    for (uint32_t i = HomeSlot(shard, key.tag);; i = (i + 1) & mask) {
+        KzDictSlot *slot = &shard->slots[i];
+        if (slot->entry == nullptr ||
+            (slot->tag == key.tag &&
+             (slot->entry->text == key.text || strcmp(slot->entry->text, key.text) == 0))) {
             return slot;
         }
     }
 }
 
-void PlaceEntry(KzDictChainIndex *index, KzDictEntry *entry)
+void PlaceSlot(KzDictShard *shard, const KzDictSlot &slot)
 {
-    uint32_t mask = index->capacity - 1;
-    uint32_t i = HomeSlot(index, entry->hash);
-    while (index->slots[i].entry != nullptr) {
+    uint32_t mask = shard->capacity - 1;
+    uint32_t i = HomeSlot(shard, slot.tag);
+    while (shard->slots[i].entry != nullptr) {
         i = (i + 1) & mask;
     }
-    index->slots[i] = KzDictSlot{entry, entry->hash};
+    shard->slots[i] = slot;
 }
 
 // Keeps the table at most half full; false when it cannot grow.
-bool ReserveOneMore(KzDictChainIndex *index)
+bool ReserveOneMore(KzDictShard *shard)
 {
-    if ((index->used + 1) * 2 <= index->capacity) {
+    if ((shard->used + 1) * 2 <= shard->capacity) {
         return true;
     }
-    uint32_t oldCapacity = index->capacity;
+    uint32_t oldCapacity = shard->capacity;
     uint32_t newCapacity = oldCapacity == 0 ? kFirstCapacity : oldCapacity * 2;
-    KzDictSlot *old = index->slots;
+    KzDictSlot *old = shard->slots;
     KzDictSlot *grown = kz::ZeroAlloc<KzDictSlot>(newCapacity);
     if (grown == nullptr) {
         return false;
     }
-    index->slots = grown;
-    index->capacity = newCapacity;
+    shard->slots = grown;
+    shard->capacity = newCapacity;
     for (uint32_t i = 0; i < oldCapacity; ++i) {
         if (old[i].entry != nullptr) {
-            PlaceEntry(index, old[i].entry);
+            PlaceSlot(shard, old[i]);
         }
     }
     KZ_MemFree(old);
@@ -98,38 +136,44 @@ bool ReserveOneMore(KzDictChainIndex *index)
 
 // Empties a slot and moves later members of its probe run back so that no
 // lookup stops early at the hole.
-void ClearSlot(KzDictChainIndex *index, KzDictSlot *slot)
+void ClearSlot(KzDictShard *shard, KzDictSlot *slot)
 {
-    uint32_t mask = index->capacity - 1;
-    uint32_t hole = static_cast<uint32_t>(slot - index->slots);
-    index->slots[hole].entry = nullptr;
-    for (uint32_t i = (hole + 1) & mask; index->slots[i].entry != nullptr; i = (i + 1) & mask) {
-        uint32_t home = HomeSlot(index, index->slots[i].hash);
+    uint32_t mask = shard->capacity - 1;
+    uint32_t hole = static_cast<uint32_t>(slot - shard->slots);
+    shard->slots[hole].entry = nullptr;
+    for (uint32_t i = (hole + 1) & mask; shard->slots[i].entry != nullptr; i = (i + 1) & mask) {
+        uint32_t home = HomeSlot(shard, shard->slots[i].tag);
         // The entry may fill the hole when its home is not in (hole, i].
         bool homeAfterHole = ((i - home) & mask) < ((i - hole) & mask);
         if (!homeAfterHole) {
-            index->slots[hole] = index->slots[i];
-            index->slots[i].entry = nullptr;
+            shard->slots[hole] = shard->slots[i];
+            shard->slots[i].entry = nullptr;
             hole = i;
         }
     }
-    index->used--;
+    shard->used--;
+    if (shard->used == 0) {
+        // An emptied shard holds no block, as before it had any entry.
+        KZ_MemFree(shard->slots);
+        shard->slots = nullptr;
+        shard->capacity = 0;
+    }
 }
 
-void AppendToChain(KzDict *dict, KzDictBucket *bucket, KzDictChainIndex *index, KzDictEntry *entry)
+void AppendToChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry **tail, KzDictEntry *entry)
 {
     entry->next = nullptr;
-    entry->prev = index->tail;
-    if (index->tail == nullptr) {
+    entry->prev = *tail;
+    if (*tail == nullptr) {
         bucket->head = entry;
         dict->headCount++;
     } else {
-        index->tail->next = entry;
+        (*tail)->next = entry;
     }
-    index->tail = entry;
+    *tail = entry;
 }
 
-void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictChainIndex *index, KzDictEntry *entry)
+void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry **tail, KzDictEntry *entry)
 {
     if (entry->prev == nullptr) {
         bucket->head = entry->next;
@@ -139,7 +183,7 @@ void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictChainIndex *index
         entry->prev->next = entry->next;
     }
     if (entry->next == nullptr) {
-        index->tail = entry->prev;
+        *tail = entry->prev;
     } else {
         entry->next->prev = entry->prev;
     }
@@ -192,36 +236,37 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     if (s == nullptr || !Usable(dict)) {
         return nullptr;
     }
-    uint32_t hash = KZ_DICT_HashVal(s);
-    uint32_t chain = hash & (dict->bucketCount - 1);
-    KzDictChainIndex *index = &dict->index->chains[chain];
-    KzDictSlot *slot = FindSlot(index, s, hash);
+    const Key key = KeyOf(s);
+    KzDictShard *shard = &dict->index->shards[key.shard];
+    KzDictSlot *slot = FindSlot(shard, key);
     if (slot != nullptr && slot->entry != nullptr) {
         slot->entry->refCount++;
         return slot->entry->text;
     }
+    uint32_t hash = KZ_DICT_HashVal(s);
+    uint32_t chain = hash & (dict->bucketCount - 1);
     KzDictBucket *bucket = &dict->buckets[chain];
     // Counted before allocating and not taken back on failure: the counts are
     // part of the dictionary's visible layout, which embedders read as it has
     // always been kept, and nothing in the library decides by them.
     bucket->entryCount++;
-    if (!ReserveOneMore(index)) {
+    if (!ReserveOneMore(shard)) {
         return nullptr;
     }
     auto *entry = static_cast<KzDictEntry *>(KZ_MemMalloc(sizeof(KzDictEntry)));
     if (entry == nullptr) {
         return nullptr;
     }
-    entry->text = kz::DupText(s);
+    entry->text = kz::DupText(s, key.length);
     if (entry->text == nullptr) {
         KZ_MemFree(entry);
         return nullptr;
     }
     entry->refCount = 1;
     entry->hash = hash;
-    AppendToChain(dict, bucket, index, entry);
-    PlaceEntry(index, entry);
-    index->used++;
+    AppendToChain(dict, bucket, &dict->index->tails[chain], entry);
+    PlaceSlot(shard, KzDictSlot{entry, key.tag});
+    shard->used++;
     return entry->text;
 }
 
@@ -230,22 +275,16 @@ void KZ_DICT_Remove(KzDict *dict, const char *s)
     if (s == nullptr || !Usable(dict)) {
         return;
     }
-    uint32_t hash = KZ_DICT_HashVal(s);
-    uint32_t chain = hash & (dict->bucketCount - 1);
-    KzDictChainIndex *index = &dict->index->chains[chain];
-    KzDictSlot *slot = FindSlot(index, s, hash);
+    const Key key = KeyOf(s);
+    KzDictShard *shard = &dict->index->shards[key.shard];
+    KzDictSlot *slot = FindSlot(shard, key);
     KzDictEntry *e = slot != nullptr ? slot->entry : nullptr;
     if (e == nullptr || --e->refCount != 0) {
         return;
     }
-    ClearSlot(index, slot);
-    if (index->used == 0) {
-        // An emptied chain holds no block, as before it had any entry.
-        KZ_MemFree(index->slots);
-        index->slots = nullptr;
-        index->capacity = 0;
-    }
-    UnlinkFromChain(dict, &dict->buckets[chain], index, e);
+    ClearSlot(shard, slot);
+    const uint32_t chain = e->hash & (dict->bucketCount - 1);
+    UnlinkFromChain(dict, &dict->buckets[chain], &dict->index->tails[chain], e);
     KZ_MemFree(e->text);
     KZ_MemFree(e);
 }
@@ -267,8 +306,8 @@ void KZ_DICT_Destroy(KzDict *dict)
     KZ_MemFree(dict->buckets);
     dict->buckets = nullptr;
     if (dict->index != nullptr) {
-        for (KzDictChainIndex &index : dict->index->chains) {
-            KZ_MemFree(index.slots);
+        for (KzDictShard &shard : dict->index->shards) {
+            KZ_MemFree(shard.slots);
         }
         KZ_MemFree(dict->index);
         dict->index = nullptr;

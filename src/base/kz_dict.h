@@ -11,7 +11,7 @@ extern "C" {
 typedef struct KzDictEntry {
     char *text;
     uint32_t refCount;
-    uint32_t hash;             /* KZ_DICT_HashVal(text), for the side index */
+    uint32_t hash;             /* KZ_DICT_HashVal(text), whose low bits pick the chain */
     struct KzDictEntry *next;
     struct KzDictEntry *prev;  /* chain predecessor, so a remove walks nothing */
 } KzDictEntry;

@@ -42,7 +42,7 @@ constexpr std::size_t kSlabBytes = 64 * 1024;
 constexpr std::size_t kRangeBytes = std::size_t(16) << 30;
 constexpr std::size_t kSlabCount = kRangeBytes / kSlabBytes;
 constexpr uint32_t kNone = UINT32_MAX;
-constexpr uint32_t kResidentReleased = 256;  // 16 MiB of emptied slabs kept ready
+constexpr uint32_t kResidentReleased = 256;  // 16 MiB of emptied slabs kept ready at least
 
 struct SlabHead {
     void *freeList;    // freed slots, linked through their first word
@@ -65,6 +65,8 @@ struct Range {
     uint32_t untouched = 0;    // slabs from here on were never used
     uint32_t released = kNone; // slabs given back, linked through next
     uint32_t releasedCount = 0; // of those, how many kept their pages
+    uint32_t inUse = 0;        // slabs serving a class now
+    uint32_t peakInUse = 0;    // the most at once so far
     SizeClass classes[kClassCount];
 };
 
@@ -158,6 +160,10 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
         } else if (r->untouched < kSlabCount) {
             slab = r->untouched++;
         }
+        if (slab != kNone) {
+            r->inUse++;
+            r->peakInUse = r->inUse > r->peakInUse ? r->inUse : r->peakInUse;
+        }
     }
     if (slab != kNone) {
         r->heads[slab] = SlabHead{nullptr, 0, 0, cls, kNone, kNone};
@@ -165,7 +171,9 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
     return slab;
 }
 
-// The first released slabs stay resident for the next load; beyond those the pages go back.
+// Released slabs stay resident for the next load, as many as were ever in use
+// at once (and 16 MiB at least): a process that loads again pays no page
+// faults for memory it already needed. Beyond those the pages go back.
 void ReleaseSlab(Range *r, uint32_t slab)
 {
     bool keepPages;
@@ -173,7 +181,8 @@ void ReleaseSlab(Range *r, uint32_t slab)
         std::lock_guard<std::mutex> guard(r->lock);
         r->heads[slab].next = r->released;
         r->released = slab;
-        keepPages = r->releasedCount < kResidentReleased;
+        r->inUse--;
+        keepPages = r->releasedCount < (r->peakInUse > kResidentReleased ? r->peakInUse : kResidentReleased);
         r->heads[slab].fresh = keepPages ? 1 : 0;
         r->releasedCount += r->heads[slab].fresh;
     }

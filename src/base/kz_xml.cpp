@@ -2,6 +2,7 @@
 // the tree and never allocate), and the one way the library parses XML text.
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
+#include <libxml/SAX2.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlstring.h>
 
@@ -67,11 +68,39 @@ using XmlErrorArg = const xmlError *;
 using XmlErrorArg = xmlErrorPtr;
 #endif
 
-/* The parser hands its context as the user data of both callbacks (the
- * context's own userData); the report hangs from the context's _private. */
+/* What one parse reports to and calls back, hung from the parser context's _private. */
+struct ParseState {
+    kz::base::ParseReport *report;
+    kz::base::ElementHook onElement;
+    void *hookArg;
+};
+
+/* The parser hands its context as the user data of every callback (the
+ * context's own userData). */
+ParseState *StateOf(void *userData)
+{
+    return static_cast<ParseState *>(static_cast<xmlParserCtxtPtr>(userData)->_private);
+}
+
 kz::base::ParseReport *ReportOf(void *userData)
 {
-    return static_cast<kz::base::ParseReport *>(static_cast<xmlParserCtxtPtr>(userData)->_private);
+    return StateOf(userData)->report;
+}
+
+/* libxml2's own element start, then the hook on the element it made (none when
+ * it ran out of memory, which leaves the current node as it was). */
+void StartElementWithHook(void *userData, const xmlChar *localname, const xmlChar *prefix, const xmlChar *uri,
+                          int nbNamespaces, const xmlChar **namespaces, int nbAttributes, int nbDefaulted,
+                          const xmlChar **attributes)
+{
+    auto *ctxt = static_cast<xmlParserCtxtPtr>(userData);
+    xmlNode *before = ctxt->node;
+    xmlSAX2StartElementNs(userData, localname, prefix, uri, nbNamespaces, namespaces, nbAttributes, nbDefaulted,
+                          attributes);
+    if (ctxt->node != nullptr && ctxt->node != before) {
+        const ParseState *state = StateOf(userData);
+        state->onElement(ctxt->node, state->hookArg);
+    }
 }
 
 void KeepFirstError(void *userData, XmlErrorArg error)
@@ -115,7 +144,8 @@ bool IsText(const xmlNode *n)
 
 namespace kz::base {
 
-xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report)
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report,
+                       ElementHook onElement, void *hookArg)
 {
     if (text == nullptr || report == nullptr || len > static_cast<size_t>(INT_MAX)) {
         return nullptr;
@@ -125,10 +155,14 @@ xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoc
         return nullptr;
     }
     (void)xmlCtxtUseOptions(ctxt, options | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    ctxt->_private = report;
+    ParseState state{report, onElement, hookArg};
+    ctxt->_private = &state;
     ctxt->sax->serror = KeepFirstError;
     if (refuseDoctype) {
         ctxt->sax->internalSubset = StopAtDoctype;
+    }
+    if (onElement != nullptr) {
+        ctxt->sax->startElementNs = StartElementWithHook;
     }
     (void)xmlParseDocument(ctxt);
     xmlDoc *doc = ctxt->myDoc;

@@ -56,12 +56,19 @@ struct ParseReport {
     char message[256] = {};
 };
 
+/* Called with each element as soon as the parser has made it (linked to its
+ * parent, its namespace and attributes set, its children still to come) and
+ * the argument given with the hook. */
+using ElementHook = void (*)(xmlNode *element, void *arg);
+
 /* Parses len bytes with the given XML_PARSE_* options through a parser context
  * of its own: the parser's errors are captured in report (never printed) and
  * nothing process-wide is changed, so parses on two threads do not meet.  With
  * refuseDoctype a document type declaration stops the parse before any of it is
- * read.  NULL on any failure. */
-xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report);
+ * read; onElement, when given, sees every element while it is being read.  NULL
+ * on any failure. */
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report,
+                       ElementHook onElement = nullptr, void *hookArg = nullptr);
 
 /* The text and CDATA content of node and everything below it, entity references
  * left out (never expanded); a KZ_MemMalloc string, NULL when out of memory. */

@@ -48,7 +48,7 @@ bool TooDeep(const xmlNode *elem)
 
 /* Descriptors of one node's sub-statements, with the counters they need. */
 struct NodeSubStmts {
-    SubParseElem elems[kMaxSubElems]{};
+    SubParseElem elems[kMaxSubElems]; /* the first `count` are set */
     uint32_t count = 0;
     uint16_t ifFeatureTotal = 0;
     uint16_t mustTotal = 0;

@@ -35,9 +35,10 @@ constexpr std::size_t kMaxExpandedDepth = 256;
  * target, or a limit reached. */
 bool ExpandGroupings(KzCtx *ctx, xmlDoc *doc, std::string *error);
 
-/* Expands `doc` when loading asks for it: always for YANG text, for YIN when
- * the context has KZ_CTX_OPT_EXPAND_GROUPINGS.  A failure is reported against
- * moduleName (when given) and gives false. */
+/* Expands `doc`, just read, when loading asks for it: always for YANG text, for
+ * YIN when the context has KZ_CTX_OPT_EXPAND_GROUPINGS.  A failure is reported
+ * against moduleName (when given) and gives false.  The parser's records of the
+ * document's elements are trusted when it stays as read. */
 bool ExpandGroupingsForLoad(KzCtx *ctx, xmlDoc *doc, bool fromYang, const char *moduleName);
 
 /* Whether a module file path names YANG text (".yang"). */

@@ -17,6 +17,7 @@
 #include "loader/kzs_augment_inherit.h"
 #include "loader/kzs_grouping_ident.h"
 #include "loader/kzs_loader.h"
+#include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_xml.h"
 #include "base/kz_kit.h"
@@ -653,8 +654,10 @@ bool ExpandGroupings(KzCtx *ctx, xmlDoc *doc, std::string *error)
 bool ExpandGroupingsForLoad(KzCtx *ctx, xmlDoc *doc, bool fromYang, const char *moduleName)
 {
     if (ctx == nullptr || doc == nullptr || (!fromYang && (ctx->flags & KZ_CTX_OPT_EXPAND_GROUPINGS) == 0)) {
+        TrustParseRecords(doc, true);
         return true;
     }
+    TrustParseRecords(doc, false);
     std::string error;
     bool ok = false;
     try {

@@ -208,8 +208,8 @@ private:
 
 bool IsYinElement(const xmlNode *node, const char *keyword)
 {
-    if (node == nullptr || node->type != XML_ELEMENT_NODE || node->name == nullptr ||
-        std::strcmp(reinterpret_cast<const char *>(node->name), keyword) != 0) {
+    const char *name = node != nullptr ? reinterpret_cast<const char *>(node->name) : nullptr;
+    if (name == nullptr || node->type != XML_ELEMENT_NODE || name[0] != keyword[0] || std::strcmp(name, keyword) != 0) {
         return false;
     }
     return node->ns == nullptr || node->ns->href == nullptr ||

@@ -116,11 +116,26 @@ private:
     std::vector<xmlNode *> hoisted_;
 };
 
+/* Whether any typedef sits below the top level: most modules have none, and
+ * then hoisting changes nothing. */
+bool HasScopedTypedef(xmlNode *root)
+{
+    uint32_t direction = KZ_XML_DIR_START;
+    for (xmlNode *n = root; n != nullptr; n = KZ_XML_GetXmlDomNextNode(root, n, &direction)) {
+        if (direction != KZ_XML_DIR_PARENT && n->parent != root && n != root && IsYinElement(n, "typedef")) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } /* namespace */
 
 void HoistScopedTypedefs(xmlNode *root)
 {
-    Hoister(root).Run();
+    if (HasScopedTypedef(root)) {
+        Hoister(root).Run();
+    }
 }
 
 } /* namespace kz::loader */

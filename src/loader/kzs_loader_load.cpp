@@ -12,6 +12,7 @@
 #include "loader/kzs_grouping.h"
 #include "loader/kzs_loader.h"
 #include "loader/kzs_stmt.h"
+#include "loader/kzs_stmt_util.h"
 #include "schema/kzs_diag.h"
 #include "base/kz_dir_cache.h"
 #include "base/kz_array.h"
@@ -47,11 +48,15 @@ kz::yang::ImportFacts *ImportFactsOf(KzCtx *ctx)
 
 /* Parses a whole buffer as XML without keeping blank text nodes. Options per call
  * rather than the parser's global defaults: nothing shared is changed, the parser's
- * complaints land in report instead of stderr, and element names come from the parser
- * dictionary instead of a copy per node. */
+ * complaints land in report instead of stderr, element names come from the parser
+ * dictionary instead of a copy per node, and short argument texts are kept inside
+ * their text node instead of a block of their own.  Each element is recorded
+ * while it is read (see ParseRecorder). */
 xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::base::ParseReport *report)
 {
-    return kz::base::ParseXmlMemory(buf, size, XML_PARSE_NOBLANKS | XML_PARSE_NONET, false, report);
+    constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_COMPACT;
+    kz::loader::ParseRecorder recorder;
+    return kz::base::ParseXmlMemory(buf, size, kOptions, false, report, kz::loader::ParseRecorder::Note, &recorder);
 }
 
 /* Reads a whole module file, its size checked before anything is allocated for it. */

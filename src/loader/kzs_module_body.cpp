@@ -392,6 +392,9 @@ KZ_API uint32_t KZS_LOADER_ParseLinkageStmts(KzMod *mod, xmlNode *elem, LoadAssi
     if (mod == nullptr || elem == nullptr) {
         return KZ_EINVAL;
     }
+    if (!kz::loader::MayHaveChildOf(elem, {KZS_STMT_INCLUDE, KZS_STMT_IMPORT})) {
+        return KZ_OK;
+    }
     for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
         if (child->type != XML_ELEMENT_NODE) {
             continue;
@@ -419,6 +422,10 @@ KZ_API uint32_t KZS_LOADER_CounterBodyStmt(KzMod *mod, xmlNode *elem, uint16_t c
 {
     if (mod == nullptr || elem == nullptr || counts == nullptr) {
         return KZ_EINVAL;
+    }
+    if (!kz::loader::MayHaveChildOf(elem, {KZS_STMT_EXTENSION, KZS_STMT_FEATURE, KZS_STMT_IDENTITY, KZS_STMT_TYPEDEF,
+                                           KZS_STMT_DEVIATION, KZS_STMT_EXTENSION_INSTANCE})) {
+        return KZ_OK;
     }
     for (xmlNode *child = elem->children; child != nullptr; child = child->next) {
         if (child->type != XML_ELEMENT_NODE) {

@@ -33,7 +33,166 @@ bool ModHasDiagnostics(KzMod *mod)
     return KZ_CTX_GetErrNodeByModName(mod->ctx, mod->name) != nullptr;
 }
 
+/* A parse record (see ParseRecorder): bit 63 says the parser made it, bits
+ * 56-62 hold the element's own statement, bits 0-55 one bit per statement found
+ * among its child elements (identifiers folded onto the 56 bits). */
+constexpr bool kRecordsFit = sizeof(void *) >= sizeof(uint64_t);
+constexpr uint64_t kRecorded = uint64_t{1} << 63;
+constexpr unsigned kOwnStmtShift = 56;
+constexpr uint64_t kOwnStmtMask = uint64_t{0x7F} << kOwnStmtShift;
+constexpr uint32_t kChildBits = 56;
+
+/* Its address marks a document whose records are accurate. */
+int g_recordsTrusted;
+
+uint64_t RecordOf(const xmlNode *node)
+{
+    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(node->psvi));
+}
+
+void SetRecord(xmlNode *node, uint64_t record)
+{
+    node->psvi = reinterpret_cast<void *>(static_cast<uintptr_t>(record));
+}
+
+uint64_t ChildBit(uint32_t stmt)
+{
+    return uint64_t{1} << (stmt % kChildBits);
+}
+
+bool HasTrustedRecord(const xmlNode *node)
+{
+    return (RecordOf(node) & kRecorded) != 0 && node->doc != nullptr && node->doc->psvi == &g_recordsTrusted;
+}
+
+/* True when node's record shows that none of its children is collected into an
+ * array or is an extension instance (which the marking pass filters): marking
+ * and counting the children first would then change nothing. */
+bool NeedsNoCounting(const xmlNode *node, const SubParseElem *elems, uint32_t elemCount)
+{
+    if (!HasTrustedRecord(node) || (elems == nullptr && elemCount != 0)) {
+        return false;
+    }
+    uint64_t counted = 0;
+    for (uint32_t i = 0; i < elemCount; i++) {
+        const SubParseElem &elem = elems[i];
+        const bool array = (elem.flags & KZS_SUB_FLAG_ARRAY) != 0;
+        if (array && elem.count != nullptr && *elem.count != 0) {
+            return false; /* sized by the caller beforehand */
+        }
+        if (array || elem.stmt == KZS_STMT_EXTENSION_INSTANCE) {
+            counted |= ChildBit(elem.stmt);
+        }
+    }
+    return (RecordOf(node) & counted) == 0;
+}
+
+/* The statement of a child element: from its record in a trusted document. */
+uint32_t ChildStmt(const xmlNode *child)
+{
+    if (HasTrustedRecord(child)) {
+        return static_cast<uint32_t>((RecordOf(child) & kOwnStmtMask) >> kOwnStmtShift);
+    }
+    return KZS_LOADER_GetXmlNodeYangStmt(child);
+}
+
+/* Dispatches each child whose statement (as stmtOf gives it) is accepted to its
+ * parse function, in document order. */
+template <typename StmtOf>
+uint32_t ParseChildren(KzMod *mod, xmlNode *node, uint32_t parentStmt, SubParseElem *elems, uint32_t elemCount,
+                       StmtOf stmtOf)
+{
+    for (xmlNode *child = node->children; child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        const uint32_t stmt = stmtOf(child);
+        if (stmt == KZS_STMT_UNKNOWN) {
+            continue;
+        }
+        SubParseElem *elem = KZS_LOADER_GetSubParseElem(stmt, elems, elemCount);
+        KzsStmtParseFunc parse = KZS_LOADER_GetStmtParseFunc(stmt);
+        if (elem == nullptr || parse == nullptr) {
+            continue;
+        }
+        if (KZS_LOADER_CheckUniqueSubStmtRepeat(elem->flags) != 0) {
+            KZS_LOADER_MOD_ERR(mod, KZS_MSG_REPEATED, Keyword(stmt), Keyword(parentStmt));
+            return KZ_ERR;
+        }
+        elem->flags |= KZS_SUB_FLAG_SEEN;
+        void *dest = KZS_LOADER_GetSubParseDest(elem, parentStmt);
+        uint32_t ret = KZ_EINVAL;
+        if (dest != nullptr || (elem->flags & KZS_SUB_FLAG_ARRAY) == 0) {
+            ret = parse(mod, child, parentStmt, dest);
+        }
+        if (ret != KZ_OK) {
+            if (!ModHasDiagnostics(mod)) {
+                KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_UNDER, Keyword(stmt), Keyword(parentStmt));
+            }
+            return ret;
+        }
+    }
+    return KZ_OK;
+}
+
 } /* namespace */
+
+namespace kz::loader {
+
+uint32_t ParseRecorder::StmtOf(const xmlNode *elem)
+{
+    const xmlNs *ns = elem->ns;
+    if (ns == nullptr) {
+        return KZS_STMT_UNKNOWN;
+    }
+    if (ns != yinNs_) {
+        if (ns->href == nullptr || std::strcmp(reinterpret_cast<const char *>(ns->href), KZS_YIN_NAMESPACE) != 0) {
+            return KZS_STMT_EXTENSION_INSTANCE;
+        }
+        yinNs_ = ns;
+    }
+    static_assert(kNameSlots == 64, "the slot is the top six bits of the hashed address");
+    const auto key = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(elem->name));
+    NameSlot &slot = names_[(key * 0x9E3779B97F4A7C15ull) >> 58];
+    if (slot.name != elem->name) {
+        slot = NameSlot{elem->name, KZS_LOADER_GetStmtByKeyword(reinterpret_cast<const char *>(elem->name))};
+    }
+    return slot.stmt;
+}
+
+void ParseRecorder::Note(xmlNode *elem, void *arg)
+{
+    if (!kRecordsFit) {
+        return;
+    }
+    const uint32_t stmt = static_cast<ParseRecorder *>(arg)->StmtOf(elem);
+    SetRecord(elem, kRecorded | (uint64_t{stmt} << kOwnStmtShift));
+    xmlNode *parent = elem->parent;
+    if (parent != nullptr && parent->type == XML_ELEMENT_NODE && (RecordOf(parent) & kRecorded) != 0) {
+        SetRecord(parent, RecordOf(parent) | ChildBit(stmt));
+    }
+}
+
+bool MayHaveChildOf(const xmlNode *elem, std::initializer_list<uint32_t> stmts)
+{
+    if (elem == nullptr || !HasTrustedRecord(elem)) {
+        return true;
+    }
+    uint64_t wanted = 0;
+    for (uint32_t stmt : stmts) {
+        wanted |= ChildBit(stmt);
+    }
+    return (RecordOf(elem) & wanted) != 0;
+}
+
+void TrustParseRecords(xmlDoc *doc, bool trusted)
+{
+    if (doc != nullptr) {
+        doc->psvi = trusted && kRecordsFit ? &g_recordsTrusted : nullptr;
+    }
+}
+
+} /* namespace kz::loader */
 
 extern "C" {
 
@@ -67,7 +226,7 @@ KZ_API void KZS_LOADER_MarkSubNode(xmlNode *node)
     }
     for (xmlNode *child = node->children; child != nullptr; child = child->next) {
         if (child->type == XML_ELEMENT_NODE) {
-            kz::loader::OrElemMark(child, KZS_LOADER_GetXmlNodeYangStmt(child));
+            kz::loader::OrElemMark(child, ChildStmt(child));
         }
     }
 }
@@ -82,7 +241,7 @@ KZ_API uint32_t KZS_LOADER_MarkSubNodeAndCountArraySize(KzMod *mod, xmlNode *nod
         if (child->type != XML_ELEMENT_NODE) {
             continue;
         }
-        const uint32_t stmt = KZS_LOADER_GetXmlNodeYangStmt(child);
+        const uint32_t stmt = ChildStmt(child);
         SubParseElem *elem = KZS_LOADER_GetSubParseElem(stmt, elems, elemCount);
         if (elem == nullptr) {
             continue;
@@ -158,42 +317,15 @@ KZ_API uint32_t KZS_LOADER_ParseSubStatementsInner(KzMod *mod, xmlNode *node, ui
     if (mod == nullptr || node == nullptr) {
         return KZ_EINVAL;
     }
-    for (xmlNode *child = node->children; child != nullptr; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE) {
-            continue;
-        }
-        const uint32_t stmt = ElemMark(child);
-        if (stmt == KZS_STMT_UNKNOWN) {
-            continue;
-        }
-        SubParseElem *elem = KZS_LOADER_GetSubParseElem(stmt, elems, elemCount);
-        KzsStmtParseFunc parse = KZS_LOADER_GetStmtParseFunc(stmt);
-        if (elem == nullptr || parse == nullptr) {
-            continue;
-        }
-        if (KZS_LOADER_CheckUniqueSubStmtRepeat(elem->flags) != 0) {
-            KZS_LOADER_MOD_ERR(mod, KZS_MSG_REPEATED, Keyword(stmt), Keyword(parentStmt));
-            return KZ_ERR;
-        }
-        elem->flags |= KZS_SUB_FLAG_SEEN;
-        void *dest = KZS_LOADER_GetSubParseDest(elem, parentStmt);
-        uint32_t ret = KZ_EINVAL;
-        if (dest != nullptr || (elem->flags & KZS_SUB_FLAG_ARRAY) == 0) {
-            ret = parse(mod, child, parentStmt, dest);
-        }
-        if (ret != KZ_OK) {
-            if (!ModHasDiagnostics(mod)) {
-                KZS_LOADER_MOD_ERR(mod, KZS_MSG_PARSE_UNDER, Keyword(stmt), Keyword(parentStmt));
-            }
-            return ret;
-        }
-    }
-    return KZ_OK;
+    return ParseChildren(mod, node, parentStmt, elems, elemCount, ElemMark);
 }
 
 KZ_API uint32_t KZS_LOADER_ParseSubStatements(KzMod *mod, xmlNode *node, uint32_t parentStmt,
                                               SubParseElem *elems, uint32_t elemCount)
 {
+    if (mod != nullptr && node != nullptr && NeedsNoCounting(node, elems, elemCount)) {
+        return ParseChildren(mod, node, parentStmt, elems, elemCount, ChildStmt);
+    }
     uint32_t ret = KZS_LOADER_MarkSubNodeAndCountArraySize(mod, node, elems, elemCount);
     if (ret != KZ_OK) {
         return ret;

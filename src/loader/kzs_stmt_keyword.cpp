@@ -257,9 +257,9 @@ KZ_API uint32_t KZS_LOADER_GetStmtFromStmtMap(const KzsKeyWord *map, uint32_t co
     if (map == nullptr || keyword == nullptr || keyword[0] == '\0') {
         return KZS_STMT_UNKNOWN;
     }
-    /* The first character already selected this map. */
+    /* The first character already selected this map; the second tells most entries apart. */
     for (uint32_t i = 0; i < count; i++) {
-        if (std::strcmp(map[i].keyword + 1, keyword + 1) == 0) {
+        if (map[i].keyword[1] == keyword[1] && std::strcmp(map[i].keyword + 1, keyword + 1) == 0) {
             return map[i].stmt;
         }
     }

@@ -4,6 +4,7 @@
 #define KZS_STMT_UTIL_H
 
 #include <cstdint>
+#include <initializer_list>
 
 #include <libxml/tree.h>
 
@@ -49,6 +50,40 @@ inline void ClearElemMark(xmlNode *node)
     uintptr_t word = reinterpret_cast<uintptr_t>(node->_private);
     node->_private = reinterpret_cast<void *>(word & ~static_cast<uintptr_t>(0xFFFFFFFFu));
 }
+
+/* Records, while a module file is parsed, each element's own statement and the
+ * statements among its child elements, in the element's psvi word (used by
+ * schema validation only, which module files never go through).  A parent none
+ * of whose children needs counting before the parse (repeated statements
+ * collected into arrays, extension instances that a filter may refuse) is then
+ * parsed in one pass over its children instead of two, so that the children of
+ * a large list are not all visited before the first one is parsed.  The records
+ * are trusted only while the document is as the parser made it. */
+class ParseRecorder {
+public:
+    /* The parser's element hook; arg is the recorder. */
+    static void Note(xmlNode *elem, void *arg);
+
+private:
+    /* KZS_LOADER_GetXmlNodeYangStmt, with the answers for the YIN namespace and
+     * for element names (interned by the parser) kept for the next elements. */
+    uint32_t StmtOf(const xmlNode *elem);
+
+    struct NameSlot {
+        const xmlChar *name;
+        uint32_t stmt;
+    };
+    static constexpr uint32_t kNameSlots = 64;
+    const xmlNs *yinNs_ = nullptr;
+    NameSlot names_[kNameSlots] = {};
+};
+
+/* Declares the records of doc accurate (just parsed) or stale (about to change). */
+void TrustParseRecords(xmlDoc *doc, bool trusted);
+
+/* False only when elem's trusted record shows that none of its children is one
+ * of the given statements: a pass looking for them can be left out. */
+bool MayHaveChildOf(const xmlNode *elem, std::initializer_list<uint32_t> stmts);
 
 inline const char *Keyword(uint32_t stmt)
 {

@@ -24,16 +24,51 @@ struct LexFree {
     void operator()(XpathLex *lex) const { KZ_XPATH_FreeXpathLex(lex); }
 };
 
+/* Writes cond to out (kCondBufSize bytes) with the import prefixes inside its
+ * literals replaced by module names; false when cond does not tokenize or the
+ * result does not fit. */
+bool RewriteLiteralPrefixes(KzMod *mod, const char *cond, char *out, size_t *used)
+{
+    std::unique_ptr<XpathLex, LexFree> lex(KZ_XPATH_ExprTokenize(cond));
+    if (lex == nullptr) {
+        return false;
+    }
+    *used = 0;
+    const char *copied = cond; /* end of what has been copied so far */
+    const uint32_t count = KZ_XPATH_GetTokenNumber(lex.get());
+    for (uint32_t i = 0; i < count; i++) {
+        uint32_t kind = 0;
+        uint32_t length = 0;
+        const char *token = KZ_XPATH_GetTokenExprByPos(lex.get(), i, &kind, &length);
+        if (token == nullptr || token < copied) {
+            return false;
+        }
+        uint32_t ret = KZS_LOADER_CopyTokenIntoOutCondition(out, kCondBufSize, used, copied,
+                                                            static_cast<size_t>(token - copied));
+        if (ret == KZ_OK) {
+            ret = kind == KZ_XPATH_TOK_LITERAL
+                      ? KZS_LOADER_AddModuleNameIntoCondition(mod, out, kCondBufSize, used, token, length)
+                      : KZS_LOADER_CopyTokenIntoOutCondition(out, kCondBufSize, used, token, length);
+        }
+        if (ret != KZ_OK) {
+            return false;
+        }
+        copied = token + length;
+    }
+    return KZS_LOADER_CopyTokenIntoOutCondition(out, kCondBufSize, used, copied, std::strlen(copied)) == KZ_OK;
+}
+
 /* Reads a condition argument, rewrites literal prefixes and interns the result. */
 const char *InternCondition(KzMod *mod, const char *value, uint32_t stmt)
 {
-    kz::MemPtr<char> rewritten(KZS_LOADER_TransPrefix2ModNameInLiteral(mod, value));
-    if (rewritten == nullptr) {
+    char rewritten[kCondBufSize];
+    size_t used = 0;
+    if (!RewriteLiteralPrefixes(mod, value, rewritten, &used)) {
         /* Keep the text as written; the condition still loads. */
         KZS_LOADER_MOD_ERR(mod, KZS_MSG_TRANS_PREFIX, Keyword(stmt));
         return KZ_DICT_Insert(ModDict(mod), value);
     }
-    return KZ_DICT_Insert(ModDict(mod), rewritten.get());
+    return KZ_DICT_Insert(ModDict(mod), rewritten);
 }
 
 } /* namespace */
@@ -97,40 +132,9 @@ KZ_API char *KZS_LOADER_TransPrefix2ModNameInLiteral(KzMod *mod, const char *con
     if (mod == nullptr || cond == nullptr) {
         return nullptr;
     }
-    std::unique_ptr<XpathLex, LexFree> lex(KZ_XPATH_ExprTokenize(cond));
-    if (lex == nullptr) {
-        return nullptr;
-    }
-    kz::MemPtr<char> out(kz::ZeroAlloc<char>(kCondBufSize));
-    if (out == nullptr) {
-        return nullptr;
-    }
+    char out[kCondBufSize];
     size_t used = 0;
-    const char *copied = cond; /* end of what has been copied so far */
-    const uint32_t count = KZ_XPATH_GetTokenNumber(lex.get());
-    for (uint32_t i = 0; i < count; i++) {
-        uint32_t kind = 0;
-        uint32_t length = 0;
-        const char *token = KZ_XPATH_GetTokenExprByPos(lex.get(), i, &kind, &length);
-        if (token == nullptr || token < copied) {
-            return nullptr;
-        }
-        uint32_t ret = KZS_LOADER_CopyTokenIntoOutCondition(out.get(), kCondBufSize, &used, copied,
-                                                            static_cast<size_t>(token - copied));
-        if (ret == KZ_OK) {
-            ret = kind == KZ_XPATH_TOK_LITERAL
-                      ? KZS_LOADER_AddModuleNameIntoCondition(mod, out.get(), kCondBufSize, &used, token, length)
-                      : KZS_LOADER_CopyTokenIntoOutCondition(out.get(), kCondBufSize, &used, token, length);
-        }
-        if (ret != KZ_OK) {
-            return nullptr;
-        }
-        copied = token + length;
-    }
-    if (KZS_LOADER_CopyTokenIntoOutCondition(out.get(), kCondBufSize, &used, copied, std::strlen(copied)) != KZ_OK) {
-        return nullptr;
-    }
-    return kz::DupText(out.get(), used);
+    return RewriteLiteralPrefixes(mod, cond, out, &used) ? kz::DupText(out, used) : nullptr;
 }
 
 KZ_API uint32_t KZS_LOADER_ParseWhen(KzMod *mod, xmlNode *elem, uint32_t parentStmt, void *dest)

@@ -124,8 +124,10 @@ uint32_t KZ_XPATH_GetTgtTokenFromSymbolTbl(const char *text, const XpathSymbolEn
     }
     uint32_t n = symbols < entryCount ? symbols : entryCount;
     for (uint32_t i = 0; i < n; i++) {
-        /* strncmp stops at the text's NUL, so a short tail never over-reads. */
-        if (std::strncmp(text, entries[i].symbol, entries[i].length) == 0) {
+        /* The first characters decide most entries; strncmp stops at the text's
+         * NUL, so a short tail never over-reads. */
+        const XpathSymbolEntry &e = entries[i];
+        if (e.length == 0 || (e.symbol[0] == text[0] && std::strncmp(text, e.symbol, e.length) == 0)) {
             return i;
         }
     }

@@ -1,22 +1,21 @@
 /* Locating a module's YANG file in the search directories. */
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include "korla.h"
 #include "base/kz_dir_cache.h"
 #include "yang/kz_yang_read.h"
-#include "base/kz_kit.h"
 
 namespace kz::yang {
 namespace {
 
-bool IsRegularFile(const std::string &path)
+bool IsRegularFile(const std::string &path, struct stat *st)
 {
-    struct stat st {};
-    return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+    return stat(path.c_str(), st) == 0 && S_ISREG(st->st_mode);
 }
 
 /* "YYYY-MM-DD.yang": the part after '@' of a revision file name. */
@@ -32,8 +31,9 @@ bool IsRevisionTail(const char *tail)
     return tail[sizeof(kShape) - 1] == '\0';
 }
 
-/* The newest name@REVISION.yang in one directory, or "". */
-std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings)
+/* The newest name@REVISION.yang in one directory, or "" (*st: its status). */
+std::string NewestRevisionFile(const std::string &dir, const std::string &name, KzDirCache *listings,
+                               struct stat *st)
 {
     std::vector<std::string> scratch;
     const std::vector<std::string> *names = kz::base::ListAtNames(listings, dir, &scratch);
@@ -48,8 +48,10 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name, 
             continue;
         }
         /* Same length and shape: the later date is the greater string. */
-        if ((best.empty() || std::strcmp(file, best.c_str()) > 0) && IsRegularFile(dir + "/" + file)) {
+        struct stat candidate {};
+        if ((best.empty() || std::strcmp(file, best.c_str()) > 0) && IsRegularFile(dir + "/" + file, &candidate)) {
             best = file;
+            *st = candidate;
         }
     }
     return best.empty() ? best : dir + "/" + best;
@@ -57,17 +59,20 @@ std::string NewestRevisionFile(const std::string &dir, const std::string &name, 
 
 } /* namespace */
 
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings)
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings,
+                         struct stat *found)
 {
     if (name == nullptr || name[0] == '\0' || std::strchr(name, '/') != nullptr) {
         return {};
     }
+    struct stat unused {};
+    found = found != nullptr ? found : &unused;
     for (const std::string &dir : dirs) {
         std::string plain = dir + "/" + name + ".yang";
-        if (IsRegularFile(plain)) {
+        if (IsRegularFile(plain, found)) {
             return plain;
         }
-        std::string newest = NewestRevisionFile(dir, name, listings);
+        std::string newest = NewestRevisionFile(dir, name, listings, found);
         if (!newest.empty()) {
             return newest;
         }
@@ -77,16 +82,20 @@ std::string FindYangFile(const std::vector<std::string> &dirs, const char *name,
 
 bool ReadWholeFile(const char *path, std::string *out)
 {
-    FilePtr file(std::fopen(path, "rb"));
-    if (file == nullptr) {
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
         return false;
     }
+    struct Closer {
+        int fd;
+        ~Closer() { close(fd); }
+    } closer{fd};
     out->clear();
     /* Read straight into the string, sized from the file's length when it
      * can be learnt; a file that grows meanwhile is still read to its end. */
     struct stat st {};
     std::size_t want = 65536;
-    if (fstat(fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
+    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
         /* The size limit is checked before anything is allocated for the text. */
         if (static_cast<unsigned long long>(st.st_size) > KZ_CTX_MODULE_FILE_MAX) {
             return false;
@@ -96,13 +105,20 @@ bool ReadWholeFile(const char *path, std::string *out)
     for (;;) {
         const std::size_t had = out->size();
         out->resize(had + want);
-        const std::size_t got = std::fread(&(*out)[had], 1, want, file.get());
-        out->resize(had + got);
+        std::size_t got = 0;
+        while (got < want) {
+            const ssize_t n = read(fd, &(*out)[had + got], want - got);
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n <= 0) {
+                out->resize(had + got);
+                return n == 0 && out->size() <= KZ_CTX_MODULE_FILE_MAX;
+            }
+            got += static_cast<std::size_t>(n);
+        }
         if (out->size() > KZ_CTX_MODULE_FILE_MAX) {
             return false;
-        }
-        if (got < want) {
-            return std::ferror(file.get()) == 0;
         }
         want = 65536;
     }

@@ -47,12 +47,19 @@ static_assert(sizeof(kKeywordForms) / sizeof(kKeywordForms[0]) == kKeywordCount,
 
 std::size_t FindKeywordIndex(const char *text, std::size_t len)
 {
+    if (len == 0) {
+        return kKeywordCount;
+    }
     std::size_t lo = 0;
     std::size_t hi = kKeywordCount;
     while (lo < hi) {
         const std::size_t mid = (lo + hi) / 2;
         const char *kw = kKeywordForms[mid].keyword;
-        int cmp = std::strncmp(kw, text, len);
+        /* The first characters decide most steps without a call. */
+        int cmp = static_cast<unsigned char>(kw[0]) - static_cast<unsigned char>(text[0]);
+        if (cmp == 0) {
+            cmp = std::strncmp(kw, text, len);
+        }
         if (cmp == 0 && kw[len] != '\0') {
             cmp = 1;
         }

@@ -107,13 +107,9 @@ struct FileStamp {
     }
 };
 
-/* The stamp of path; false when it cannot be taken or is too recent to trust. */
-bool SettledStamp(const std::string &path, FileStamp *stamp)
+/* The stamp of a file from its status; false when it is too recent to trust. */
+bool SettledStamp(const struct stat &st, FileStamp *stamp)
 {
-    struct stat st {};
-    if (stat(path.c_str(), &st) != 0) {
-        return false;
-    }
     stamp->dev = st.st_dev;
     stamp->ino = st.st_ino;
     stamp->size = st.st_size;
@@ -235,7 +231,11 @@ private:
     bool ParseStatements();
     bool ParseStatement();
     xmlNode *NewStatementNode(std::size_t keyword, const char *kw, std::size_t len, std::size_t colon);
-    bool AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool element, const std::string &value);
+    /* The argument as an attribute or child element named name (from the
+     * document's dictionary). */
+    bool AddArgument(xmlNode *node, xmlNs *ns, const xmlChar *name, bool element, const std::string &value);
+    /* A name from the document's dictionary, kept per keyword in *slot. */
+    const xmlChar *DictName(const xmlChar **slot, const char *name);
     bool ResolvePrefixes();
     /* What the module of that name defines, read from the search directories
      * once; withExtensions: its extension definitions are needed, not only
@@ -259,6 +259,7 @@ private:
     std::vector<std::size_t> openOffsets_;  /* where each block opened */
     std::vector<PendingExtension> extensions_;
     const xmlChar *names_[kKeywordCount] = {};
+    const xmlChar *argNames_[kKeywordCount] = {};
     std::unordered_map<std::string, ModuleInfo> modules_; /* other modules, by name */
     std::unordered_map<std::string, std::string> prefixModule_; /* prefix -> module name */
     std::string ownModule_;
@@ -376,8 +377,11 @@ bool Reader::ParseStatement()
     }
     if (form == nullptr) {
         extensions_.push_back({node, std::string(kw, colon), hasArg ? arg_ : std::string(), hasArg, offset});
-    } else if (hasArg && !AddArgument(node, yin_, form->arg, form->element, arg_)) {
-        return Fail(offset, "out of memory");
+    } else if (hasArg) {
+        const xmlChar *argName = DictName(&argNames_[keyword], form->arg);
+        if (argName == nullptr || !AddArgument(node, yin_, argName, form->element, arg_)) {
+            return Fail(offset, "out of memory");
+        }
     }
     if (open_.size() == 1 && std::strcmp(form != nullptr ? form->keyword : "", "yang-version") == 0) {
         yang11_ = arg_ == "1.1";
@@ -398,13 +402,11 @@ xmlNode *Reader::NewStatementNode(std::size_t keyword, const char *kw, std::size
         const std::string local(kw + colon + 1, len - colon - 1);
         node = xmlNewDocNode(doc, nullptr, XStr(local.c_str()), nullptr);
     } else {
-        if (names_[keyword] == nullptr) {
-            names_[keyword] = xmlDictLookup(doc->dict, XStr(kKeywordForms[keyword].keyword), -1);
-            if (names_[keyword] == nullptr) {
-                return nullptr;
-            }
+        const xmlChar *name = DictName(&names_[keyword], kKeywordForms[keyword].keyword);
+        if (name == nullptr) {
+            return nullptr;
         }
-        node = xmlNewDocNodeEatName(doc, yin_, const_cast<xmlChar *>(names_[keyword]), nullptr);
+        node = xmlNewDocNodeEatName(doc, yin_, const_cast<xmlChar *>(name), nullptr);
     }
     if (node == nullptr) {
         return nullptr;
@@ -422,12 +424,21 @@ xmlNode *Reader::NewStatementNode(std::size_t keyword, const char *kw, std::size
     return node;
 }
 
-bool Reader::AddArgument(xmlNode *node, xmlNs *ns, const char *name, bool element, const std::string &value)
+const xmlChar *Reader::DictName(const xmlChar **slot, const char *name)
 {
-    if (!element) {
-        return xmlNewProp(node, XStr(name), XStr(value.c_str())) != nullptr;
+    if (*slot == nullptr) {
+        *slot = xmlDictLookup(doc_->dict, XStr(name), -1);
     }
-    xmlNode *child = xmlNewDocNode(doc_.get(), ns, XStr(name), nullptr);
+    return *slot;
+}
+
+bool Reader::AddArgument(xmlNode *node, xmlNs *ns, const xmlChar *name, bool element, const std::string &value)
+{
+    xmlChar *owned = const_cast<xmlChar *>(name); /* the dictionary keeps it: "eating" it frees nothing */
+    if (!element) {
+        return xmlNewNsPropEatName(node, nullptr, owned, XStr(value.c_str())) != nullptr;
+    }
+    xmlNode *child = xmlNewDocNodeEatName(doc_.get(), ns, owned, nullptr);
     if (child == nullptr) {
         return false;
     }
@@ -465,9 +476,10 @@ const ModuleInfo *Reader::FindModule(const std::string &name, bool withExtension
         }
     }
     if (doc == nullptr) {
-        const std::string path = FindYangFile(dirs_, name.c_str(), listings_);
+        struct stat found {};
+        const std::string path = FindYangFile(dirs_, name.c_str(), listings_, &found);
         FileStamp stamp;
-        const bool settled = !path.empty() && facts_ != nullptr && SettledStamp(path, &stamp);
+        const bool settled = !path.empty() && facts_ != nullptr && SettledStamp(found, &stamp);
         if (settled) {
             auto known = facts_->byPath.find(path);
             if (known != facts_->byPath.end() && known->second.stamp == stamp &&
@@ -578,7 +590,8 @@ bool Reader::ResolvePrefixes()
         const ArgForm form = FindExtension(prefixModule_[ext.prefix], Str(ext.node->name));
         /* An argument the definition does not declare keeps the same fallback form. */
         const char *argName = form.name.empty() ? "value" : form.name.c_str();
-        if (!AddArgument(ext.node, found->second, argName, form.element, ext.arg)) {
+        const xmlChar *name = xmlDictLookup(doc_->dict, XStr(argName), -1);
+        if (name == nullptr || !AddArgument(ext.node, found->second, name, form.element, ext.arg)) {
             return Fail(ext.offset, "out of memory");
         }
     }

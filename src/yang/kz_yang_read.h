@@ -4,6 +4,8 @@
 #ifndef KZ_YANG_READ_H
 #define KZ_YANG_READ_H
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -50,8 +52,10 @@ std::string PeekYangModuleName(const char *text, std::size_t length);
 
 /* Path of a module's YANG file: in each directory in order, name.yang, then
  * the newest name@YYYY-MM-DD.yang there; "" when there is none.  `listings`
- * (optional) keeps directory listings between searches. */
-std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings = nullptr);
+ * (optional) keeps directory listings between searches; `found` (optional)
+ * receives the status of the file found. */
+std::string FindYangFile(const std::vector<std::string> &dirs, const char *name, KzDirCache *listings = nullptr,
+                         struct stat *found = nullptr);
 
 /* Reads a whole file into *out; false when it cannot be read. */
 bool ReadWholeFile(const char *path, std::string *out);
