@@ -660,12 +660,12 @@ AsciiRegex::Result AsciiRegex::Match(const char *value) const noexcept
     if (*s == 0) {
         return nullable_ ? Result::kMatch : Result::kNoMatch;
     }
-    /* Up to 1024 positions: two sets on the stack, swapped per character. */
-    uint64_t sets[2][kMaxPositions / 64];
-    uint64_t *cur = sets[0];
-    uint64_t *next = sets[1];
+    /* Up to 1024 positions: the positions that may take the next character, and those that
+     * took the last one. */
+    uint64_t reach[kMaxPositions / 64];
+    uint64_t taken[kMaxPositions / 64];
     for (size_t w = 0; w < words_; ++w) {
-        cur[w] = first_[w];
+        reach[w] = first_[w];
     }
     for (; *s != 0; ++s) {
         if (*s >= 128) {
@@ -673,35 +673,25 @@ AsciiRegex::Result AsciiRegex::Match(const char *value) const noexcept
         }
         const uint64_t *accepts = &accepts_[*s * words_];
         uint64_t live = 0;
-        if (s == reinterpret_cast<const unsigned char *>(value)) {
-            for (size_t w = 0; w < words_; ++w) {
-                next[w] = cur[w] & accepts[w];
-                live |= next[w];
-            }
-        } else {
-            for (size_t w = 0; w < words_; ++w) {
-                next[w] = 0;
-            }
-            for (size_t w = 0; w < words_; ++w) {
-                for (uint64_t bits = cur[w]; bits != 0; bits &= bits - 1) {
-                    const uint64_t *follow = &follow_[(w * 64 + static_cast<size_t>(__builtin_ctzll(bits))) * words_];
-                    for (size_t v = 0; v < words_; ++v) {
-                        next[v] |= follow[v];
-                    }
-                }
-            }
-            for (size_t w = 0; w < words_; ++w) {
-                next[w] &= accepts[w];
-                live |= next[w];
-            }
+        for (size_t w = 0; w < words_; ++w) {
+            taken[w] = reach[w] & accepts[w];
+            live |= taken[w];
+            reach[w] = 0;
         }
         if (live == 0) {
             return Result::kNoMatch; /* no continuation of this prefix matches */
         }
-        std::swap(cur, next);
+        for (size_t w = 0; w < words_; ++w) {
+            for (uint64_t bits = taken[w]; bits != 0; bits &= bits - 1) {
+                const uint64_t *follow = &follow_[(w * 64 + static_cast<size_t>(__builtin_ctzll(bits))) * words_];
+                for (size_t v = 0; v < words_; ++v) {
+                    reach[v] |= follow[v];
+                }
+            }
+        }
     }
     for (size_t w = 0; w < words_; ++w) {
-        if ((cur[w] & last_[w]) != 0) {
+        if ((taken[w] & last_[w]) != 0) {
             return Result::kMatch;
         }
     }
