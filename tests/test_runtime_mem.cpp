@@ -177,6 +177,8 @@ TEST(RuntimeSlab, SmallBlocksAreDistinctReusedAndTellThemselvesApart)
         size_t size = static_cast<size_t>(i % 256) + 1;
         auto *b = static_cast<unsigned char *>(kz::base::SlabAlloc(size));
         ASSERT_NE(nullptr, b);
+        // Aligned for any object that fits: 16 when the size allows one needing it.
+        EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(b) % (size % 16 == 0 ? 16 : 8)) << size;
         std::memset(b, i & 0xFF, size);
         blocks.emplace_back(b, size);
     }

@@ -35,7 +35,7 @@
 
 namespace {
 
-constexpr std::size_t kClassStep = 16;
+constexpr std::size_t kClassStep = 8;
 constexpr std::size_t kSmallMax = 256;
 constexpr std::size_t kClassCount = kSmallMax / kClassStep;
 constexpr std::size_t kSlabBytes = 64 * 1024;

@@ -1,6 +1,8 @@
 /* Small blocks of the library's partition: equal-sized slots carved from
  * slabs in one reserved address range, so that a block carries no header and
- * costs at most its rounding to a multiple of 16 bytes. */
+ * costs at most its rounding to a multiple of 8 bytes. A block is aligned to
+ * 16 when its size is a multiple of 16 and to 8 otherwise: enough for any
+ * object that fits in it. */
 #ifndef KZ_SLAB_H
 #define KZ_SLAB_H
 
