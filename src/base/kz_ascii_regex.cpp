@@ -660,42 +660,26 @@ AsciiRegex::Result AsciiRegex::Match(const char *value) const noexcept
     if (*s == 0) {
         return nullable_ ? Result::kMatch : Result::kNoMatch;
     }
-    /* Up to 1024 positions: the positions that may take the next character, and those that
-     * took the last one. */
-    uint64_t reach[kMaxPositions / 64];
-    uint64_t taken[kMaxPositions / 64];
-    for (size_t w = 0; w < words_; ++w) {
-        reach[w] = first_[w];
-    }
+    /* The expression is deterministic, so at most one position takes each character:
+     * the walk follows a single position, its follow set naming who may take the next. */
+    const uint64_t *reach = first_.data();
+    size_t pos = 0;
     for (; *s != 0; ++s) {
         if (*s >= 128) {
             return Result::kNotAscii;
         }
         const uint64_t *accepts = &accepts_[*s * words_];
-        uint64_t live = 0;
-        for (size_t w = 0; w < words_; ++w) {
-            taken[w] = reach[w] & accepts[w];
-            live |= taken[w];
-            reach[w] = 0;
+        size_t w = 0;
+        while (w < words_ && (reach[w] & accepts[w]) == 0) {
+            ++w;
         }
-        if (live == 0) {
+        if (w == words_) {
             return Result::kNoMatch; /* no continuation of this prefix matches */
         }
-        for (size_t w = 0; w < words_; ++w) {
-            for (uint64_t bits = taken[w]; bits != 0; bits &= bits - 1) {
-                const uint64_t *follow = &follow_[(w * 64 + static_cast<size_t>(__builtin_ctzll(bits))) * words_];
-                for (size_t v = 0; v < words_; ++v) {
-                    reach[v] |= follow[v];
-                }
-            }
-        }
+        pos = w * 64 + static_cast<size_t>(__builtin_ctzll(reach[w] & accepts[w]));
+        reach = &follow_[pos * words_];
     }
-    for (size_t w = 0; w < words_; ++w) {
-        if ((taken[w] & last_[w]) != 0) {
-            return Result::kMatch;
-        }
-    }
-    return Result::kNoMatch;
+    return (last_[pos / 64] >> (pos % 64)) & 1u ? Result::kMatch : Result::kNoMatch;
 }
 
 } // namespace kz::base
