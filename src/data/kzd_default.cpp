@@ -101,10 +101,61 @@ void SetText(xmlNode *element, const char *value)
     xmlNodeSetContent(element, reinterpret_cast<const xmlChar *>(value));
 }
 
+/* The interned name and text for a default leaf of schemaNode holding value, or null when the
+ * document has no dictionary. */
+const KzdInternedDefault *InternedDefault(KzdCheckAux *aux, xmlDict *dict, const KzsNode *schemaNode,
+                                          const char *value)
+{
+    KzdInternedDefault &slot =
+        aux->internedDefaults[(reinterpret_cast<uintptr_t>(schemaNode) / alignof(KzsNode)) % KZD_INTERNED_DEFAULTS];
+    if (slot.schema == schemaNode && slot.value == value) {
+        return &slot;
+    }
+    const xmlChar *name = xmlDictLookup(dict, reinterpret_cast<const xmlChar *>(schemaNode->name), -1);
+    const xmlChar *text = xmlDictLookup(dict, reinterpret_cast<const xmlChar *>(value), -1);
+    if (name == nullptr || text == nullptr) {
+        return nullptr;
+    }
+    slot = KzdInternedDefault{schemaNode, value, name, text};
+    return &slot;
+}
+
+/* A leaf holding a default, as KZD_PAS_AddNewChildNodeWithValue makes it, without looking up
+ * its name and text in the dictionary for every element when it is in its parent's
+ * namespace and its text is plain. */
+xmlNode *AddDefaultLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
+{
+    xmlDoc *doc = parent->doc;
+    const KzsNode *parentSchema = SchemaOf(parent);
+    const bool plain = value[0] != '\0' && std::strchr(value, '&') == nullptr;
+    const KzdInternedDefault *interned =
+        plain && doc != nullptr && doc->dict != nullptr && parentSchema != nullptr &&
+                parentSchema->module == schemaNode->module
+            ? InternedDefault(aux, doc->dict, schemaNode, value)
+            : nullptr;
+    if (interned == nullptr) {
+        return KZD_PAS_AddNewChildNodeWithValue(parent, schemaNode, value);
+    }
+    xmlNode *leaf = xmlNewDocNodeEatName(doc, parent->ns, const_cast<xmlChar *>(interned->name), nullptr);
+    if (leaf == nullptr) {
+        return nullptr;
+    }
+    xmlAddChild(parent, leaf);
+    leaf->_private = schemaNode;
+    xmlNode *text = xmlNewDocText(doc, nullptr);
+    if (text != nullptr) {
+        text->content = const_cast<xmlChar *>(interned->text);
+        if (xmlAddChild(leaf, text) == nullptr) {
+            xmlFreeNode(text);
+        }
+    }
+    return leaf;
+}
+
 /* Adds a marked element for schemaNode; it is listed only when its parent is not itself added. */
 xmlNode *AddMarked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
 {
-    xmlNode *e = value != nullptr ? KZD_PAS_AddNewChildNodeWithValue(parent, schemaNode, value)
+    xmlNode *e = value != nullptr ? AddDefaultLeaf(aux, parent, schemaNode, value)
                                   : KZD_NODE_CreateNewChildNode(parent, schemaNode);
     if (e != nullptr) {
         MarkAdded(aux, e);

@@ -46,6 +46,17 @@ typedef struct KzdDefaultNode {
 
 typedef struct KzXpathLexCache KzXpathLexCache;
 
+/* A default leaf's name and text, interned in the validated document's dictionary once per
+ * validation and shared by every element added for it. */
+typedef struct KzdInternedDefault {
+    const KzsNode *schema;
+    const char *value; /* the default it was interned from */
+    const xmlChar *name;
+    const xmlChar *text;
+} KzdInternedDefault;
+
+#define KZD_INTERNED_DEFAULTS 8u
+
 typedef struct KzdCheckAux {
     KzCtx *ctx;
     uint32_t flags;
@@ -56,6 +67,7 @@ typedef struct KzdCheckAux {
     KzDefaultAddedCb defaultAddedCb;
     void *defaultAddedArg;
     KzXpathLexCache *condCache; /* conditions tokenized once per validation */
+    KzdInternedDefault internedDefaults[KZD_INTERNED_DEFAULTS]; /* by schema node address */
 } KzdCheckAux;
 
 /* Error records. */
