@@ -88,7 +88,8 @@ KZ_API xmlNode *KZD_PAS_FindChildDataNode(xmlNode *element, const char *name)
         return nullptr;
     }
     for (xmlNode *c = element->children; c != nullptr; c = c->next) {
-        if (c->name != nullptr && strcmp(reinterpret_cast<const char *>(c->name), name) == 0) {
+        const auto *own = reinterpret_cast<const char *>(c->name);
+        if (own != nullptr && own[0] == name[0] && strcmp(own, name) == 0) {
             return c;
         }
     }
