@@ -152,6 +152,13 @@ xmlNode *AddDefaultLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, 
     return leaf;
 }
 
+/* Lists an added element, unless nobody will see the tree again: then the list would only be
+ * walked to be freed. */
+uint32_t ListAdded(KzdCheckAux *aux, xmlNode *element)
+{
+    return aux->unlistedDefaults ? KZ_OK : KZD_PAS_AddDefaultNodeToList(aux, element);
+}
+
 /* Adds a marked element for schemaNode; it is listed only when its parent is not itself added. */
 xmlNode *AddMarked(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, const char *value)
 {
@@ -314,7 +321,7 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForLeaf(KzdCheckAux *aux, xmlNode *paren
     if (leaf == nullptr) {
         return KZ_ENOMEM;
     }
-    uint32_t rc = KZD_PAS_AddDefaultNodeToList(aux, leaf);
+    uint32_t rc = ListAdded(aux, leaf);
     if (rc != KZ_OK) {
         RemoveElement(leaf);
         return rc;
@@ -346,7 +353,7 @@ KZ_API uint32_t KZD_PAS_CompleteDataTreeForContainer(KzdCheckAux *aux, xmlNode *
     uint32_t inner = 0;
     uint32_t rc = CompleteChildren(aux, container, schemaNode, &inner);
     if (rc == KZ_OK && inner) {
-        rc = KZD_PAS_AddDefaultNodeToList(aux, container);
+        rc = ListAdded(aux, container);
         if (rc == KZ_OK) {
             *added = 1;
             return KZ_OK;

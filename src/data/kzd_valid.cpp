@@ -92,6 +92,7 @@ KzdErrNode *ValidateRequest(KzdCheckAux *aux, uint32_t dataKind, void *data)
         return GenericRecord(aux);
     }
     aux->root = reinterpret_cast<xmlNode *>(doc.get());
+    aux->unlistedDefaults = aux->defaultAddedCb == nullptr ? 1u : 0u;
     return FinishRequest(aux, KZD_PAS_ValidateDataTree(aux, top));
 }
 

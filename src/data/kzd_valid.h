@@ -68,6 +68,7 @@ typedef struct KzdCheckAux {
     void *defaultAddedArg;
     KzXpathLexCache *condCache; /* conditions tokenized once per validation */
     KzdInternedDefault internedDefaults[KZD_INTERNED_DEFAULTS]; /* by schema node address */
+    uint32_t unlistedDefaults; /* the tree is freed unseen after validation: added elements go unlisted */
 } KzdCheckAux;
 
 /* Error records. */
