@@ -41,6 +41,20 @@ inline const char *ElementName(const xmlNode *element)
     return reinterpret_cast<const char *>(element->name);
 }
 
+/* A tree larger than the cache has left it by the time completion reads list entries (the
+ * other passes run without this at the same speed). Going along siblings, each asks for the
+ * next one's children and the one after it: that one was asked for a step earlier, so reading
+ * where its children are costs no wait. Always inlined: the compiler counts a call that only
+ * prefetches as one without effect, and drops it. */
+[[gnu::always_inline]] inline void PrefetchAhead(const xmlNode *node)
+{
+    if (const xmlNode *sibling = node->next) {
+        __builtin_prefetch(sibling->next);
+        __builtin_prefetch(sibling->children);
+        __builtin_prefetch(sibling->last);
+    }
+}
+
 /* Calls visit on element and every element below it, in document order, without recursion. */
 template <typename Visit>
 void ForEachElement(xmlNode *element, Visit visit)
@@ -92,6 +106,7 @@ uint32_t ForEachEntryChild(xmlNode *parent, KzsNode *list, uint32_t (*pick)(KzsN
     ChildList children;
     bool picked = false;
     for (xmlNode *e = FirstChildElement(parent); e != nullptr; e = NextElement(e)) {
+        PrefetchAhead(e);
         if (SchemaOf(e) != list) {
             continue;
         }
