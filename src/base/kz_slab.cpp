@@ -277,10 +277,15 @@ bool SlabFree(void *ptr)
             LinkWithRoom(r, c, slab);
         }
         // An emptied slab goes back unless it is the class's only one with room (no churn
-        // for a block allocated and freed over and over).
+        // for a block allocated and freed over and over). Kept, it starts over from its
+        // first slot: blocks come in address order again, and taking one reads no freed
+        // block that has long left the cache.
         if (h.used == 0 && !(c.withRoom == slab && h.next == kNone)) {
             UnlinkWithRoom(r, c, slab);
             release = true;
+        } else if (h.used == 0) {
+            h.freeList = nullptr;
+            h.fresh = 0;
         }
     }
     if (release) {
