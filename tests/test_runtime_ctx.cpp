@@ -310,6 +310,10 @@ TEST(RuntimeCtxLife, DeleteReleasesEverythingTheContextHolds)
     ASSERT_EQ(0u, KZ_CTX_AddTwoModRelation(ctx, "a", "b", KZ_REL_AUGMENT));
     ASSERT_EQ(0u, KZ_CTX_AddTwoModRelation(ctx, "c", "b", KZ_REL_DEVIATE));
     KZ_CTX_SetCurYinFile(ctx, "/x/y.yin");
+    // Its interned names go in bulk with the context, not one by one.
+    ASSERT_EQ(0u, KZ_CTX_LoadMemory(ctx, R"(<module name="life" xmlns="urn:ietf:params:xml:ns:yang:yin:1">
+      <namespace uri="urn:life"/><prefix value="l"/>
+      <container name="top"><leaf name="x"><type name="string"/></leaf></container></module>)"));
     KZ_CTX_Delete(ctx);
     EXPECT_EQ(before, kz::base::PartLiveBlocks());
 }

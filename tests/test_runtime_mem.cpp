@@ -200,6 +200,34 @@ TEST(RuntimeSlab, SmallBlocksAreDistinctReusedAndTellThemselvesApart)
     }
 }
 
+TEST(RuntimeSlab, OnlyAnEmptiedSlabStartsOver)
+{
+    // Two slabs' worth of one class; all blocks but one go back, then as many
+    // come again: none of them may be the block still held.
+    constexpr size_t kSize = 200;
+    std::vector<void *> blocks;
+    for (int i = 0; i < 700; ++i) {
+        blocks.push_back(kz::base::SlabAlloc(kSize));
+    }
+    if (blocks[0] == nullptr) {
+        GTEST_SKIP() << "slabs are off under a memory checker";
+    }
+    void *held = blocks[350];
+    for (void *b : blocks) {
+        if (b != held) {
+            kz::base::SlabFree(b);
+        }
+    }
+    for (void *&b : blocks) {
+        b = kz::base::SlabAlloc(kSize);
+        EXPECT_NE(held, b);
+    }
+    blocks.push_back(held);
+    for (void *b : blocks) {
+        kz::base::SlabFree(b);
+    }
+}
+
 TEST(RuntimeSlab, ThreadsAllocateAndFreeConcurrently)
 {
     auto churn = [] {

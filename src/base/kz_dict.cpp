@@ -31,6 +31,7 @@ struct KzDictShard {
 struct KzDictIndex {
     KzDictShard shards[KZ_DICT_BUCKET_COUNT];
     KzDictEntry *tails[KZ_DICT_BUCKET_COUNT];
+    bool freeInBulk;  // see kz::base::DictFreeInBulk
 };
 
 namespace {
@@ -272,7 +273,7 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
 
 void KZ_DICT_Remove(KzDict *dict, const char *s)
 {
-    if (s == nullptr || !Usable(dict)) {
+    if (s == nullptr || !Usable(dict) || dict->index->freeInBulk) {
         return;
     }
     const Key key = KeyOf(s);
@@ -294,11 +295,16 @@ void KZ_DICT_Destroy(KzDict *dict)
     if (dict == nullptr || dict->buckets == nullptr) {
         return;
     }
-    // Copies still referenced stay with their holders; only entries go.
+    // Copies still referenced stay with their holders, unless the holders
+    // were told not to drop them; entries go in any case.
+    const bool withTexts = dict->index != nullptr && dict->index->freeInBulk;
     for (uint32_t i = 0; i < dict->bucketCount; ++i) {
         KzDictEntry *e = dict->buckets[i].head;
         while (e != nullptr) {
             KzDictEntry *next = e->next;
+            if (withTexts) {
+                KZ_MemFree(e->text);
+            }
             KZ_MemFree(e);
             e = next;
         }
@@ -315,3 +321,14 @@ void KZ_DICT_Destroy(KzDict *dict)
 }
 
 }  // extern "C"
+
+namespace kz::base {
+
+void DictFreeInBulk(KzDict *dict)
+{
+    if (Usable(dict)) {
+        dict->index->freeInBulk = true;
+    }
+}
+
+}  // namespace kz::base

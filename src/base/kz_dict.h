@@ -46,6 +46,11 @@ KZ_API void KZ_DICT_Destroy(KzDict *dict);
 
 namespace kz::base {
 
+/* For a dictionary about to be destroyed with everything that holds its texts:
+ * from now on KZ_DICT_Remove does nothing, and KZ_DICT_Destroy frees every
+ * text at once instead of each holder dropping its references one by one. */
+void DictFreeInBulk(KzDict *dict);
+
 /* Drops one reference of an interned text and clears the holder. */
 inline void DictDrop(KzDict *dict, const char *&s)
 {

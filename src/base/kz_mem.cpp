@@ -251,10 +251,18 @@ uint32_t KZ_UTL_MemFuncInit(void)
 
 void *KZ_MemMalloc(size_t size)
 {
-    if (InjectedFailure() || KZ_UTL_MemFuncInit() != KZ_OK) {
+    if (InjectedFailure()) {
         return nullptr;
     }
-    if (LoadState() == KZ_MEM_STATE_PARTITION) {
+    // The choice is made once; every later block needs only to read it.
+    uint32_t state = LoadState();
+    if (state == KZ_MEM_STATE_UNDECIDED) {
+        if (KZ_UTL_MemFuncInit() != KZ_OK) {
+            return nullptr;
+        }
+        state = LoadState();
+    }
+    if (state == KZ_MEM_STATE_PARTITION) {
         return PartMalloc(g_kzMemHandle, g_kzMemPt, size);
     }
     return malloc(size);

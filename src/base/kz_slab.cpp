@@ -15,8 +15,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <atomic>
 #include <mutex>
 #include <new>
+#include <thread>
 
 #if defined(__has_include)
 #if __has_include(<valgrind/valgrind.h>)
@@ -44,6 +46,31 @@ constexpr std::size_t kSlabCount = kRangeBytes / kSlabBytes;
 constexpr uint32_t kNone = UINT32_MAX;
 constexpr uint32_t kResidentReleased = 256;  // 16 MiB of emptied slabs kept ready at least
 
+// The slab locks are held for a few instructions, less than a mutex's own
+// cost; a waiter spins, and gives its time slice away after a while so that a
+// holder that was preempted gets to finish.
+class SpinLock {
+public:
+    void lock()
+    {
+        for (unsigned tries = 0; held_.exchange(true, std::memory_order_acquire); ++tries) {
+            while (held_.load(std::memory_order_relaxed)) {
+                if (++tries > kSpinsBeforeYield) {
+                    std::this_thread::yield();
+                }
+            }
+        }
+    }
+    void unlock()
+    {
+        held_.store(false, std::memory_order_release);
+    }
+
+private:
+    static constexpr unsigned kSpinsBeforeYield = 64;
+    std::atomic<bool> held_{false};
+};
+
 struct SlabHead {
     void *freeList;    // freed slots, linked through their first word
     uint32_t used;     // slots handed out
@@ -54,14 +81,14 @@ struct SlabHead {
 };
 
 struct SizeClass {
-    std::mutex lock;
+    SpinLock lock;
     uint32_t withRoom = kNone;  // slabs that have a free or fresh slot
 };
 
 struct Range {
     char *base = nullptr;
     SlabHead *heads = nullptr;
-    std::mutex lock;           // the two fields below
+    SpinLock lock;             // the fields below
     uint32_t untouched = 0;    // slabs from here on were never used
     uint32_t released = kNone; // slabs given back, linked through next
     uint32_t releasedCount = 0; // of those, how many kept their pages
@@ -152,7 +179,7 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
 {
     uint32_t slab = kNone;
     {
-        std::lock_guard<std::mutex> guard(r->lock);
+        std::lock_guard<SpinLock> guard(r->lock);
         if (r->released != kNone) {
             slab = r->released;
             r->released = r->heads[slab].next;
@@ -178,7 +205,7 @@ void ReleaseSlab(Range *r, uint32_t slab)
 {
     bool keepPages;
     {
-        std::lock_guard<std::mutex> guard(r->lock);
+        std::lock_guard<SpinLock> guard(r->lock);
         r->heads[slab].next = r->released;
         r->released = slab;
         r->inUse--;
@@ -203,7 +230,7 @@ void *SlabAlloc(std::size_t size)
     }
     const uint32_t cls = size == 0 ? 0 : static_cast<uint32_t>((size - 1) / kClassStep);
     SizeClass &c = r->classes[cls];
-    std::lock_guard<std::mutex> guard(c.lock);
+    std::lock_guard<SpinLock> guard(c.lock);
     if (c.withRoom == kNone) {
         uint32_t slab = TakeSlab(r, cls);
         if (slab == kNone) {
@@ -241,7 +268,7 @@ bool SlabFree(void *ptr)
     SizeClass &c = r->classes[h.cls];
     bool release = false;
     {
-        std::lock_guard<std::mutex> guard(c.lock);
+        std::lock_guard<SpinLock> guard(c.lock);
         const bool wasFull = h.freeList == nullptr && h.fresh == SlotsPerSlab(h.cls);
         *static_cast<void **>(ptr) = h.freeList;
         h.freeList = ptr;
@@ -250,10 +277,15 @@ bool SlabFree(void *ptr)
             LinkWithRoom(r, c, slab);
         }
         // An emptied slab goes back unless it is the class's only one with room (no churn
-        // for a block allocated and freed over and over).
+        // for a block allocated and freed over and over). Kept, it starts over from its
+        // first slot: blocks come in address order again, and taking one reads no freed
+        // block that has long left the cache.
         if (h.used == 0 && !(c.withRoom == slab && h.next == kNone)) {
             UnlinkWithRoom(r, c, slab);
             release = true;
+        } else if (h.used == 0) {
+            h.freeList = nullptr;
+            h.fresh = 0;
         }
     }
     if (release) {

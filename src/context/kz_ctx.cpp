@@ -59,6 +59,8 @@ void KZ_CTX_Delete(KzCtx *ctx)
         if (ctx == nullptr) {
             return;
         }
+        // Everything holding an interned text goes below: the counts need no upkeep.
+        kz::base::DictFreeInBulk(&ctx->dict);
         KZ_CTX_DestroyErrMng(ctx->errMng);
         ctx->errMng = nullptr;
         DestroyEveryModule(ctx);

@@ -34,7 +34,8 @@ bool RewriteLiteralPrefixes(KzMod *mod, const char *cond, char *out, size_t *use
         return false;
     }
     *used = 0;
-    const char *copied = cond; /* end of what has been copied so far */
+    /* End of what has been copied so far: the text between literals goes in one piece. */
+    const char *copied = cond;
     const uint32_t count = KZ_XPATH_GetTokenNumber(lex.get());
     for (uint32_t i = 0; i < count; i++) {
         uint32_t kind = 0;
@@ -43,12 +44,13 @@ bool RewriteLiteralPrefixes(KzMod *mod, const char *cond, char *out, size_t *use
         if (token == nullptr || token < copied) {
             return false;
         }
+        if (kind != KZ_XPATH_TOK_LITERAL) {
+            continue;
+        }
         uint32_t ret = KZS_LOADER_CopyTokenIntoOutCondition(out, kCondBufSize, used, copied,
                                                             static_cast<size_t>(token - copied));
         if (ret == KZ_OK) {
-            ret = kind == KZ_XPATH_TOK_LITERAL
-                      ? KZS_LOADER_AddModuleNameIntoCondition(mod, out, kCondBufSize, used, token, length)
-                      : KZS_LOADER_CopyTokenIntoOutCondition(out, kCondBufSize, used, token, length);
+            ret = KZS_LOADER_AddModuleNameIntoCondition(mod, out, kCondBufSize, used, token, length);
         }
         if (ret != KZ_OK) {
             return false;

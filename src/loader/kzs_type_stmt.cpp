@@ -111,7 +111,9 @@ uint32_t TypeNestingDepth(const xmlNode *elem)
 {
     uint32_t depth = 0;
     for (const xmlNode *p = elem->parent; p != nullptr && p->type == XML_ELEMENT_NODE; p = p->parent) {
-        if (p->name == nullptr || std::strcmp(reinterpret_cast<const char *>(p->name), "type") != 0) {
+        // The first letter rules out most parents (a leaf, a container) without a call.
+        const char *name = reinterpret_cast<const char *>(p->name);
+        if (name == nullptr || name[0] != 't' || std::strcmp(name, "type") != 0) {
             break;
         }
         ++depth;
