@@ -455,7 +455,7 @@ bool FolderTable()
     return true;
 }
 
-// With "folder", prints only the folder table. With "load N", "names N" (distinct leaves with descriptions) "validate N" or "parse N" (libxml2 alone,
+// With "folder" or "growth", prints only the folder or the name-growth table. With "load N", "names N" (distinct leaves with descriptions) "validate N" or "parse N" (libxml2 alone,
 // on the request that "validate N" checks), performs just that one operation,
 // `reps` times (an optional third argument), with "folder N" the folder load N times, for a profiler.
 int ProfileOne(const char *what, int scale, int reps)
@@ -515,6 +515,9 @@ int main(int argc, char **argv)
     }
     if (argc == 2 && std::strcmp(argv[1], "folder") == 0) {
         return FolderTable() ? 0 : 1;
+    }
+    if (argc == 2 && std::strcmp(argv[1], "growth") == 0) {
+        return NameGrowthTable() ? 0 : 1;
     }
     // Memory first, while the heap is fresh and the RSS delta is the module's own.
     bool ok = MemoryTable();
