@@ -69,16 +69,10 @@ uint32_t CompletableChildren(KzsNode *schemaNode, ChildList &out)
     });
 }
 
-/* A text node holding value. In a document with a dictionary the text is shared from it, as
- * the parser shares names, instead of copied for every added element; libxml2 frees and
+/* A text node whose content is shared, a text of the document's dictionary: libxml2 frees and
  * replaces such texts knowing they belong to the dictionary. */
-xmlNode *NewText(xmlDoc *doc, const char *value)
+xmlNode *SharedText(xmlDoc *doc, const xmlChar *shared)
 {
-    const auto *text = reinterpret_cast<const xmlChar *>(value);
-    const xmlChar *shared = doc != nullptr && doc->dict != nullptr ? xmlDictLookup(doc->dict, text, -1) : nullptr;
-    if (shared == nullptr) {
-        return xmlNewDocText(doc, text);
-    }
     xmlNode *node = xmlNewDocText(doc, nullptr);
     if (node != nullptr) {
         node->content = const_cast<xmlChar *>(shared);
@@ -86,16 +80,36 @@ xmlNode *NewText(xmlDoc *doc, const char *value)
     return node;
 }
 
-/* The element's content becomes value. A plain non-empty value is one text node, made
- * directly; anything else goes through libxml2's content parser (entity references, and no
- * text node at all for ""). */
+/* A text node holding value. In a document with a dictionary the text is shared from it, as
+ * the parser shares names, instead of copied for every added element. */
+xmlNode *NewText(xmlDoc *doc, const char *value)
+{
+    const auto *text = reinterpret_cast<const xmlChar *>(value);
+    const xmlChar *shared = doc != nullptr && doc->dict != nullptr ? xmlDictLookup(doc->dict, text, -1) : nullptr;
+    return shared != nullptr ? SharedText(doc, shared) : xmlNewDocText(doc, text);
+}
+
+/* Appends text (null when it could not be made) as a child of element. */
+void AppendText(xmlNode *element, xmlNode *text)
+{
+    if (text != nullptr && xmlAddChild(element, text) == nullptr) {
+        xmlFreeNode(text);
+    }
+}
+
+/* Non-empty and free of entity references: one text node holds it as it is. */
+bool IsPlainText(const char *value)
+{
+    return value[0] != '\0' && std::strchr(value, '&') == nullptr;
+}
+
+/* The element's content becomes value. A plain value is one text node, made directly;
+ * anything else goes through libxml2's content parser (entity references, and no text node
+ * at all for ""). */
 void SetText(xmlNode *element, const char *value)
 {
-    if (value[0] != '\0' && std::strchr(value, '&') == nullptr) {
-        xmlNode *text = NewText(element->doc, value);
-        if (text != nullptr && xmlAddChild(element, text) == nullptr) {
-            xmlFreeNode(text);
-        }
+    if (IsPlainText(value)) {
+        AppendText(element, NewText(element->doc, value));
         return;
     }
     xmlNodeSetContent(element, reinterpret_cast<const xmlChar *>(value));
@@ -127,9 +141,8 @@ xmlNode *AddDefaultLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, 
 {
     xmlDoc *doc = parent->doc;
     const KzsNode *parentSchema = SchemaOf(parent);
-    const bool plain = value[0] != '\0' && std::strchr(value, '&') == nullptr;
     const KzdInternedDefault *interned =
-        plain && doc != nullptr && doc->dict != nullptr && parentSchema != nullptr &&
+        IsPlainText(value) && doc != nullptr && doc->dict != nullptr && parentSchema != nullptr &&
                 parentSchema->module == schemaNode->module
             ? InternedDefault(aux, doc->dict, schemaNode, value)
             : nullptr;
@@ -142,13 +155,7 @@ xmlNode *AddDefaultLeaf(KzdCheckAux *aux, xmlNode *parent, KzsNode *schemaNode, 
     }
     xmlAddChild(parent, leaf);
     leaf->_private = schemaNode;
-    xmlNode *text = xmlNewDocText(doc, nullptr);
-    if (text != nullptr) {
-        text->content = const_cast<xmlChar *>(interned->text);
-        if (xmlAddChild(leaf, text) == nullptr) {
-            xmlFreeNode(text);
-        }
-    }
+    AppendText(leaf, SharedText(doc, interned->text));
     return leaf;
 }
 
