@@ -15,9 +15,9 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
-#include <utility>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench_workloads.h"
