@@ -21,8 +21,10 @@ constexpr size_t kLineMax = 256;
 constexpr size_t kValueMax = 20;
 
 // The partition stands in for the platform's light partition: small blocks
-// come from its slabs (no per-block header), larger ones from the C heap; the
-// live-block count covers both.  Handles and partition ids are never zero.
+// come from its slabs (no per-block header), larger ones from the C heap.
+// Slabs count their own blocks; the count here is of the C heap's, so that a
+// small block costs no shared counter update.  Handles and partition ids are
+// never zero.
 std::atomic<uint32_t> g_nextHandle{0};
 std::atomic<uint32_t> g_nextPt{0};
 std::atomic<uint64_t> g_liveBlocks{0};
@@ -93,9 +95,10 @@ void *PartMalloc(uint32_t handle, uint8_t pt, size_t size)
         return nullptr;
     }
     void *p = kz::base::SlabAlloc(size);
-    if (p == nullptr) {
-        p = malloc(size);
+    if (p != nullptr) {
+        return p;
     }
+    p = malloc(size);
     if (p != nullptr) {
         g_liveBlocks.fetch_add(1, std::memory_order_relaxed);
     }
@@ -104,17 +107,15 @@ void *PartMalloc(uint32_t handle, uint8_t pt, size_t size)
 
 void PartFree(void *ptr)
 {
-    if (ptr != nullptr) {
+    if (ptr != nullptr && !kz::base::SlabFree(ptr)) {
         g_liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-        if (!kz::base::SlabFree(ptr)) {
-            free(ptr);
-        }
+        free(ptr);
     }
 }
 
 uint64_t PartLiveBlocks()
 {
-    return g_liveBlocks.load(std::memory_order_relaxed);
+    return g_liveBlocks.load(std::memory_order_relaxed) + kz::base::SlabLiveBlocks();
 }
 
 uint32_t ChooseMemState(uint32_t readRc, uint64_t totalKb, uint32_t *handleOut, uint8_t *ptOut)

@@ -11,12 +11,12 @@
 #include "base/kz_slab.h"
 
 #include <sys/mman.h>
+#include <sys/single_threaded.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <atomic>
-#include <mutex>
 #include <new>
 #include <thread>
 
@@ -69,6 +69,31 @@ public:
 private:
     static constexpr unsigned kSpinsBeforeYield = 64;
     std::atomic<bool> held_{false};
+};
+
+// Holds a slab lock unless the process has a single thread, which then cannot
+// race itself. The locked exchange is not free even uncontended: it waits for
+// every earlier store, and a free stores into a block that has often left the
+// cache, so a deletion of many blocks would pay each such miss in full.
+class SlabGuard {
+public:
+    explicit SlabGuard(SpinLock &lock) : lock_(__libc_single_threaded ? nullptr : &lock)
+    {
+        if (lock_ != nullptr) {
+            lock_->lock();
+        }
+    }
+    ~SlabGuard()
+    {
+        if (lock_ != nullptr) {
+            lock_->unlock();
+        }
+    }
+    SlabGuard(const SlabGuard &) = delete;
+    SlabGuard &operator=(const SlabGuard &) = delete;
+
+private:
+    SpinLock *lock_;
 };
 
 struct SlabHead {
@@ -179,7 +204,7 @@ uint32_t TakeSlab(Range *r, uint32_t cls)
 {
     uint32_t slab = kNone;
     {
-        std::lock_guard<SpinLock> guard(r->lock);
+        SlabGuard guard(r->lock);
         if (r->released != kNone) {
             slab = r->released;
             r->released = r->heads[slab].next;
@@ -205,7 +230,7 @@ void ReleaseSlab(Range *r, uint32_t slab)
 {
     bool keepPages;
     {
-        std::lock_guard<SpinLock> guard(r->lock);
+        SlabGuard guard(r->lock);
         r->heads[slab].next = r->released;
         r->released = slab;
         r->inUse--;
@@ -230,7 +255,7 @@ void *SlabAlloc(std::size_t size)
     }
     const uint32_t cls = size == 0 ? 0 : static_cast<uint32_t>((size - 1) / kClassStep);
     SizeClass &c = r->classes[cls];
-    std::lock_guard<SpinLock> guard(c.lock);
+    SlabGuard guard(c.lock);
     if (c.withRoom == kNone) {
         uint32_t slab = TakeSlab(r, cls);
         if (slab == kNone) {
@@ -268,7 +293,7 @@ bool SlabFree(void *ptr)
     SizeClass &c = r->classes[h.cls];
     bool release = false;
     {
-        std::lock_guard<SpinLock> guard(c.lock);
+        SlabGuard guard(c.lock);
         const bool wasFull = h.freeList == nullptr && h.fresh == SlotsPerSlab(h.cls);
         *static_cast<void **>(ptr) = h.freeList;
         h.freeList = ptr;
@@ -292,6 +317,27 @@ bool SlabFree(void *ptr)
         ReleaseSlab(r, slab);
     }
     return true;
+}
+
+uint64_t SlabLiveBlocks()
+{
+    Range *r = TheRange();
+    if (r == nullptr) {
+        return 0;
+    }
+    uint32_t slabs;
+    {
+        SlabGuard guard(r->lock);
+        slabs = r->untouched;
+    }
+    // A released slab counts none: it is only released once empty.
+    uint64_t live = 0;
+    for (uint32_t slab = 0; slab < slabs; ++slab) {
+        SizeClass &c = r->classes[r->heads[slab].cls];
+        SlabGuard guard(c.lock);
+        live += r->heads[slab].used;
+    }
+    return live;
 }
 
 }  // namespace kz::base

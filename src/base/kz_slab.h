@@ -7,6 +7,7 @@
 #define KZ_SLAB_H
 
 #include <cstddef>
+#include <cstdint>
 
 namespace kz::base {
 
@@ -16,6 +17,10 @@ void *SlabAlloc(std::size_t size);
 
 /* Frees ptr and returns true when it is a slab block; false otherwise. */
 bool SlabFree(void *ptr);
+
+/* Slab blocks handed out and not yet freed (for checks and tests: it visits
+ * every slab). */
+uint64_t SlabLiveBlocks();
 
 }  // namespace kz::base
 
