@@ -15,10 +15,12 @@
 // byte-at-a-time hash, which only a new entry needs. The tables are many and
 // small so that each stays small (the C heap handles many small blocks better
 // than a few huge ones that grow and go).
-// A slot keeps bits of its entry's hash beside the pointer: probing compares
-// them without touching entries, and a table grows without reading any.
+// A slot is eight bytes: the entry's number in the pool below and bits of its
+// hash, which probing compares without touching entries and by which a table
+// grows without reading any. Small slots keep the tables of a module with
+// hundreds of thousands of names in the cache.
 struct KzDictSlot {
-    KzDictEntry *entry;
+    uint32_t id;   // 0: empty
     uint32_t tag;
 };
 
@@ -28,9 +30,24 @@ struct KzDictShard {
     uint32_t used;
 };
 
+// The entries, in chunks of equal size and numbered from 1, so that a slot
+// needs no pointer and a destroy frees chunks instead of every entry. A freed
+// entry has no text and keeps the number of the next freed one in its hash;
+// the chunks go when the last entry does, as an emptied dictionary holds no
+// blocks beyond its fixed ones.
+struct KzDictPool {
+    KzDictEntry **chunks;
+    uint32_t chunkCount;
+    uint32_t chunkCapacity;
+    uint32_t handedOut;  // entries 1..handedOut have been in use
+    uint32_t freed;      // the last freed entry, 0 when none
+    uint32_t live;       // entries in use
+};
+
 struct KzDictIndex {
     KzDictShard shards[KZ_DICT_BUCKET_COUNT];
     KzDictEntry *tails[KZ_DICT_BUCKET_COUNT];
+    KzDictPool pool;
     bool freeInBulk;  // see kz::base::DictFreeInBulk
 };
 
@@ -38,7 +55,95 @@ namespace {
 
 constexpr uint32_t kFirstCapacity = 4;
 constexpr uint32_t kShardBits = 10;
+constexpr uint32_t kChunkBits = 10;
+constexpr uint32_t kChunkEntries = 1u << kChunkBits;
 static_assert(KZ_DICT_BUCKET_COUNT == 1u << kShardBits, "one shard per chain");
+
+KzDictEntry *EntryAt(const KzDictPool &pool, uint32_t id)
+{
+    return &pool.chunks[(id - 1) >> kChunkBits][(id - 1) & (kChunkEntries - 1)];
+}
+
+bool AddChunk(KzDictPool &pool)
+{
+    if (pool.chunkCount == pool.chunkCapacity) {
+        const uint32_t capacity = pool.chunkCapacity == 0 ? 8 : pool.chunkCapacity * 2;
+        if (capacity > UINT32_MAX / kChunkEntries) {
+            return false;
+        }
+        auto *chunks = kz::ZeroAlloc<KzDictEntry *>(capacity);
+        if (chunks == nullptr) {
+            return false;
+        }
+        if (pool.chunkCount != 0) {
+            std::memcpy(chunks, pool.chunks, pool.chunkCount * sizeof(KzDictEntry *));
+        }
+        KZ_MemFree(pool.chunks);
+        pool.chunks = chunks;
+        pool.chunkCapacity = capacity;
+    }
+    auto *chunk = static_cast<KzDictEntry *>(KZ_MemMalloc(kChunkEntries * sizeof(KzDictEntry)));
+    if (chunk == nullptr) {
+        return false;
+    }
+    pool.chunks[pool.chunkCount++] = chunk;
+    return true;
+}
+
+// A free entry and its number (0 when out of memory).
+uint32_t TakeEntry(KzDictPool &pool)
+{
+    if (pool.freed != 0) {
+        const uint32_t id = pool.freed;
+        pool.freed = EntryAt(pool, id)->hash;
+        pool.live++;
+        return id;
+    }
+    if (pool.handedOut == pool.chunkCount * kChunkEntries && !AddChunk(pool)) {
+        return 0;
+    }
+    pool.live++;
+    return ++pool.handedOut;
+}
+
+void FreePool(KzDictPool &pool)
+{
+    for (uint32_t c = 0; c < pool.chunkCount; ++c) {
+        KZ_MemFree(pool.chunks[c]);
+    }
+    KZ_MemFree(pool.chunks);
+    pool = KzDictPool{};
+}
+
+void ReturnEntry(KzDictPool &pool, uint32_t id)
+{
+    if (--pool.live == 0) {
+        FreePool(pool);
+        return;
+    }
+    KzDictEntry *e = EntryAt(pool, id);
+    e->text = nullptr;
+    e->hash = pool.freed;
+    pool.freed = id;
+}
+
+// Frees the texts still held by entries, in the order the entries were made,
+// which is near the order the texts were: each text is asked for some entries
+// ahead so that the misses of a dictionary larger than the cache overlap.
+void FreeEntryTexts(const KzDictPool &pool)
+{
+    constexpr uint32_t kAhead = 8;
+    for (uint32_t c = 0; c < pool.chunkCount; ++c) {
+        KzDictEntry *chunk = pool.chunks[c];
+        const uint32_t count = c + 1 < pool.chunkCount ? kChunkEntries : pool.handedOut - c * kChunkEntries;
+        for (uint32_t i = 0; i < count; ++i) {
+            if (i + kAhead < count && chunk[i + kAhead].text != nullptr) {
+                __builtin_prefetch(chunk[i + kAhead].text, 1);
+            }
+            KZ_MemFree(chunk[i].text);
+        }
+    }
+}
 
 bool Usable(const KzDict *dict)
 {
@@ -85,7 +190,7 @@ uint32_t HomeSlot(const KzDictShard *shard, uint32_t tag)
 // Slot holding the entry for the key's text, or the empty slot where it would
 // go; null when the shard has no table yet.  Most texts removed, and many
 // inserted, are the interned copy itself, which needs no comparison.
-KzDictSlot *FindSlot(const KzDictShard *shard, const Key &key)
+KzDictSlot *FindSlot(const KzDictShard *shard, const KzDictPool &pool, const Key &key)
 {
     if (shard->capacity == 0) {
         return nullptr;
@@ -93,10 +198,14 @@ KzDictSlot *FindSlot(const KzDictShard *shard, const Key &key)
     uint32_t mask = shard->capacity - 1;
     for (uint32_t i = HomeSlot(shard, key.tag);; i = (i + 1) & mask) {
         KzDictSlot *slot = &shard->slots[i];
-        if (slot->entry == nullptr ||
-            (slot->tag == key.tag &&
-             (slot->entry->text == key.text || strcmp(slot->entry->text, key.text) == 0))) {
+        if (slot->id == 0) {
             return slot;
+        }
+        if (slot->tag == key.tag) {
+            const char *text = EntryAt(pool, slot->id)->text;
+            if (text == key.text || strcmp(text, key.text) == 0) {
+                return slot;
+            }
         }
     }
 }
@@ -105,16 +214,17 @@ void PlaceSlot(KzDictShard *shard, const KzDictSlot &slot)
 {
     uint32_t mask = shard->capacity - 1;
     uint32_t i = HomeSlot(shard, slot.tag);
-    while (shard->slots[i].entry != nullptr) {
+    while (shard->slots[i].id != 0) {
         i = (i + 1) & mask;
     }
     shard->slots[i] = slot;
 }
 
-// Keeps the table at most half full; false when it cannot grow.
+// Keeps the table at most three quarters full (its tags spare most probes a
+// look at the entry); false when it cannot grow.
 bool ReserveOneMore(KzDictShard *shard)
 {
-    if ((shard->used + 1) * 2 <= shard->capacity) {
+    if ((shard->used + 1) * 4 <= shard->capacity * 3) {
         return true;
     }
     uint32_t oldCapacity = shard->capacity;
@@ -127,7 +237,7 @@ bool ReserveOneMore(KzDictShard *shard)
     shard->slots = grown;
     shard->capacity = newCapacity;
     for (uint32_t i = 0; i < oldCapacity; ++i) {
-        if (old[i].entry != nullptr) {
+        if (old[i].id != 0) {
             PlaceSlot(shard, old[i]);
         }
     }
@@ -141,14 +251,14 @@ void ClearSlot(KzDictShard *shard, KzDictSlot *slot)
 {
     uint32_t mask = shard->capacity - 1;
     uint32_t hole = static_cast<uint32_t>(slot - shard->slots);
-    shard->slots[hole].entry = nullptr;
-    for (uint32_t i = (hole + 1) & mask; shard->slots[i].entry != nullptr; i = (i + 1) & mask) {
+    shard->slots[hole].id = 0;
+    for (uint32_t i = (hole + 1) & mask; shard->slots[i].id != 0; i = (i + 1) & mask) {
         uint32_t home = HomeSlot(shard, shard->slots[i].tag);
         // The entry may fill the hole when its home is not in (hole, i].
         bool homeAfterHole = ((i - home) & mask) < ((i - hole) & mask);
         if (!homeAfterHole) {
             shard->slots[hole] = shard->slots[i];
-            shard->slots[i].entry = nullptr;
+            shard->slots[i].id = 0;
             hole = i;
         }
     }
@@ -189,54 +299,6 @@ void UnlinkFromChain(KzDict *dict, KzDictBucket *bucket, KzDictEntry **tail, KzD
         entry->next->prev = entry->prev;
     }
     bucket->entryCount--;
-}
-
-// Frees entries (and their texts when withTexts) that lie anywhere in memory:
-// each entry and text is asked for some steps ahead, so that their cache
-// misses overlap instead of following one another as along a chain.
-void FreeEntries(KzDictEntry *const *entries, uint32_t count, bool withTexts)
-{
-    constexpr uint32_t kEntriesAhead = 16;
-    constexpr uint32_t kTextsAhead = 8;
-    for (uint32_t i = 0; i < count && i < kEntriesAhead; ++i) {
-        __builtin_prefetch(entries[i], 1);
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        if (i + kEntriesAhead < count) {
-            __builtin_prefetch(entries[i + kEntriesAhead], 1);
-        }
-        if (withTexts && i + kTextsAhead < count) {
-            __builtin_prefetch(entries[i + kTextsAhead]->text, 1);
-        }
-        if (withTexts) {
-            KZ_MemFree(entries[i]->text);
-        }
-        KZ_MemFree(entries[i]);
-    }
-}
-
-// Frees every entry, in batches gathered from the side index's tables, which
-// are read in address order, and the tables themselves.
-void FreeIndexedEntries(KzDictIndex *index, bool withTexts)
-{
-    constexpr uint32_t kBatch = 256;
-    KzDictEntry *batch[kBatch];
-    uint32_t count = 0;
-    for (KzDictShard &shard : index->shards) {
-        for (uint32_t i = 0; i < shard.capacity; ++i) {
-            if (shard.slots[i].entry == nullptr) {
-                continue;
-            }
-            batch[count++] = shard.slots[i].entry;
-            if (count == kBatch) {
-                FreeEntries(batch, count, withTexts);
-                count = 0;
-            }
-        }
-        KZ_MemFree(shard.slots);
-        shard = KzDictShard{};
-    }
-    FreeEntries(batch, count, withTexts);
 }
 
 }  // namespace
@@ -285,12 +347,14 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     if (s == nullptr || !Usable(dict)) {
         return nullptr;
     }
+    KzDictIndex *index = dict->index;
     const Key key = KeyOf(s);
-    KzDictShard *shard = &dict->index->shards[key.shard];
-    KzDictSlot *slot = FindSlot(shard, key);
-    if (slot != nullptr && slot->entry != nullptr) {
-        slot->entry->refCount++;
-        return slot->entry->text;
+    KzDictShard *shard = &index->shards[key.shard];
+    KzDictSlot *slot = FindSlot(shard, index->pool, key);
+    if (slot != nullptr && slot->id != 0) {
+        KzDictEntry *found = EntryAt(index->pool, slot->id);
+        found->refCount++;
+        return found->text;
     }
     uint32_t hash = KZ_DICT_HashVal(s);
     uint32_t chain = hash & (dict->bucketCount - 1);
@@ -302,19 +366,20 @@ const char *KZ_DICT_Insert(KzDict *dict, const char *s)
     if (!ReserveOneMore(shard)) {
         return nullptr;
     }
-    auto *entry = static_cast<KzDictEntry *>(KZ_MemMalloc(sizeof(KzDictEntry)));
-    if (entry == nullptr) {
+    const uint32_t id = TakeEntry(index->pool);
+    if (id == 0) {
         return nullptr;
     }
+    KzDictEntry *entry = EntryAt(index->pool, id);
     entry->text = kz::DupText(s, key.length);
     if (entry->text == nullptr) {
-        KZ_MemFree(entry);
+        ReturnEntry(index->pool, id);
         return nullptr;
     }
     entry->refCount = 1;
     entry->hash = hash;
-    AppendToChain(dict, bucket, &dict->index->tails[chain], entry);
-    PlaceSlot(shard, KzDictSlot{entry, key.tag});
+    AppendToChain(dict, bucket, &index->tails[chain], entry);
+    PlaceSlot(shard, KzDictSlot{id, key.tag});
     shard->used++;
     return entry->text;
 }
@@ -324,18 +389,23 @@ void KZ_DICT_Remove(KzDict *dict, const char *s)
     if (s == nullptr || !Usable(dict) || dict->index->freeInBulk) {
         return;
     }
+    KzDictIndex *index = dict->index;
     const Key key = KeyOf(s);
-    KzDictShard *shard = &dict->index->shards[key.shard];
-    KzDictSlot *slot = FindSlot(shard, key);
-    KzDictEntry *e = slot != nullptr ? slot->entry : nullptr;
-    if (e == nullptr || --e->refCount != 0) {
+    KzDictShard *shard = &index->shards[key.shard];
+    KzDictSlot *slot = FindSlot(shard, index->pool, key);
+    if (slot == nullptr || slot->id == 0) {
+        return;
+    }
+    const uint32_t id = slot->id;
+    KzDictEntry *e = EntryAt(index->pool, id);
+    if (--e->refCount != 0) {
         return;
     }
     ClearSlot(shard, slot);
     const uint32_t chain = e->hash & (dict->bucketCount - 1);
-    UnlinkFromChain(dict, &dict->buckets[chain], &dict->index->tails[chain], e);
+    UnlinkFromChain(dict, &dict->buckets[chain], &index->tails[chain], e);
     KZ_MemFree(e->text);
-    KZ_MemFree(e);
+    ReturnEntry(index->pool, id);
 }
 
 void KZ_DICT_Destroy(KzDict *dict)
@@ -346,7 +416,13 @@ void KZ_DICT_Destroy(KzDict *dict)
     // Copies still referenced stay with their holders, unless the holders
     // were told not to drop them; entries go in any case.
     if (dict->index != nullptr) {
-        FreeIndexedEntries(dict->index, dict->index->freeInBulk);
+        if (dict->index->freeInBulk) {
+            FreeEntryTexts(dict->index->pool);
+        }
+        FreePool(dict->index->pool);
+        for (KzDictShard &shard : dict->index->shards) {
+            KZ_MemFree(shard.slots);
+        }
         KZ_MemFree(dict->index);
         dict->index = nullptr;
     }
