@@ -48,6 +48,10 @@ TEST_F(LoaderLoad, EachFailureLeavesItsDiagnostics)
         {"broken", "<module name=\"broken\"", 22,
          {{"broken", "broken.yin", 0, "Failed to read content from the yin file. Line 1: attributes construct error"},
           {"broken", "broken.yin", 0, "Failed to parse module \"broken\" from the yin file."}}},
+        // The first error named is the repeated ID, met before the cut-off text.
+        {"ids", "<module name=\"ids\" xml:id=\"a\"><leaf xml:id=\"a\"/><leaf", 22,
+         {{"ids", "ids.yin", 0, "Failed to read content from the yin file. Line 1: ID a already defined"},
+          {"ids", "ids.yin", 0, "Failed to parse module \"ids\" from the yin file."}}},
         {"sub", "<submodule name=\"sub\" xmlns=\"urn:ietf:params:xml:ns:yang:yin:1\"/>", 22,
          {{"sub", "sub.yin", 0, "Failed to parse module \"sub\" from the yin file."}}},
     };

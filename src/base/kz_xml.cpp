@@ -140,25 +140,22 @@ bool IsText(const xmlNode *n)
     return (n->type == XML_TEXT_NODE || n->type == XML_CDATA_SECTION_NODE) && n->content != nullptr;
 }
 
-}  // namespace
-
-namespace kz::base {
-
-xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report,
-                       ElementHook onElement, void *hookArg)
+/* One parse of ParseXmlMemory. */
+xmlDoc *ParseOnce(const char *text, size_t len, int options, unsigned rules, kz::base::ParseReport *report,
+                  kz::base::ElementHook onElement, void *hookArg)
 {
-    if (text == nullptr || report == nullptr || len > static_cast<size_t>(INT_MAX)) {
-        return nullptr;
-    }
     xmlParserCtxtPtr ctxt = xmlCreateMemoryParserCtxt(text, static_cast<int>(len));
     if (ctxt == nullptr) {
         return nullptr;
     }
     (void)xmlCtxtUseOptions(ctxt, options | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    if ((rules & kz::base::kSkipIds) != 0) {
+        ctxt->loadsubset |= XML_SKIP_IDS;
+    }
     ParseState state{report, onElement, hookArg};
     ctxt->_private = &state;
     ctxt->sax->serror = KeepFirstError;
-    if (refuseDoctype) {
+    if ((rules & kz::base::kRefuseDoctype) != 0) {
         ctxt->sax->internalSubset = StopAtDoctype;
     }
     if (onElement != nullptr) {
@@ -172,6 +169,25 @@ xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoc
     if (!ok) {
         xmlFreeDoc(doc);
         return nullptr;
+    }
+    return doc;
+}
+
+}  // namespace
+
+namespace kz::base {
+
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, unsigned rules, ParseReport *report,
+                       ElementHook onElement, void *hookArg)
+{
+    if (text == nullptr || report == nullptr || len > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+    xmlDoc *doc = ParseOnce(text, len, options, rules, report, onElement, hookArg);
+    if (doc == nullptr && (rules & kSkipIds) != 0) {
+        // Read again in full, for the report such a parse makes.
+        *report = ParseReport{};
+        doc = ParseOnce(text, len, options, rules & ~kSkipIds, report, nullptr, nullptr);
     }
     return doc;
 }

@@ -61,13 +61,24 @@ struct ParseReport {
  * the argument given with the hook. */
 using ElementHook = void (*)(xmlNode *element, void *arg);
 
-/* Parses len bytes with the given XML_PARSE_* options through a parser context
- * of its own: the parser's errors are captured in report (never printed) and
- * nothing process-wide is changed, so parses on two threads do not meet.  With
- * refuseDoctype a document type declaration stops the parse before any of it is
- * read; onElement, when given, sees every element while it is being read.  NULL
- * on any failure. */
-xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, bool refuseDoctype, ParseReport *report,
+/* What ParseXmlMemory does beyond the parser's XML_PARSE_* options (bits). */
+enum ParseRule : unsigned {
+    /* A document type declaration stops the parse before any of it is read. */
+    kRefuseDoctype = 1u << 0,
+    /* No ID is registered (xml:id, or an attribute a DTD declares an ID): the
+     * check per attribute costs a few percent of reading a module file, whose
+     * reader never looks an element up by ID.  A document that fails is read
+     * again with IDs and without the hook, so that the report names the error a
+     * full parse meets first (a repeated or malformed ID is one). */
+    kSkipIds = 1u << 1,
+};
+
+/* Parses len bytes with the given XML_PARSE_* options and ParseRule bits
+ * through a parser context of its own: the parser's errors are captured in
+ * report (never printed) and nothing process-wide is changed, so parses on two
+ * threads do not meet.  onElement, when given, sees every element while it is
+ * being read.  NULL on any failure. */
+xmlDoc *ParseXmlMemory(const char *text, size_t len, int options, unsigned rules, ParseReport *report,
                        ElementHook onElement = nullptr, void *hookArg = nullptr);
 
 /* The text and CDATA content of node and everything below it, entity references

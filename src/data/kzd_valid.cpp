@@ -21,7 +21,7 @@ using DocPtr = kz::XmlDocPtr;
 DocPtr ParseText(const char *text, kz::base::ParseReport *report)
 {
     constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_COMPACT;
-    return DocPtr(kz::base::ParseXmlMemory(text, strlen(text), kOptions, true, report));
+    return DocPtr(kz::base::ParseXmlMemory(text, strlen(text), kOptions, kz::base::kRefuseDoctype, report));
 }
 
 KzdErrNode *GenericRecord(KzdCheckAux *aux)

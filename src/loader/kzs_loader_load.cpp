@@ -56,7 +56,8 @@ xmlDoc *ParseXmlBuffer(const char *buf, size_t size, kz::base::ParseReport *repo
 {
     constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_NONET | XML_PARSE_COMPACT;
     kz::loader::ParseRecorder recorder;
-    return kz::base::ParseXmlMemory(buf, size, kOptions, false, report, kz::loader::ParseRecorder::Note, &recorder);
+    return kz::base::ParseXmlMemory(buf, size, kOptions, kz::base::kSkipIds, report, kz::loader::ParseRecorder::Note,
+                                    &recorder);
 }
 
 /* Reads a whole module file, its size checked before anything is allocated for it. */
