@@ -455,7 +455,7 @@ bool FolderTable()
     return true;
 }
 
-// With "folder" or "growth", prints only the folder or the name-growth table. With "load N", "names N" (distinct leaves with descriptions) "validate N" or "parse N" (libxml2 alone,
+// With "load N", "names N" (distinct leaves with descriptions) "validate N" or "parse N" (libxml2 alone,
 // on the request that "validate N" checks), performs just that one operation,
 // `reps` times (an optional third argument), with "folder N" the folder load N times, for a profiler.
 int ProfileOne(const char *what, int scale, int reps)
@@ -513,21 +513,24 @@ int main(int argc, char **argv)
     if (argc == 3 || argc == 4) {
         return ProfileOne(argv[1], std::atoi(argv[2]), argc == 4 ? std::atoi(argv[3]) : 1);
     }
-    if (argc == 2 && std::strcmp(argv[1], "folder") == 0) {
-        return FolderTable() ? 0 : 1;
-    }
-    if (argc == 2 && std::strcmp(argv[1], "growth") == 0) {
-        return NameGrowthTable() ? 0 : 1;
-    }
     // Memory first, while the heap is fresh and the RSS delta is the module's own.
-    bool ok = MemoryTable();
-    ok = LoadTable() && ok;
-    ok = NameGrowthTable() && ok;
-    ok = ValidateTable() && ok;
-    ok = ValueTable() && ok;
-    ok = YangTable() && ok;
-    ok = GroupingTable() && ok;
-    ok = FolderTable() && ok;
+    const std::pair<const char *, bool (*)()> tables[] = {
+        {"memory", MemoryTable}, {"load", LoadTable},   {"growth", NameGrowthTable},  {"validate", ValidateTable},
+        {"values", ValueTable},  {"yang", YangTable},   {"grouping", GroupingTable}, {"folder", FolderTable},
+    };
+    // With a table's name, prints that table alone.
+    bool ok = true;
+    bool found = false;
+    for (const auto &[name, table] : tables) {
+        if (argc == 1 || (argc == 2 && std::strcmp(argv[1], name) == 0)) {
+            ok = table() && ok;
+            found = true;
+        }
+    }
+    if (!found) {
+        std::fprintf(stderr, "usage: korla_perf [TABLE | OPERATION N [REPEATS]]\n");
+        ok = false;
+    }
     xmlCleanupParser();
     return ok ? 0 : 1;
 }
